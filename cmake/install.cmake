@@ -1,0 +1,1 @@
+# Filled with the command line: programs, man page, completion.

@@ -1,0 +1,28 @@
+#include "base/progress.h"
+
+#include <utility>
+
+namespace vemko {
+namespace {
+ProgressSink sink;
+}
+
+ProgressSink setProgressSink(ProgressSink newSink) { return std::exchange(sink, std::move(newSink)); }
+
+void showStatus(std::u16string_view text) {
+  if (sink.status) sink.status(text);
+}
+
+void showProgress(double fraction) {
+  if (sink.advance) sink.advance(fraction);
+}
+
+WaitCursor::WaitCursor(bool shown) : shown_(shown && sink.waitCursor) {
+  if (shown_) sink.waitCursor(true);
+}
+
+WaitCursor::~WaitCursor() {
+  if (shown_ && sink.waitCursor) sink.waitCursor(false);
+}
+
+}  // namespace vemko

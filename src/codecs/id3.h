@@ -1,0 +1,15 @@
+#pragma once
+#include <vector>
+
+#include "core/item.h"
+
+namespace vemko {
+
+/// Takes the texts and the cover image of an ID3v2 tag over; properties that the item has already stay.
+/// Damaged tags give what can be read.
+void readId3(Bytes tag, Item& item);
+
+/// An ID3v2.4 tag with the item's texts and image; empty when it has none.
+std::vector<std::byte> buildId3(const Item& item);
+
+}  // namespace vemko

@@ -1,0 +1,30 @@
+#pragma once
+// Samples between their stored bytes and floats: integer PCM, floats and the companded encodings. Plain loops
+// that the compiler vectorises; no allocation.
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+#include "core/sample_encoding.h"
+#include "base/bytes.h"
+
+namespace vemko {
+
+/// How single samples stand in a file.
+struct PcmFormat {
+  SampleEncoding encoding = SampleEncoding::Pcm16;  ///< Pcm8, 16, 24, 32, Float32, Float64, MuLaw, ALaw.
+  bool bigEndian = false;
+  bool signed8 = false;        ///< 8-bit PCM as signed bytes; otherwise unsigned with 128 as silence.
+  std::uint8_t container = 0;  ///< Bytes a sample takes when that is more than its width needs; 0: just enough.
+};
+
+/// Bytes of one sample.
+std::size_t bytesPerSample(const PcmFormat& format);
+
+/// Stored samples to floats, integers scaled by 1/2^(bits-1); stored.size() = floats.size() x bytesPerSample.
+void decodePcm(const PcmFormat& format, Bytes stored, std::span<float> floats);
+
+/// Floats to stored samples, rounded to nearest and clamped; not-a-number becomes 0 in integers.
+void encodePcm(const PcmFormat& format, std::span<const float> floats, std::span<std::byte> stored);
+
+}  // namespace vemko

@@ -1,0 +1,243 @@
+#pragma once
+// The tree of items and the kinds it is made of.
+#include <array>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "core/articulation.h"
+#include "core/item.h"
+#include "core/waveform.h"
+
+namespace vemko {
+
+/// The synthesizer's item; its settings block is opaque here.
+struct Synth final : Item {
+  explicit Synth(Collection& collection) : Item(collection) {}
+  std::uint32_t mode = 2;           ///< 0 and 1 have a settings block of their own, 2 has none.
+  std::vector<std::byte> settings;
+
+  /// Takes the given block, or writes the mode's defaults when it is empty.
+  void setMode(std::uint32_t newMode, Bytes block);
+  ItemKind kind() const override { return ItemKind::Synth; }
+  std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
+};
+
+/// Inclusive bounds 0..127 of MIDI keys or velocities.
+struct MidiRange {
+  std::uint8_t low = 0;
+  std::uint8_t high = 127;
+  bool contains(int value) const { return value >= low && value <= high; }
+  bool overlaps(const MidiRange& other) const { return low <= other.high && other.low <= high; }
+  friend bool operator==(const MidiRange&, const MidiRange&) = default;
+};
+
+enum class Trigger : std::uint8_t { Attack, Release, First, Legato };
+
+/// Bits of Region::setFields: what the file gave explicitly.
+namespace region_fields {
+inline constexpr std::uint32_t Keys = 0x06, Velocities = 0x18, RootKey = 0x20;
+}
+
+struct Region final : Item {
+  explicit Region(Collection& collection) : Item(collection) {}
+
+  static constexpr std::uint8_t kNotSet = 255;
+
+  MidiRange keys;
+  MidiRange velocities;
+  std::uint8_t rootKey = kNotSet;         ///< Overrides the waveform's root key.
+  std::uint8_t exclusiveGroup = 0;        ///< Starting one region of a group stops the others; 0 is no group.
+  Trigger trigger = Trigger::Attack;
+  float delaySeconds = 0;
+  MidiRange fadeInKeys{0, 0}, fadeOutKeys{127, 127};              ///< Cross-fades between regions: silent at the
+  MidiRange fadeInVelocities{0, 0}, fadeOutVelocities{127, 127};  ///< outer end, full at the inner one.
+  PlaySection section;                    ///< {0, 0}: as the waveform says.
+  std::uint32_t setFields = 0;
+  ArticulationBlock articulation;
+  ItemId waveformId = kNoItem;            ///< May lead nowhere; see waveform().
+
+  /// The waveform that is played, null when the link leads nowhere.
+  Waveform* waveform() const;
+  void setWaveform(ItemId waveform) { waveformId = waveform; }
+
+  ItemKind kind() const override { return ItemKind::Region; }
+  std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
+};
+
+/// What a region plays of its waveform: its own section, else the waveform's, within the waveform's length.
+PlaySection effectivePlaySection(const Region& region);
+/// The region's root key, else its waveform's, else 60.
+int effectiveRootKey(const Region& region);
+
+struct Layer final : Item {
+  explicit Layer(Collection& collection) : Item(collection) {}
+  ArticulationBlock articulation;
+
+  ItemKind kind() const override { return ItemKind::Layer; }
+  std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
+};
+
+/// Bits 0-6 program, 7-13 bank select LSB, 14-20 bank select MSB, 21 drum kit.
+struct Patch {
+  std::uint32_t word = 0;
+
+  int program() const { return word & 127; }
+  int bankLsb() const { return word >> 7 & 127; }
+  int bankMsb() const { return word >> 14 & 127; }
+  bool isDrumKit() const { return word >> 21 & 1; }
+  static constexpr Patch of(int bankMsb, int bankLsb, int program, bool drums = false) {
+    return {static_cast<std::uint32_t>((drums ? 1 << 21 : 0) | (bankMsb & 127) << 14 | (bankLsb & 127) << 7 |
+                                       (program & 127))};
+  }
+};
+
+struct Instrument final : Item {
+  explicit Instrument(Collection& collection) : Item(collection) {}
+  Patch patch;
+  ArticulationBlock articulation;
+
+  ItemKind kind() const override { return ItemKind::Instrument; }
+  std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
+};
+
+struct Track final : Item {
+  explicit Track(Collection& collection) : Item(collection) {}
+  std::uint32_t channel = 0xFF00;  ///< High byte 0xFF: no channel assigned.
+
+  /// The body of a Standard MIDI File track chunk, and the number of events in it.
+  Bytes events() const { return events_; }
+  std::uint32_t eventCount() const { return eventCount_; }
+  void setEvents(Bytes events);
+
+  ItemKind kind() const override { return ItemKind::Track; }
+  std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
+
+ private:
+  std::vector<std::byte> events_;
+  std::uint32_t eventCount_ = 0;
+};
+
+struct Song final : Item {
+  explicit Song(Collection& collection) : Item(collection) {}
+  /// As in a Standard MIDI File header: the low half is the format, the high half the division in ticks per
+  /// quarter note (0x0018 = 24) or, negative, frames and ticks of a second.
+  std::uint32_t settings = 0x00180001;
+
+  ItemKind kind() const override { return ItemKind::Song; }
+  std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
+};
+
+/// Owns all items. Enumerations run in registration order until reorder() gives another one.
+class Collection final : public Item {
+ public:
+  Collection();  ///< Named "New collection".
+  ~Collection() override;
+  Collection(const Collection&) = delete;
+
+  ItemKind kind() const override { return ItemKind::Collection; }
+  std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
+
+  /// Registry row that the collection was read from or last saved with, -1 when none.
+  int formatRow = -1;
+  /// How sure the detection was, in percent.
+  int formatConfidence = 0;
+  /// The file it was read from or last saved to; also held as the text SourceFile.
+  Path file;
+
+  /// Takes the item over under the requested serial of its kind, or a new one.
+  Item& add(std::unique_ptr<Item> item, ItemSerial serial = kNewSerial);
+  Item* find(ItemId id) const;
+  template <class T>
+  T* find(ItemId id) const {
+    return dynamic_cast<T*>(find(id));
+  }
+  /// Takes the item out of its parent's child list and the collection; children stay, without a parent.
+  std::unique_ptr<Item> take(Item& item);
+  /// take() and destroy, with everything below the item. Waveforms stay.
+  void remove(Item& item);
+  void clear();
+
+  std::size_t count(ItemKind kind) const { return counts_[static_cast<std::size_t>(kind)]; }
+
+  /// Calls visit(T&) for every item of the kind. Items may be removed meanwhile; those added are not visited.
+  template <class T, class Visit>
+  void forEach(Visit visit) const;
+  template <class T>
+  std::vector<T*> all() const;
+  std::vector<Item*> allOf(ItemKind kind) const;
+  /// The new order of a kind's enumeration: exactly its items, each once.
+  void reorder(ItemKind kind, std::span<Item* const> order);
+
+  /// Moves all items of `other` here. Ids that are taken get new serials, and every reference follows.
+  void absorb(Collection& other);
+
+ private:
+  std::unordered_map<ItemId, std::unique_ptr<Item>> items_;
+  std::array<std::vector<Item*>, kItemKindCount> order_;  // null where an item was removed
+  std::array<std::size_t, kItemKindCount> counts_{};
+};
+
+template <class T>
+constexpr ItemKind kKindOf = ItemKind::Special;
+template <> inline constexpr ItemKind kKindOf<Waveform> = ItemKind::Waveform;
+template <> inline constexpr ItemKind kKindOf<Synth> = ItemKind::Synth;
+template <> inline constexpr ItemKind kKindOf<Region> = ItemKind::Region;
+template <> inline constexpr ItemKind kKindOf<Layer> = ItemKind::Layer;
+template <> inline constexpr ItemKind kKindOf<Instrument> = ItemKind::Instrument;
+template <> inline constexpr ItemKind kKindOf<Track> = ItemKind::Track;
+template <> inline constexpr ItemKind kKindOf<Song> = ItemKind::Song;
+
+template <class T, class Visit>
+void Collection::forEach(Visit visit) const {
+  const auto& list = order_[static_cast<std::size_t>(kKindOf<T>)];
+  for (std::size_t i = 0, end = list.size(); i < end; ++i)
+    if (list[i]) visit(static_cast<T&>(*list[i]));
+}
+
+template <class T>
+std::vector<T*> Collection::all() const {
+  std::vector<T*> items;
+  items.reserve(count(kKindOf<T>));
+  forEach<T>([&](T& item) { items.push_back(&item); });
+  return items;
+}
+
+// Creation. Each is registered and, where it has a parent, appended to the parent's children. An empty name
+// becomes "New instrument", "New song", "New layer" or "New region in layer".
+Waveform& createWaveform(Collection& collection, std::u16string_view name, ItemSerial serial = kNewSerial);
+Synth& createSynth(Collection& collection, std::u16string_view name, ItemSerial serial = kNewSerial);
+Instrument& createInstrument(Collection& collection, std::u16string_view name, Patch patch = {},
+                             ItemSerial serial = kNewSerial);
+Layer& createLayer(Instrument& instrument, std::u16string_view name, ItemSerial serial = kNewSerial);
+Song& createSong(Collection& collection, std::u16string_view name, ItemSerial serial = kNewSerial);
+Track& createTrack(Song& song, std::u16string_view name, ItemSerial serial = kNewSerial);
+
+struct RegionRequest {
+  ItemSerial serial = kNewSerial;
+  ItemSerial waveform = kNoWaveform;
+  MidiRange keys{255, 255};        ///< Taken only when both bounds are below 255.
+  MidiRange velocities{255, 255};
+  std::uint8_t rootKey = Region::kNotSet;
+};
+Region& createRegion(Layer& layer, std::u16string_view name, const RegionRequest& request = {});
+
+/// The registered copy of an item and of everything below it, under new serials. A region's copy plays the same
+/// waveform id. A user's copy is named "Copy of ..." at its top.
+Item& copyItem(const Item& source, Collection& target, bool withData = true, bool namedAsCopy = false);
+
+/// Every waveform that the item plays: itself, those of its regions, or all of a collection; each once.
+std::vector<Waveform*> waveformsOf(const Item& item);
+
+/// The regions below an instrument or layer, or of the whole collection, in tree order.
+std::vector<Region*> regionsOf(const Item& item);
+
+/// The four lines of the collection-information dialog: instruments, waveforms, synths, songs.
+std::array<std::u16string, 4> collectionInformation(const Collection& collection);
+
+}  // namespace vemko

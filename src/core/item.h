@@ -1,0 +1,120 @@
+#pragma once
+// Items: everything the studio loads, from any format, becomes a tree of these in a Collection. Items refer to
+// each other by ItemId, never by pointer; the Collection owns them all.
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "base/bytes.h"
+
+namespace vemko {
+
+class Collection;
+
+enum class ItemKind : std::uint8_t { Waveform, Synth, Region, Layer, Instrument, Track, Song, Collection, Special };
+inline constexpr int kItemKindCount = 9;
+
+/// "waveform", "synth", ... as used in messages.
+std::u16string_view displayWord(ItemKind kind);
+
+/// Bits 28-31 hold the kind, bits 0-27 a serial number.
+using ItemId = std::uint32_t;
+using ItemSerial = std::uint32_t;
+
+inline constexpr ItemId kNoItem = 0xFFFFFFFF;           ///< Never a valid id.
+inline constexpr ItemSerial kNewSerial = 0xFFFFFFF;     ///< In a request: allocate a new serial.
+inline constexpr ItemSerial kNoWaveform = 0xFFFFFFE;    ///< In a request for a region: no waveform.
+
+constexpr ItemId makeItemId(ItemKind kind, ItemSerial serial) {
+  return static_cast<ItemId>(kind) << 28 | (serial & 0xFFFFFFF);
+}
+constexpr ItemSerial serialOf(ItemId id) { return id & 0xFFFFFFF; }
+/// Meaningful for valid ids only.
+constexpr ItemKind kindOf(ItemId id) { return static_cast<ItemKind>(id >> 28); }
+
+/// Bit n stands for kind n.
+using KindMask = std::uint8_t;
+constexpr KindMask kindBit(ItemKind kind) { return static_cast<KindMask>(1u << static_cast<int>(kind)); }
+
+/// Property numbers of an item's texts; Image holds JPEG, PNG or GIF bytes.
+enum class TextProperty : int {
+  Name = 230,
+  Artist = 231,
+  Comments = 232,
+  Copyright = 233,
+  Engineer = 234,
+  Product = 235,
+  SourceFile = 236,
+  Image = 237,
+};
+inline constexpr TextProperty kTextProperties[] = {
+    TextProperty::Name,     TextProperty::Artist,  TextProperty::Comments,   TextProperty::Copyright,
+    TextProperty::Engineer, TextProperty::Product, TextProperty::SourceFile, TextProperty::Image};
+
+/// "Name", "Artist", ...; `alternative` asks for the wording used with music files ("Album name").
+std::u16string_view textPropertyLabel(TextProperty property, bool alternative = false);
+
+class Item {
+ public:
+  virtual ~Item();
+  Item& operator=(const Item&) = delete;
+
+  ItemId id() const { return id_; }
+  virtual ItemKind kind() const = 0;
+  Collection& collection() const { return *collection_; }
+
+  /// The item whose child list holds this one, kNoItem when none does.
+  ItemId parent = kNoItem;
+  /// The user's order: an instrument's layers, a layer's regions, a song's tracks.
+  std::vector<ItemId> children;
+
+  /// The name, or "unnamed" when it is empty.
+  std::u16string displayName() const;
+  const std::u16string& name() const { return name_; }
+
+  /// Empty when not set; for the Image, see image().
+  const std::u16string& text(TextProperty property) const;
+  /// Trims characters of code 32 and below at both ends; what is empty then is cleared. `length` below 0 means
+  /// up to the terminating zero.
+  void setText(TextProperty property, std::u16string_view text);
+  void setText(TextProperty property, const char16_t* text, int length);
+  void setName(std::u16string_view name) { setText(TextProperty::Name, name); }
+
+  Bytes image() const { return image_ ? Bytes(*image_) : Bytes(); }
+  /// Trimmed like a text: bytes of value 32 and below go at both ends.
+  void setImage(Bytes image);
+  /// "image/jpeg", "image/png" or "image/gif" by the leading bytes; empty for anything else.
+  static std::string_view imageMimeType(Bytes image);
+
+  // Child list. The user-visible order is the order of the list.
+  void appendChild(ItemId child) { children.push_back(child); }
+  void removeChildAt(std::size_t index);
+  /// Moves a child; `to` is clamped to the last index. Nothing happens for an index outside the list.
+  void moveChild(std::size_t from, std::size_t to);
+
+  /// A copy that belongs to `target` and is not registered there yet. `withData` false leaves a waveform's
+  /// samples behind.
+  virtual std::unique_ptr<Item> clone(Collection& target, bool withData = true) const = 0;
+
+ protected:
+  explicit Item(Collection& collection) : collection_(&collection) {}
+  /// Everything but the owner.
+  Item(Collection& target, const Item& source);
+
+ private:
+  friend class Collection;
+
+  ItemId id_ = kNoItem;
+  Collection* collection_;
+  std::size_t place_ = 0;  // in the Collection's list of its kind
+  std::u16string name_;
+  std::vector<std::pair<TextProperty, std::u16string>> texts_;  // those that are set, without the name
+  std::shared_ptr<const std::vector<std::byte>> image_;         // shared by copies and snapshots
+};
+
+}  // namespace vemko

@@ -1,0 +1,58 @@
+#pragma once
+// RIFF files: walking and building chunks, for the formats that share the container. A chunk is a four-character
+// id, a 32-bit little-endian length and a body; a body of odd length is followed by a pad byte that the length
+// does not count.
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "base/bytes.h"
+#include "base/text.h"
+
+namespace vemko::riff {
+
+struct Chunk {
+  std::uint32_t id = 0;
+  std::uint64_t size = 0;     ///< As claimed.
+  std::uint64_t offset = 0;   ///< Of the body, within the list that is walked.
+  Bytes body;                 ///< What is there of it.
+  bool overruns = false;      ///< The list ends before the body does.
+};
+
+/// Walks the chunks of a list. Real files lack pad bytes: after a body of odd length the pad is skipped only when
+/// a chunk id, or the end, does not stand right there.
+class ChunkWalker {
+ public:
+  explicit ChunkWalker(Bytes list) : list_(list) {}
+  /// False when fewer than 8 bytes remain.
+  bool next(Chunk& chunk);
+  /// Of the next chunk's header.
+  std::uint64_t position() const { return position_; }
+  /// Continues elsewhere, for a chunk whose size stands outside its header.
+  void seek(std::uint64_t position) { position_ = position; }
+
+ private:
+  Bytes list_;
+  std::uint64_t position_ = 0;
+};
+
+/// The list type of a LIST body and the bytes behind it; 0 when the body is too short.
+std::uint32_t listType(Bytes body);
+Bytes listContents(Bytes body);
+
+/// Builds nested chunks; open chunks are closed in reverse order and get their length and pad byte then.
+class ChunkBuilder {
+ public:
+  ByteWriter out;
+
+  void open(std::uint32_t id);
+  void openList(std::uint32_t type);
+  void close();
+  /// A whole chunk.
+  void add(std::uint32_t id, Bytes body);
+
+ private:
+  std::vector<std::size_t> starts_;
+};
+
+}  // namespace vemko::riff

@@ -1,0 +1,27 @@
+#pragma once
+// RIFF WAVE and RF64: one waveform a file, with its loops, markers and texts.
+#include "io/format_entry.h"
+
+namespace vemko::wave {
+
+int probeWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+int probeBroadcastWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+int probeSmartSound(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readWave(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& options);
+
+inline constexpr io::CapabilityMask kCapabilities =
+    io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) |
+    io::encodingBit(SampleEncoding::Pcm24) | io::encodingBit(SampleEncoding::Pcm32) |
+    io::encodingBit(SampleEncoding::Float32) | io::encodingBit(SampleEncoding::MuLaw) |
+    io::encodingBit(SampleEncoding::ALaw) | io::kMono | io::kStereo;
+
+inline constexpr std::uint32_t kExtensible = 65534;     ///< Writer variant: extensible "fmt " body.
+inline constexpr std::uint32_t kBare = 0xFFFFFFFF;      ///< Writer variant: nothing after "data".
+
+struct Options {
+  bool noLoopOff = true;  ///< Loops that are off are not written to "smpl".
+};
+Options& options();
+
+}  // namespace vemko::wave

@@ -1,0 +1,24 @@
+#pragma once
+#include <string>
+
+#include "io/registry.h"
+
+namespace vemko::io {
+
+struct Detection {
+  int row = kNoRow;
+  int confidence = 0;  ///< Percent; 0 when the catch-all row wins.
+};
+
+/// Scores the head of the file against every reading row. The file's position does not change.
+Detection detect(const Path& path, InputFile& file);
+
+struct FileDescription {
+  std::u16string text;
+  int confidence = 0;
+};
+/// For file lists: the winning row's description, else the operating system's, else "Unknown file type"; empty
+/// when the file cannot be opened.
+FileDescription describeFile(const Path& path);
+
+}  // namespace vemko::io

@@ -1,0 +1,22 @@
+#pragma once
+// What a save drops: each feature that the items use and the target row cannot hold.
+#include <cstddef>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "io/format_entry.h"
+
+namespace vemko::io {
+
+struct Loss {
+  std::u16string feature;  ///< "Waves: Fractional loop-points", "Samples: 24-bit precision", ...
+  std::size_t count = 0;   ///< How many items use it.
+  std::u16string example;  ///< Name of one of them.
+};
+
+/// The losses of saving this item with that row and these options, in a fixed order; empty when nothing is lost.
+std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options);
+std::u16string lossText(const Loss& loss);
+
+}  // namespace vemko::io

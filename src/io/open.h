@@ -1,0 +1,30 @@
+#pragma once
+// Opening: from a file name to items of a collection.
+#include <functional>
+#include <string>
+
+#include "core/collection.h"
+
+namespace vemko::io {
+
+enum class OpenMode { Replace, Merge, Cancel };
+
+/// True while a reader runs.
+bool isBusy();
+
+/// Detects, reads and fixes up one file. On failure the last error message is set and the collection keeps what
+/// the reader added so far.
+bool openFile(Collection& collection, const Path& path, bool allowRawImport);
+
+/// openFile with raw import allowed, into the cleared collection or merged with it, with the status line, and
+/// with `report` a line in the log and an entry in the recent files.
+bool openWithMode(Collection& collection, const Path& path, OpenMode mode, bool report);
+
+/// Replace, without asking, when the collection holds no waveforms and no instruments.
+OpenMode askOpenMode(const Collection& collection);
+
+/// Called with each path that was opened or saved with a report; installed by the application.
+void setRecentFileSink(std::function<void(const Path&)> sink);
+void noteRecentFile(const Path& path);
+
+}  // namespace vemko::io

@@ -1,0 +1,111 @@
+#pragma once
+// Files as the studio needs them: readers get a read-only view of the whole file and positioned reads that are
+// safe from several threads, writers a plain sequential file with a way to patch a header afterwards.
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "base/bytes.h"
+
+namespace vemko {
+
+using Path = std::filesystem::path;
+
+/// A path as the model's text and back, exact also for POSIX names that are no UTF-8.
+std::u16string textOf(const Path& path);
+Path pathOf(std::u16string_view text);
+
+/// An open file for reading. Pipes and devices are read to their end when opened and then behave like a file.
+class InputFile {
+ public:
+  InputFile();
+  ~InputFile();
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  /// Fails with "Could not open file": it does not exist, is a folder, or may not be read.
+  bool open(const Path& path);
+
+  const Path& path() const { return path_; }
+  std::uint64_t size() const { return size_; }
+
+  std::uint64_t position() const { return position_; }
+  void seek(std::uint64_t position) { position_ = position; }
+  /// Reads up to out.size() bytes at the position and advances it; the number of bytes read, 0 at the end.
+  std::size_t read(std::span<std::byte> out);
+
+  /// Fills `out` from `offset`, whatever the position is; thread-safe. Fails with "Reading from file failed"
+  /// when the file ends before or the system reports an error.
+  bool readAt(std::uint64_t offset, std::span<std::byte> out) const;
+
+  /// The whole file, mapped on first use and valid while this object lives; empty for an empty file. Meant for
+  /// headers and tables: pages that are touched count as the program's memory, so large sample data are read
+  /// with readAt. Empty with "Reading from file failed" set when the system cannot map it.
+  Bytes bytes();
+
+ private:
+  struct System;
+  std::unique_ptr<System> system_;
+  Path path_;
+  std::uint64_t size_ = 0;
+  std::uint64_t position_ = 0;
+};
+
+/// An open file for writing. Closed without a word when destroyed; call close() to learn of late errors.
+class OutputFile {
+ public:
+  OutputFile();
+  ~OutputFile();
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+
+  /// Creates the file, or empties the one that is there. Fails with "Could not create file".
+  bool create(const Path& path);
+  /// As create, but fails also when something of that name exists already.
+  bool createNew(const Path& path);
+
+  const Path& path() const { return path_; }
+  std::uint64_t size() const { return size_; }
+
+  /// Appends. Fails with "Writing to file failed" (full disk, size limit, device error).
+  bool write(Bytes data);
+  /// Overwrites bytes that were written before; offset + data.size() must not exceed size().
+  bool writeAt(std::uint64_t offset, Bytes data);
+
+  /// Appends `count` bytes of `source` from `offset`, inside the system where it can. Fails as readAt or write.
+  bool copyFrom(const InputFile& source, std::uint64_t offset, std::uint64_t count);
+
+  /// Returns when the bytes are on the disk.
+  bool flushToDisk();
+  bool close();
+
+ private:
+  struct System;
+  std::unique_ptr<System> system_;
+  Path path_;
+  std::uint64_t size_ = 0;
+};
+
+bool fileExists(const Path& path);    ///< Anything of that name, a dangling link included.
+bool folderExists(const Path& path);
+std::optional<std::uint64_t> fileSize(const Path& path);
+/// Both paths lead to the same existing file, links and mounts considered.
+bool isSameFile(const Path& a, const Path& b);
+
+/// Removes the file; true also when there was none.
+bool removeFile(const Path& path);
+/// Renames over an existing target in one step; a crash leaves the old or the new file under `to`.
+bool replaceFile(const Path& from, const Path& to);
+/// Makes preceding creations and renames in the folder survive a power loss, where the system can.
+void flushFolder(const Path& folder);
+
+/// Full path of the running program, and the folder for the user's settings (not created).
+Path programPath();
+Path settingsFolder();
+
+}  // namespace vemko
