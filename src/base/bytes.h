@@ -16,7 +16,8 @@ namespace vemko {
 
 using Bytes = std::span<const std::byte>;
 
-static_assert(std::endian::native == std::endian::little, "sample and record code assumes a little-endian host");
+static_assert(std::endian::native == std::endian::little,
+              "sample and record code assumes a little-endian host");
 
 template <class T>
 constexpr T byteSwapped(T value) {

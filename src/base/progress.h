@@ -7,9 +7,9 @@
 namespace vemko {
 
 struct ProgressSink {
-  std::function<void(std::u16string_view text)> status;   // "Reading: <path>", "Saving", ...
-  std::function<void(double fraction)> advance;           // 0..1 of the work that the status names
-  std::function<void(bool waiting)> waitCursor;           // nested calls are balanced by WaitCursor
+  std::function<void(std::u16string_view text)> status;  // "Reading: <path>", "Saving", ...
+  std::function<void(double fraction)> advance;          // 0..1 of the work that the status names
+  std::function<void(bool waiting)> waitCursor;          // nested calls are balanced by WaitCursor
 };
 
 /// Installs the receiver and returns the one before; empty members are skipped.

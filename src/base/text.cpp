@@ -4,7 +4,6 @@
 #include <cstdarg>
 #include <cstdio>
 #include <iterator>
-
 #include <utf8.h>
 
 namespace vemko {
@@ -35,7 +34,8 @@ std::u16string_view withoutLeadingZeros(std::u16string_view digits) {
 // Compares the numbers that both texts begin with and removes them.
 int compareNumbers(std::u16string_view& a, std::u16string_view& b) {
   std::size_t lengthA = countDigits(a), lengthB = countDigits(b);
-  auto numberA = withoutLeadingZeros(a.substr(0, lengthA)), numberB = withoutLeadingZeros(b.substr(0, lengthB));
+  auto numberA = withoutLeadingZeros(a.substr(0, lengthA)),
+       numberB = withoutLeadingZeros(b.substr(0, lengthB));
   a.remove_prefix(lengthA);
   b.remove_prefix(lengthB);
   if (numberA.size() != numberB.size()) return numberA.size() < numberB.size() ? -1 : 1;

@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <span>
 
-#include "core/sample_encoding.h"
 #include "base/bytes.h"
+#include "core/sample_encoding.h"
 
 namespace vemko {
 
@@ -14,8 +14,9 @@ namespace vemko {
 struct PcmFormat {
   SampleEncoding encoding = SampleEncoding::Pcm16;  ///< Pcm8, 16, 24, 32, Float32, Float64, MuLaw, ALaw.
   bool bigEndian = false;
-  bool signed8 = false;        ///< 8-bit PCM as signed bytes; otherwise unsigned with 128 as silence.
-  std::uint8_t container = 0;  ///< Bytes a sample takes when that is more than its width needs; 0: just enough.
+  bool signed8 = false;  ///< 8-bit PCM as signed bytes; otherwise unsigned with 128 as silence.
+  std::uint8_t container =
+      0;  ///< Bytes a sample takes when that is more than its width needs; 0: just enough.
 };
 
 /// Bytes of one sample.

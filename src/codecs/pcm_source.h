@@ -8,6 +8,7 @@ namespace vemko {
 
 /// Deferred samples that lie in a file as PCM, interleaved, `frames` frames of `channels` from `offset` on.
 std::shared_ptr<const SampleSource> makePcmSource(std::shared_ptr<SourceFile> file, std::uint64_t offset,
-                                                  std::uint64_t frames, std::uint8_t channels, PcmFormat format);
+                                                  std::uint64_t frames, std::uint8_t channels,
+                                                  PcmFormat format);
 
 }  // namespace vemko

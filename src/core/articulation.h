@@ -52,9 +52,20 @@ class ArticulationBlock {
 
 /// Slots that belong together for the editor's "Copy ..." and "Reset ...".
 enum class SlotGroup : std::uint8_t {
-  Pitch, Volume, Filter, Eq, Pan, Sends,
-  PLfo, VLfo, FLfo, XLfo,
-  VEnvelope, PEnvelope, FEnvelope, XEnvelope,
+  Pitch,
+  Volume,
+  Filter,
+  Eq,
+  Pan,
+  Sends,
+  PLfo,
+  VLfo,
+  FLfo,
+  XLfo,
+  VEnvelope,
+  PEnvelope,
+  FEnvelope,
+  XEnvelope,
 };
 inline constexpr int kSlotGroupCount = 14;
 
@@ -71,9 +82,10 @@ void copyGroup(const ArticulationBlock& from, ArticulationBlock& to, SlotGroup g
 /// Writes the defaults back.
 void resetGroup(ArticulationBlock& block, SlotGroup group);
 
-/// The block that a region plays with. Per slot the nearest level that sets it wins: the region, else its layer,
-/// else its instrument, else the default. So a level states what differs from the level above, moving a slot
-/// that all children share up to their parent changes no sound, and every writer sees one block a region.
+/// The block that a region plays with. Per slot the nearest level that sets it wins: the region, else its
+/// layer, else its instrument, else the default. So a level states what differs from the level above, moving
+/// a slot that all children share up to their parent changes no sound, and every writer sees one block a
+/// region.
 ArticulationBlock effective(const Region& region);
 
 }  // namespace vemko

@@ -19,7 +19,7 @@ namespace vemko {
 /// The synthesizer's item; its settings block is opaque here.
 struct Synth final : Item {
   explicit Synth(Collection& collection) : Item(collection) {}
-  std::uint32_t mode = 2;           ///< 0 and 1 have a settings block of their own, 2 has none.
+  std::uint32_t mode = 2;  ///< 0 and 1 have a settings block of their own, 2 has none.
   std::vector<std::byte> settings;
 
   /// Takes the given block, or writes the mode's defaults when it is empty.
@@ -51,16 +51,16 @@ struct Region final : Item {
 
   MidiRange keys;
   MidiRange velocities;
-  std::uint8_t rootKey = kNotSet;         ///< Overrides the waveform's root key.
-  std::uint8_t exclusiveGroup = 0;        ///< Starting one region of a group stops the others; 0 is no group.
+  std::uint8_t rootKey = kNotSet;   ///< Overrides the waveform's root key.
+  std::uint8_t exclusiveGroup = 0;  ///< Starting one region of a group stops the others; 0 is no group.
   Trigger trigger = Trigger::Attack;
   float delaySeconds = 0;
-  MidiRange fadeInKeys{0, 0}, fadeOutKeys{127, 127};              ///< Cross-fades between regions: silent at the
+  MidiRange fadeInKeys{0, 0}, fadeOutKeys{127, 127};  ///< Cross-fades between regions: silent at the
   MidiRange fadeInVelocities{0, 0}, fadeOutVelocities{127, 127};  ///< outer end, full at the inner one.
-  PlaySection section;                    ///< {0, 0}: as the waveform says.
+  PlaySection section;                                            ///< {0, 0}: as the waveform says.
   std::uint32_t setFields = 0;
   ArticulationBlock articulation;
-  ItemId waveformId = kNoItem;            ///< May lead nowhere; see waveform().
+  ItemId waveformId = kNoItem;  ///< May lead nowhere; see waveform().
 
   /// The waveform that is played, null when the link leads nowhere.
   Waveform* waveform() const;
@@ -185,13 +185,20 @@ class Collection final : public Item {
 
 template <class T>
 constexpr ItemKind kKindOf = ItemKind::Special;
-template <> inline constexpr ItemKind kKindOf<Waveform> = ItemKind::Waveform;
-template <> inline constexpr ItemKind kKindOf<Synth> = ItemKind::Synth;
-template <> inline constexpr ItemKind kKindOf<Region> = ItemKind::Region;
-template <> inline constexpr ItemKind kKindOf<Layer> = ItemKind::Layer;
-template <> inline constexpr ItemKind kKindOf<Instrument> = ItemKind::Instrument;
-template <> inline constexpr ItemKind kKindOf<Track> = ItemKind::Track;
-template <> inline constexpr ItemKind kKindOf<Song> = ItemKind::Song;
+template <>
+inline constexpr ItemKind kKindOf<Waveform> = ItemKind::Waveform;
+template <>
+inline constexpr ItemKind kKindOf<Synth> = ItemKind::Synth;
+template <>
+inline constexpr ItemKind kKindOf<Region> = ItemKind::Region;
+template <>
+inline constexpr ItemKind kKindOf<Layer> = ItemKind::Layer;
+template <>
+inline constexpr ItemKind kKindOf<Instrument> = ItemKind::Instrument;
+template <>
+inline constexpr ItemKind kKindOf<Track> = ItemKind::Track;
+template <>
+inline constexpr ItemKind kKindOf<Song> = ItemKind::Song;
 
 template <class T, class Visit>
 void Collection::forEach(Visit visit) const {
@@ -221,14 +228,14 @@ Track& createTrack(Song& song, std::u16string_view name, ItemSerial serial = kNe
 struct RegionRequest {
   ItemSerial serial = kNewSerial;
   ItemSerial waveform = kNoWaveform;
-  MidiRange keys{255, 255};        ///< Taken only when both bounds are below 255.
+  MidiRange keys{255, 255};  ///< Taken only when both bounds are below 255.
   MidiRange velocities{255, 255};
   std::uint8_t rootKey = Region::kNotSet;
 };
 Region& createRegion(Layer& layer, std::u16string_view name, const RegionRequest& request = {});
 
-/// The registered copy of an item and of everything below it, under new serials. A region's copy plays the same
-/// waveform id. A user's copy is named "Copy of ..." at its top.
+/// The registered copy of an item and of everything below it, under new serials. A region's copy plays the
+/// same waveform id. A user's copy is named "Copy of ..." at its top.
 Item& copyItem(const Item& source, Collection& target, bool withData = true, bool namedAsCopy = false);
 
 /// Every waveform that the item plays: itself, those of its regions, or all of a collection; each once.

@@ -1,6 +1,6 @@
 #pragma once
-// Items: everything the studio loads, from any format, becomes a tree of these in a Collection. Items refer to
-// each other by ItemId, never by pointer; the Collection owns them all.
+// Items: everything the studio loads, from any format, becomes a tree of these in a Collection. Items refer
+// to each other by ItemId, never by pointer; the Collection owns them all.
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -16,7 +16,17 @@ namespace vemko {
 
 class Collection;
 
-enum class ItemKind : std::uint8_t { Waveform, Synth, Region, Layer, Instrument, Track, Song, Collection, Special };
+enum class ItemKind : std::uint8_t {
+  Waveform,
+  Synth,
+  Region,
+  Layer,
+  Instrument,
+  Track,
+  Song,
+  Collection,
+  Special
+};
 inline constexpr int kItemKindCount = 9;
 
 /// "waveform", "synth", ... as used in messages.
@@ -26,9 +36,9 @@ std::u16string_view displayWord(ItemKind kind);
 using ItemId = std::uint32_t;
 using ItemSerial = std::uint32_t;
 
-inline constexpr ItemId kNoItem = 0xFFFFFFFF;           ///< Never a valid id.
-inline constexpr ItemSerial kNewSerial = 0xFFFFFFF;     ///< In a request: allocate a new serial.
-inline constexpr ItemSerial kNoWaveform = 0xFFFFFFE;    ///< In a request for a region: no waveform.
+inline constexpr ItemId kNoItem = 0xFFFFFFFF;         ///< Never a valid id.
+inline constexpr ItemSerial kNewSerial = 0xFFFFFFF;   ///< In a request: allocate a new serial.
+inline constexpr ItemSerial kNoWaveform = 0xFFFFFFE;  ///< In a request for a region: no waveform.
 
 constexpr ItemId makeItemId(ItemKind kind, ItemSerial serial) {
   return static_cast<ItemId>(kind) << 28 | (serial & 0xFFFFFFF);
@@ -79,8 +89,8 @@ class Item {
 
   /// Empty when not set; for the Image, see image().
   const std::u16string& text(TextProperty property) const;
-  /// Trims characters of code 32 and below at both ends; what is empty then is cleared. `length` below 0 means
-  /// up to the terminating zero.
+  /// Trims characters of code 32 and below at both ends; what is empty then is cleared. `length` below 0
+  /// means up to the terminating zero.
   void setText(TextProperty property, std::u16string_view text);
   void setText(TextProperty property, const char16_t* text, int length);
   void setName(std::u16string_view name) { setText(TextProperty::Name, name); }

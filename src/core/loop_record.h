@@ -25,8 +25,9 @@ inline constexpr std::u16string_view kAltLoopName = u"Alt Loop";
 inline constexpr std::u16string_view kReleaseLoopName = u"Release Loop";
 inline constexpr std::u16string_view kSustainLoopName = u"Sustain Loop";
 inline constexpr std::u16string_view kAltStartName = u"Alt Start";
-inline constexpr std::u16string_view kStartName = u"Start";  ///< Where playing starts, to the end of the data.
-inline constexpr std::u16string_view kPlayName = u"Play";    ///< The section that is played.
+inline constexpr std::u16string_view kStartName =
+    u"Start";                                              ///< Where playing starts, to the end of the data.
+inline constexpr std::u16string_view kPlayName = u"Play";  ///< The section that is played.
 
 struct LoopRecord {
   RecordType type = RecordType::PositionMarker;
@@ -34,10 +35,10 @@ struct LoopRecord {
   std::uint8_t endHundredths = 0;
   LoopPlay play = LoopPlay::Off;  ///< A loop with Off exists but does not loop.
   LoopCount count = LoopCount::Infinite;
-  std::int16_t tuneCents = 0;     ///< -1200..+1200
-  std::uint32_t start = 0;        ///< Frame.
-  std::uint32_t end = 0;          ///< Frame behind the last; for a position marker the start or 0.
-  std::uint32_t id = 0;           ///< Unique among all records of the run, never 0.
+  std::int16_t tuneCents = 0;  ///< -1200..+1200
+  std::uint32_t start = 0;     ///< Frame.
+  std::uint32_t end = 0;       ///< Frame behind the last; for a position marker the start or 0.
+  std::uint32_t id = 0;        ///< Unique among all records of the run, never 0.
   std::u16string name;
 
   double startFrames() const { return start + startHundredths * 0.01; }
@@ -55,10 +56,11 @@ struct LoopDescriptor {
   double tuneSemitones = 0;
 };
 
-/// Adds loops to one waveform by the rules that all readers share: positions are kept in hundredths of a frame,
-/// a new main loop replaces the present one in place, a section marker of the same span becomes the loop, and
-/// of two records of one name the older gets " 1" appended and the newer " 2". Keeps an index of the records,
-/// so that adding hundreds of thousands stays linear; nobody else may change the records meanwhile.
+/// Adds loops to one waveform by the rules that all readers share: positions are kept in hundredths of a
+/// frame, a new main loop replaces the present one in place, a section marker of the same span becomes the
+/// loop, and of two records of one name the older gets " 1" appended and the newer " 2". Keeps an index of
+/// the records, so that adding hundreds of thousands stays linear; nobody else may change the records
+/// meanwhile.
 class LoopAdder {
  public:
   explicit LoopAdder(Waveform& waveform);
@@ -74,7 +76,7 @@ class LoopAdder {
   void resolveNameClash(std::size_t at);
 
   Waveform& waveform_;
-  std::unordered_multimap<std::uint64_t, std::size_t> bySpan_;       // start and end frame -> position in the list
+  std::unordered_multimap<std::uint64_t, std::size_t> bySpan_;  // start and end frame -> position in the list
   std::unordered_multimap<std::u16string, std::size_t> byName_;
 };
 

@@ -7,9 +7,10 @@
 
 namespace vemko {
 
-/// A block of samples that waveforms, their copies and undo snapshots share; whoever edits makes the block its
-/// own first (Waveform::editableSamples). One zero frame lies before the first frame and three behind the last,
-/// so that interpolating playback and filters may read past the ends. Block and samples are 16-byte aligned.
+/// A block of samples that waveforms, their copies and undo snapshots share; whoever edits makes the block
+/// its own first (Waveform::editableSamples). One zero frame lies before the first frame and three behind the
+/// last, so that interpolating playback and filters may read past the ends. Block and samples are 16-byte
+/// aligned.
 class SampleBuffer {
  public:
   /// Nothing when memory is short; the samples themselves are not initialised, the guard frames are zero.

@@ -17,9 +17,9 @@ class SampleStream {
  public:
   virtual ~SampleStream() = default;
 
-  /// Fills `out`, whose size is a multiple of the channel count, with the next frames. Returns how many frames
-  /// it wrote: fewer than asked for only at the end, and 0 from then on. A failure returns nothing, with the
-  /// last error message set.
+  /// Fills `out`, whose size is a multiple of the channel count, with the next frames. Returns how many
+  /// frames it wrote: fewer than asked for only at the end, and 0 from then on. A failure returns nothing,
+  /// with the last error message set.
   virtual std::optional<std::size_t> read(std::span<float> out) = 0;
 };
 

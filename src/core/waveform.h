@@ -14,22 +14,23 @@ namespace vemko {
 
 enum class StereoSide : std::uint8_t { None, Left, Right };
 
-/// One piece of sampled audio. Its samples are in `buffer`, or still in `source`, or nowhere (new and empty, or
-/// memory was short); a waveform whose samples were loaded and not edited keeps its source beside the buffer.
+/// One piece of sampled audio. Its samples are in `buffer`, or still in `source`, or nowhere (new and empty,
+/// or memory was short); a waveform whose samples were loaded and not edited keeps its source beside the
+/// buffer.
 struct Waveform final : Item {
   explicit Waveform(Collection& collection) : Item(collection) {}
 
   std::uint32_t frames = 0;
-  std::uint32_t rate = 22050;          ///< Hz
-  std::uint8_t codecParameter = 0;     ///< For the decoders of packed formats; 16 once samples were rewritten.
+  std::uint32_t rate = 22050;       ///< Hz
+  std::uint8_t codecParameter = 0;  ///< For the decoders of packed formats; 16 once samples were rewritten.
   std::uint8_t channels = 1;
-  std::uint8_t rootKey = 60;           ///< MIDI note 0..127
+  std::uint8_t rootKey = 60;  ///< MIDI note 0..127
   std::int8_t fineTuneCents = 0;
-  float volumeAdjustmentDb = 0;        ///< Item property 241.
-  std::uint32_t mainLoopId = 0;        ///< Id of the main loop's record, 0 for none.
+  float volumeAdjustmentDb = 0;  ///< Item property 241.
+  std::uint32_t mainLoopId = 0;  ///< Id of the main loop's record, 0 for none.
   SourceFormat sourceFormat = kUnclassified;
   std::array<std::uint8_t, 12> flags{};
-  std::vector<LoopRecord> records;     ///< In the user's order.
+  std::vector<LoopRecord> records;  ///< In the user's order.
 
   /// The other side of a left/right pair that the file keeps apart, kNoItem when there is none.
   ItemId pairedWith = kNoItem;
@@ -61,7 +62,8 @@ struct Waveform final : Item {
   const LoopRecord* releaseLoop() const;
 
   /// One loop by LoopAdder's rules; linear in the number of records.
-  std::uint32_t addLoop(const LoopDescriptor& loop, std::u16string_view name, bool isMain, bool mergeDuplicates);
+  std::uint32_t addLoop(const LoopDescriptor& loop, std::u16string_view name, bool isMain,
+                        bool mergeDuplicates);
   std::uint32_t findOrAddAltStart(std::uint32_t position);
   /// Also forgets the main loop when it goes.
   void removeRecord(std::uint32_t id);

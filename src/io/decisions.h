@@ -15,7 +15,8 @@ namespace vemko::io {
 
 /// How raw bytes are to be taken.
 struct RawFormat {
-  SampleEncoding encoding = SampleEncoding::Pcm16;  ///< Pcm8, Pcm16, Pcm24, Pcm32, Float32, Float64, MuLaw, ALaw.
+  SampleEncoding encoding =
+      SampleEncoding::Pcm16;  ///< Pcm8, Pcm16, Pcm24, Pcm32, Float32, Float64, MuLaw, ALaw.
   bool bigEndian = false;
   bool signed8 = false;  ///< 8-bit samples are signed; they are unsigned otherwise.
   std::uint8_t channels = 1;
@@ -24,11 +25,13 @@ struct RawFormat {
 };
 
 struct Decisions {
-  /// Shows the question with these buttons; the index of the one chosen, the last one being the cautious choice.
+  /// Shows the question with these buttons; the index of the one chosen, the last one being the cautious
+  /// choice.
   std::function<std::size_t(std::u16string_view question, std::span<const std::u16string_view> buttons)> ask;
   /// An open-file dialog with that title for the given stored path or file name; nothing when cancelled.
   std::function<std::optional<Path>(std::u16string_view title, std::u16string_view wanted)> locateFile;
-  /// Raw import of a file that no format fits; nothing when refused. `remembered` answers may be given at once.
+  /// Raw import of a file that no format fits; nothing when refused. `remembered` answers may be given at
+  /// once.
   std::function<std::optional<RawFormat>(std::u16string_view question, const Path& file)> confirmRaw;
 };
 

@@ -17,8 +17,8 @@ struct FileDescription {
   std::u16string text;
   int confidence = 0;
 };
-/// For file lists: the winning row's description, else the operating system's, else "Unknown file type"; empty
-/// when the file cannot be opened.
+/// For file lists: the winning row's description, else the operating system's, else "Unknown file type";
+/// empty when the file cannot be opened.
 FileDescription describeFile(const Path& path);
 
 }  // namespace vemko::io

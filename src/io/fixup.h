@@ -22,12 +22,12 @@ struct FixupOptions {
 };
 
 struct FixupStep {
-  std::string_view name;             ///< For `--fixup NAME=0|1`: "split-stereo", ...
+  std::string_view name;  ///< For `--fixup NAME=0|1`: "split-stereo", ...
   std::u16string_view description;
-  std::u16string_view status;        ///< Shown while the step runs; empty: the pass's own text stays.
-  bool FixupOptions::*option;        ///< Null: always runs.
-  KindMask kinds;                    ///< The step changes items of these kinds.
-  bool (*apply)(Collection&);        ///< False with the last error set when the step could not finish.
+  std::u16string_view status;  ///< Shown while the step runs; empty: the pass's own text stays.
+  bool FixupOptions::*option;  ///< Null: always runs.
+  KindMask kinds;              ///< The step changes items of these kinds.
+  bool (*apply)(Collection&);  ///< False with the last error set when the step could not finish.
 };
 
 /// In the order in which they run.
@@ -36,8 +36,8 @@ std::span<const FixupStep> fixupSteps();
 /// The options in force; set by the settings and the command line.
 FixupOptions& fixupOptions();
 
-/// Runs the steps that are switched on and whose kinds lie within `kinds`. A step that fails is logged and the
-/// pass goes on: a tidy-up never costs the user the file.
+/// Runs the steps that are switched on and whose kinds lie within `kinds`. A step that fails is logged and
+/// the pass goes on: a tidy-up never costs the user the file.
 void fixUp(Collection& collection, KindMask kinds, bool showProgress);
 inline constexpr KindMask kAllKinds = 0xFF;
 

@@ -15,7 +15,8 @@ struct Loss {
   std::u16string example;  ///< Name of one of them.
 };
 
-/// The losses of saving this item with that row and these options, in a fixed order; empty when nothing is lost.
+/// The losses of saving this item with that row and these options, in a fixed order; empty when nothing is
+/// lost.
 std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options);
 std::u16string lossText(const Loss& loss);
 

@@ -12,8 +12,8 @@ enum class OpenMode { Replace, Merge, Cancel };
 /// True while a reader runs.
 bool isBusy();
 
-/// Detects, reads and fixes up one file. On failure the last error message is set and the collection keeps what
-/// the reader added so far.
+/// Detects, reads and fixes up one file. On failure the last error message is set and the collection keeps
+/// what the reader added so far.
 bool openFile(Collection& collection, const Path& path, bool allowRawImport);
 
 /// openFile with raw import allowed, into the cleared collection or merged with it, with the status line, and

@@ -31,8 +31,8 @@ struct RowCapabilities {
 /// Of a row without a writer: those of the first following row of exactly the same extension that has one.
 RowCapabilities capabilitiesOf(int row);
 
-/// The first writing row of that extension (a leading dot is skipped, case ignored) whose kinds share a bit with
-/// `kinds`; kNoRow when none.
+/// The first writing row of that extension (a leading dot is skipped, case ignored) whose kinds share a bit
+/// with `kinds`; kNoRow when none.
 int findWritingRow(std::u16string_view extension, KindMask kinds);
 /// The writing row of that description, case ignored.
 int findWritingRowByDescription(std::u16string_view description);
@@ -41,8 +41,8 @@ bool canHold(int row, ItemKind kind);
 /// Whether a file extension fits a row's pattern, case ignored.
 bool matchesExtension(std::u16string_view pattern, std::u16string_view extension);
 
-/// Checked when the table is compiled: a probe exactly where there is a reader, no unknown capability bits, the
-/// catch-all first, rows of one extension together with the reader first.
+/// Checked when the table is compiled: a probe exactly where there is a reader, no unknown capability bits,
+/// the catch-all first, rows of one extension together with the reader first.
 constexpr bool rowsAreSound(std::span<const FormatEntry> rows) {
   if (rows.empty() || rows[0].extension != u"*") return false;
   for (std::size_t i = 0; i < rows.size(); ++i) {

@@ -6,9 +6,10 @@
 
 namespace vemko::io {
 
-/// Makes the waveform's samples present as floats. Unless `quiet`, more than 250000 frames show the wait cursor
-/// and "Reading: " with the waveform's name. Fails with "No wave data import procedure", "Could not open file",
-/// "Wave is too big!", "Out of memory" or the source's own message; the waveform stays without samples then.
+/// Makes the waveform's samples present as floats. Unless `quiet`, more than 250000 frames show the wait
+/// cursor and "Reading: " with the waveform's name. Fails with "No wave data import procedure", "Could not
+/// open file", "Wave is too big!", "Out of memory" or the source's own message; the waveform stays without
+/// samples then.
 bool loadSamples(Waveform& waveform, bool quiet);
 
 /// loadSamples for several waveforms at once, on all processors, quietly.

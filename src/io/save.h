@@ -18,8 +18,9 @@ bool isSaving();
 /// Writes the item, or the one that owns it and that the row stores. No file remains after a failure.
 bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options);
 
-/// saveItem, keeping an existing file under its backup name until the new one is complete and on the disk. After
-/// a failure the old file is back in place; a crash at any moment leaves it there or under the backup name.
+/// saveItem, keeping an existing file under its backup name until the new one is complete and on the disk.
+/// After a failure the old file is back in place; a crash at any moment leaves it there or under the backup
+/// name.
 bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report);
 
 /// The path with ".bak" appended to its whole name.
@@ -52,13 +53,13 @@ struct SaveAllRequest {
 };
 
 struct SaveAllResult {
-  bool ok = false;      ///< Everything asked for was written or skipped by choice.
+  bool ok = false;  ///< Everything asked for was written or skipped by choice.
   std::size_t saved = 0;
   bool cancelled = false;
 };
 
-/// The last error message tells why nothing was saved ("No waveforms to save!", ...); files that fail do not stop
-/// the others. The outcome is logged: "Done: Saved ...", "Failed: Cancelled after ... files.".
+/// The last error message tells why nothing was saved ("No waveforms to save!", ...); files that fail do not
+/// stop the others. The outcome is logged: "Done: Saved ...", "Failed: Cancelled after ... files.".
 SaveAllResult saveAll(const SaveAllRequest& request);
 
 /// "BaseName - ItemName.ext" without characters that a file system could refuse and of bearable length;

@@ -1,7 +1,7 @@
 #pragma once
-// How every writer brings its bytes to the file: what fits the buffer is built whole and written with one write,
-// a larger file goes through the same buffer in blocks. Touching fresh memory costs more than any conversion of
-// samples, so the buffer is small enough to stay in the cache and is used again and again.
+// How every writer brings its bytes to the file: what fits the buffer is built whole and written with one
+// write, a larger file goes through the same buffer in blocks. Touching fresh memory costs more than any
+// conversion of samples, so the buffer is small enough to stay in the cache and is used again and again.
 #include <cstddef>
 #include <cstdint>
 #include <span>

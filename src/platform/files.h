@@ -1,6 +1,6 @@
 #pragma once
-// Files as the studio needs them: readers get a read-only view of the whole file and positioned reads that are
-// safe from several threads, writers a plain sequential file with a way to patch a header afterwards.
+// Files as the studio needs them: readers get a read-only view of the whole file and positioned reads that
+// are safe from several threads, writers a plain sequential file with a way to patch a header afterwards.
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
@@ -43,9 +43,9 @@ class InputFile {
   /// when the file ends before or the system reports an error.
   bool readAt(std::uint64_t offset, std::span<std::byte> out) const;
 
-  /// The whole file, mapped on first use and valid while this object lives; empty for an empty file. Meant for
-  /// headers and tables: pages that are touched count as the program's memory, so large sample data are read
-  /// with readAt. Empty with "Reading from file failed" set when the system cannot map it.
+  /// The whole file, mapped on first use and valid while this object lives; empty for an empty file. Meant
+  /// for headers and tables: pages that are touched count as the program's memory, so large sample data are
+  /// read with readAt. Empty with "Reading from file failed" set when the system cannot map it.
   Bytes bytes();
 
  private:
@@ -77,7 +77,8 @@ class OutputFile {
   /// Overwrites bytes that were written before; offset + data.size() must not exceed size().
   bool writeAt(std::uint64_t offset, Bytes data);
 
-  /// Appends `count` bytes of `source` from `offset`, inside the system where it can. Fails as readAt or write.
+  /// Appends `count` bytes of `source` from `offset`, inside the system where it can. Fails as readAt or
+  /// write.
   bool copyFrom(const InputFile& source, std::uint64_t offset, std::uint64_t count);
 
   /// Returns when the bytes are on the disk.
@@ -91,7 +92,7 @@ class OutputFile {
   std::uint64_t size_ = 0;
 };
 
-bool fileExists(const Path& path);    ///< Anything of that name, a dangling link included.
+bool fileExists(const Path& path);  ///< Anything of that name, a dangling link included.
 bool folderExists(const Path& path);
 std::optional<std::uint64_t> fileSize(const Path& path);
 /// Both paths lead to the same existing file, links and mounts considered.

@@ -1,7 +1,7 @@
 #pragma once
-// RIFF files: walking and building chunks, for the formats that share the container. A chunk is a four-character
-// id, a 32-bit little-endian length and a body; a body of odd length is followed by a pad byte that the length
-// does not count.
+// RIFF files: walking and building chunks, for the formats that share the container. A chunk is a
+// four-character id, a 32-bit little-endian length and a body; a body of odd length is followed by a pad byte
+// that the length does not count.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -13,14 +13,14 @@ namespace vemko::riff {
 
 struct Chunk {
   std::uint32_t id = 0;
-  std::uint64_t size = 0;     ///< As claimed.
-  std::uint64_t offset = 0;   ///< Of the body, within the list that is walked.
-  Bytes body;                 ///< What is there of it.
-  bool overruns = false;      ///< The list ends before the body does.
+  std::uint64_t size = 0;    ///< As claimed.
+  std::uint64_t offset = 0;  ///< Of the body, within the list that is walked.
+  Bytes body;                ///< What is there of it.
+  bool overruns = false;     ///< The list ends before the body does.
 };
 
-/// Walks the chunks of a list. Real files lack pad bytes: after a body of odd length the pad is skipped only when
-/// a chunk id, or the end, does not stand right there.
+/// Walks the chunks of a list. Real files lack pad bytes: after a body of odd length the pad is skipped only
+/// when a chunk id, or the end, does not stand right there.
 class ChunkWalker {
  public:
   explicit ChunkWalker(Bytes list) : list_(list) {}

@@ -16,8 +16,8 @@ inline constexpr io::CapabilityMask kCapabilities =
     io::encodingBit(SampleEncoding::Float32) | io::encodingBit(SampleEncoding::MuLaw) |
     io::encodingBit(SampleEncoding::ALaw) | io::kMono | io::kStereo;
 
-inline constexpr std::uint32_t kExtensible = 65534;     ///< Writer variant: extensible "fmt " body.
-inline constexpr std::uint32_t kBare = 0xFFFFFFFF;      ///< Writer variant: nothing after "data".
+inline constexpr std::uint32_t kExtensible = 65534;  ///< Writer variant: extensible "fmt " body.
+inline constexpr std::uint32_t kBare = 0xFFFFFFFF;   ///< Writer variant: nothing after "data".
 
 struct Options {
   bool noLoopOff = true;  ///< Loops that are off are not written to "smpl".
