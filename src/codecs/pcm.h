@@ -10,16 +10,18 @@
 
 namespace vemko {
 
-/// How single samples stand in a file.
+/// How single samples stand in a file. PCM of a width between the encodings is left-justified in its
+/// container and read as PCM of the container's width: 12 bits in two bytes are Pcm16, 20 in three Pcm24, 27
+/// in four Pcm32.
 struct PcmFormat {
   SampleEncoding encoding = SampleEncoding::Pcm16;  ///< Pcm8, 16, 24, 32, Float32, Float64, MuLaw, ALaw.
   bool bigEndian = false;
   bool signed8 = false;  ///< 8-bit PCM as signed bytes; otherwise unsigned with 128 as silence.
-  std::uint8_t container =
-      0;  ///< Bytes a sample takes when that is more than its width needs; 0: just enough.
+
+  friend bool operator==(const PcmFormat&, const PcmFormat&) = default;
 };
 
-/// Bytes of one sample.
+/// Bytes of one sample; 0 for an encoding that is none of the above.
 std::size_t bytesPerSample(const PcmFormat& format);
 
 /// Stored samples to floats, integers scaled by 1/2^(bits-1); stored.size() = floats.size() x bytesPerSample.

@@ -19,7 +19,6 @@ std::unique_ptr<SampleStream> withChannels(std::unique_ptr<SampleStream> stream,
 
 /// Appends all frames of the waveform with that many channels; exactly frames x channels x bytesPerSample
 /// bytes. Shows progress. False with the last error message set.
-bool writeSamples(const Waveform& waveform, const PcmFormat& format, std::uint8_t channels, OutputFile& file,
-                  BlockWriter& out);
+bool writeSamples(const Waveform& waveform, const PcmFormat& format, std::uint8_t channels, BlockWriter& out);
 
 }  // namespace vemko

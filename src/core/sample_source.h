@@ -27,7 +27,8 @@ class SampleStream {
 /// open from pin() on, so that it stays readable while a save renames or deletes the file of that name.
 class SourceFile {
  public:
-  /// The shared record of that path; it need not exist yet.
+  /// The shared record of that path; it need not exist yet. Once a record is pinned, the path may come to
+  /// mean another file and gets a new record.
   static std::shared_ptr<SourceFile> at(const Path& path);
 
   explicit SourceFile(Path path);
@@ -38,6 +39,7 @@ class SourceFile {
   std::shared_ptr<InputFile> open();
   /// Opens the file and keeps it open. Fails as open().
   bool pin();
+  bool isPinned() const;
   /// Pins the record of that path if some source reads from it; false when it is needed but cannot be opened.
   static bool pinIfUsed(const Path& path);
 
@@ -66,7 +68,10 @@ class SampleSource {
   virtual std::unique_ptr<SampleStream> open(std::uint64_t firstFrame = 0) const = 0;
 
   /// The file that is read, null for a source held in memory.
-  virtual const SourceFile* file() const { return nullptr; }
+  virtual const std::shared_ptr<SourceFile>& file() const {
+    static const std::shared_ptr<SourceFile> none;
+    return none;
+  }
 
   /// What a writer may copy instead of decoding; only encodings of a fixed number of bytes a frame.
   virtual std::optional<StoredSamples> stored() const { return std::nullopt; }

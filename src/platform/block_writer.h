@@ -4,8 +4,8 @@
 // conversion of samples, so the buffer is small enough to stay in the cache and is used again and again.
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
-#include <vector>
 
 #include "base/bytes.h"
 #include "platform/files.h"
@@ -23,6 +23,8 @@ class BlockWriter {
   /// Room for `count` bytes (at most kBlockBytes) that the caller fills before the next call; empty after a
   /// failed write.
   std::span<std::byte> reserve(std::size_t count);
+  /// Appends bytes of another file, without bringing them here where the system can do that.
+  bool copyFrom(const InputFile& source, std::uint64_t offset, std::uint64_t count);
   /// Writes what is pending.
   bool flush();
 
@@ -31,7 +33,7 @@ class BlockWriter {
 
  private:
   OutputFile& file_;
-  std::vector<std::byte> buffer_;
+  std::unique_ptr<std::byte[]> buffer_;  // kBlockBytes, made when first needed
   std::size_t used_ = 0;
   std::uint64_t written_ = 0;
   bool ok_ = true;
