@@ -28,7 +28,8 @@ class InputFile {
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
-  /// Fails with "Could not open file": it does not exist, is a folder, or may not be read.
+  /// Fails with "Could not open file": it does not exist, is a folder, may not be read, or is a pipe or
+  /// device of more than 1 GiB.
   bool open(const Path& path);
 
   const Path& path() const { return path_; }
@@ -49,6 +50,7 @@ class InputFile {
   Bytes bytes();
 
  private:
+  friend class OutputFile;  // copies between the system's own handles
   struct System;
   std::unique_ptr<System> system_;
   Path path_;
@@ -86,6 +88,8 @@ class OutputFile {
   bool close();
 
  private:
+  bool start(const Path& path, int how);
+
   struct System;
   std::unique_ptr<System> system_;
   Path path_;
@@ -98,9 +102,10 @@ std::optional<std::uint64_t> fileSize(const Path& path);
 /// Both paths lead to the same existing file, links and mounts considered.
 bool isSameFile(const Path& a, const Path& b);
 
-/// Removes the file; true also when there was none.
+/// Removes the file; true also when there was none. Fails with "Could not delete file".
 bool removeFile(const Path& path);
-/// Renames over an existing target in one step; a crash leaves the old or the new file under `to`.
+/// Renames over an existing target in one step; a crash leaves the old or the new file under `to`. Fails with
+/// "Could not rename file".
 bool replaceFile(const Path& from, const Path& to);
 /// Makes preceding creations and renames in the folder survive a power loss, where the system can.
 void flushFolder(const Path& folder);

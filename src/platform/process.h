@@ -10,6 +10,11 @@
 
 namespace vemko {
 
+/// To be called first in every program: a reader that has gone and a file-size limit become errors of the
+/// write concerned instead of ending the program, and files never take the numbers of closed standard
+/// streams.
+void prepareProcess();
+
 /// A running child whose standard input and output are pipes; standard error is shared with this process.
 class ChildProcess {
  public:
