@@ -40,7 +40,7 @@ class ChannelStream final : public SampleStream {
       if (to_ == 1) {
         float sum = 0;
         for (std::size_t i = 0; i < from_; ++i) sum += in[i];
-        out[0] = sum / from_;
+        out[0] = sum / static_cast<float>(from_);
       } else {
         for (std::size_t i = 0; i < to_; ++i) out[i] = from_ == 1 ? in[0] : i < from_ ? in[i] : 0.0f;
       }

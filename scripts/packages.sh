@@ -1,0 +1,37 @@
+# Sourced by ./run and ./test: what a bare Debian 12 lacks. Each list says what it is for.
+
+BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libtag1-dev zlib1g-dev libutfcpp-dev libsimpleini-dev libcli11-dev
+  nlohmann-json3-dev)
+RUN_PACKAGES=(shared-mime-info)
+# The tests compare our files with what independent programs make of them.
+TEST_PACKAGES=(libgtest-dev ccache sndfile-programs sox ffmpeg)
+
+say() { printf '%s\n' "$*" >&2; }
+
+# Installs those of the named packages that are missing; quick when there are none.
+install_missing() {
+  local missing=() name
+  for name in "$@"; do
+    [ "$(dpkg-query -W -f '${db:Status-Status}' "$name" 2>/dev/null)" = installed ] || missing+=("$name")
+  done
+  [ ${#missing[@]} -gt 0 ] || return 0
+  local root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || { say "These packages are missing, and neither root nor sudo is here: ${missing[*]}"; return 1; }
+    root=(sudo)
+  fi
+  say "Installing: ${missing[*]}"
+  local install=("${root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -q --no-install-recommends "${missing[@]}")
+  "${install[@]}" >&2 || { say "Refreshing the package lists"; "${root[@]}" apt-get update -q >&2 && "${install[@]}" >&2; }
+}
+
+# Builds a preset's target; prints the compiler's output only while there is something to do.
+build() {
+  local preset=$1; shift
+  [ -f "build/$preset/build.ninja" ] || { say "Configuring $preset"; cmake --preset "$preset" >&2; }
+  local plan
+  plan=$(ninja -C "build/$preset" -n "$@" 2>&1) || true
+  case "$plan" in *"no work to do"*) return 0 ;; esac
+  say "Building $preset"
+  cmake --build "build/$preset" --target "$@" >&2
+}
