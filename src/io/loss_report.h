@@ -18,6 +18,10 @@ struct Loss {
 /// The losses of saving this item with that row and these options, in a fixed order; empty when nothing is
 /// lost.
 std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options);
+/// "Samples: 24-bit precision ("Kick" and 2 more)".
 std::u16string lossText(const Loss& loss);
+
+/// Whether it is recorded which loop features the row holds; losses of these are not told otherwise.
+bool holdingsAreKnown(int row);
 
 }  // namespace vemko::io

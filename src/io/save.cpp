@@ -1,0 +1,133 @@
+#include "io/save.h"
+
+#include <algorithm>
+#include <new>
+#include <stdexcept>
+#include <utility>
+
+#include "base/last_error.h"
+#include "base/log.h"
+#include "base/progress.h"
+#include "base/text.h"
+#include "io/open.h"
+#include "io/save_steps.h"
+#include "io/save_target.h"
+
+namespace vemko::io {
+namespace {
+
+bool saving = false;
+RenderHooks hooks;
+
+struct SavingFlag {
+  SavingFlag() { saving = true; }
+  ~SavingFlag() { saving = false; }
+};
+
+// What a hostile item could make a writer throw ends here.
+bool callWriter(Item& item, OutputFile& file, int row, const SaveOptions& options) {
+  try {
+    return formatRow(row)->writer(item, file, options);
+  } catch (const std::bad_alloc&) {
+    return fail(u"Out of memory");
+  } catch (const std::length_error&) {
+    return fail(u"Out of memory");
+  }
+}
+
+// A file that replaces another one is brought to the disk; others are left to the system, which keeps the
+// conversion of thousands of small files fast.
+bool writeFile(Item& item, const SaveTarget& target, int row, const SaveOptions& options) {
+  showStatus(u"Writing: " + textOf(target.path()));
+  OutputFile file;
+  if (!file.create(target.path())) return false;
+  target.takeOverPermissions();
+  bool ok =
+      callWriter(item, file, row, options) && (!target.replacesFile() || file.flushToDisk()) && file.close();
+  if (!ok) {
+    const std::u16string message = lastError();
+    file.close();
+    setLastError(message);
+    target.removePartialFile();
+  }
+  return ok;
+}
+
+bool save(Item* item, int row, const Path& path, const SaveOptions& options, bool tidy) {
+  WaitCursor wait;
+  SavingFlag flag;
+  PreparedItem prepared;
+  if (!prepareItem(item, row, options, tidy, prepared)) return false;
+  SaveTarget target(path);
+  if (!target.pinSources(prepared.item->collection()) || !target.setAside()) return false;
+  const bool ok = writeFile(*prepared.item, target, row, options);
+  if (ok)
+    target.finish();
+  else
+    target.restore();
+  return ok;
+}
+
+void takeOverFile(Item& item, const Path& path, int row) {
+  if (item.kind() != ItemKind::Collection) return;
+  Collection& collection = item.collection();
+  collection.file = path;
+  collection.setText(TextProperty::SourceFile, textOf(path));
+  collection.formatRow = row;
+}
+
+}  // namespace
+
+bool isSaving() { return saving; }
+void setRenderHooks(RenderHooks newHooks) { hooks = std::move(newHooks); }
+const RenderHooks& renderHooks() { return hooks; }
+
+SaveOptions saveOptionsFor(int row, CapabilityMask requested) {
+  const FormatEntry* entry = formatRow(row);
+  return {.requested = requested, .variant = entry ? entry->variant : 0};
+}
+
+bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options) {
+  return save(item, row, path, options, true);
+}
+
+bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy) {
+  if (report) showStatus(u"Saving");
+  const bool ok = save(item, row, path, options, tidy);
+  if (ok)
+    takeOverFile(*item, path, row);
+  else
+    showStatus(u"Failed to Save.");
+  if (ok && report) logInfo(u"Saved: " + textOf(path) + u" (" + sizeText(fileSize(path).value_or(0)) + u")");
+  if (report) noteRecentFile(path);
+  return ok;
+}
+
+bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report) {
+  return saveReported(item, path, row, options, report, true);
+}
+
+std::u16string sizeText(std::uint64_t bytes) {
+  auto text = [](std::uint64_t number, const char* unit) {
+    return toUtf16(formatted("%llu %s", static_cast<unsigned long long>(number), unit));
+  };
+  if (bytes < 1024) return text(bytes, "Bytes");
+  auto inThousands = [](std::uint64_t number) { return number / 1024 + (number % 1024 >= 512 ? 1 : 0); };
+  const std::uint64_t kiloBytes = inThousands(bytes);
+  return kiloBytes < 1024 ? text(kiloBytes, "KB") : text(inThousands(kiloBytes), "MB");
+}
+
+std::vector<std::u16string> channelFormats(CapabilityMask capabilities,
+                                           std::span<Waveform* const> waveforms) {
+  if ((capabilities & (kMono | kStereo | kLinkedStereo)) == 0) return {u"N/A"};
+  auto allHave = [waveforms](std::uint8_t channels) {
+    return std::ranges::all_of(waveforms, [=](const Waveform* wave) { return wave->channels == channels; });
+  };
+  std::u16string_view found = allHave(1) ? u"Mono" : allHave(2) ? u"Stereo" : u"mixed";
+  std::vector<std::u16string> entries = {u"Auto <" + std::u16string(found) + u">"};
+  if (capabilities & kMono) entries.emplace_back(u"Mono");
+  if (capabilities & (kStereo | kLinkedStereo)) entries.emplace_back(u"Stereo");
+  return entries;
+}
+
+}  // namespace vemko::io

@@ -1,0 +1,40 @@
+#pragma once
+// The file that a save replaces or creates.
+#include <filesystem>
+#include <optional>
+
+#include "core/collection.h"
+#include "platform/files.h"
+
+namespace vemko::io {
+
+class SaveTarget {
+ public:
+  explicit SaveTarget(const Path& path);
+
+  /// Where the bytes go, links followed.
+  const Path& path() const { return path_; }
+  bool replacesFile() const { return oldPermissions_.has_value(); }
+
+  /// Keeps the samples readable that come from the file to be replaced, by whatever name its collection
+  /// knows it. Fails with "Could not open file".
+  bool pinSources(const Collection& collection) const;
+  /// Renames the existing file, if there is one, to its backup name. Fails with "Could not create file".
+  bool setAside();
+  /// Gives the new file the permissions of the one that it replaces.
+  void takeOverPermissions() const;
+  /// Deletes what was written; a device or folder stays.
+  void removePartialFile() const;
+  /// Moves the backup back. The last error message stays.
+  void restore();
+  /// The new file is complete and on the disk: its name is made lasting, then the backup goes.
+  void finish();
+
+ private:
+  Path path_;
+  bool isSpecial_ = false;  // a device, a pipe, a folder
+  std::optional<std::filesystem::perms> oldPermissions_;
+  Path backup_;  // empty when nothing was set aside
+};
+
+}  // namespace vemko::io
