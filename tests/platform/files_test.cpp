@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "platform/process.h"
+#include "settings_folder.h"
 #include "support.h"
 
 namespace vemko {
@@ -272,20 +273,18 @@ TEST(Paths, OfTheProgramAndItsSettings) {
   struct Case {
     const char *config, *home, *expected;
   };
-  const std::string oldConfig = std::getenv("XDG_CONFIG_HOME") ? std::getenv("XDG_CONFIG_HOME") : "";
-  const std::string oldHome = std::getenv("HOME") ? std::getenv("HOME") : "";
   for (const Case& c : {Case{"/c", "/h", "/c/vemko-studio"},
                         {"", "/h", "/h/.config/vemko-studio"},
-                        {"relative", "/h", "/h/.config/vemko-studio"}}) {
-    ::setenv("XDG_CONFIG_HOME", c.config, 1);
-    ::setenv("HOME", c.home, 1);
-    EXPECT_EQ(settingsFolder(), c.expected);
+                        {nullptr, "/h", "/h/.config/vemko-studio"},
+                        {"relative", "/h", "/h/.config/vemko-studio"},
+                        {nullptr, nullptr, nullptr}}) {
+    test::EnvironmentVariable config("XDG_CONFIG_HOME", c.config), home("HOME", c.home);
+    if (c.expected != nullptr) {
+      EXPECT_EQ(settingsFolder(), c.expected);
+    } else {
+      EXPECT_TRUE(settingsFolder().is_absolute());
+    }
   }
-  ::unsetenv("XDG_CONFIG_HOME");
-  ::unsetenv("HOME");
-  EXPECT_TRUE(settingsFolder().is_absolute());
-  ::setenv("HOME", oldHome.c_str(), 1);
-  if (!oldConfig.empty()) ::setenv("XDG_CONFIG_HOME", oldConfig.c_str(), 1);
 }
 
 }  // namespace
