@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <string>
 
 #include "io/registry.h"
@@ -10,8 +11,11 @@ struct Detection {
   int confidence = 0;  ///< Percent; 0 when the catch-all row wins.
 };
 
+/// At most this many leading bytes of a file are shown to the probes.
+inline constexpr std::size_t kHeadBytes = 32768;
+
 /// Scores the head of the file against every reading row. The file's position does not change.
-Detection detect(const Path& path, InputFile& file);
+Detection detect(const Path& path, const InputFile& file, FormatRows rows = formatTable());
 
 struct FileDescription {
   std::u16string text;
@@ -19,6 +23,6 @@ struct FileDescription {
 };
 /// For file lists: the winning row's description, else the operating system's, else "Unknown file type";
 /// empty when the file cannot be opened.
-FileDescription describeFile(const Path& path);
+FileDescription describeFile(const Path& path, FormatRows rows = formatTable());
 
 }  // namespace vemko::io

@@ -38,7 +38,7 @@ FixupOptions& fixupOptions();
 
 /// Runs the steps that are switched on and whose kinds lie within `kinds`. A step that fails is logged and
 /// the pass goes on: a tidy-up never costs the user the file.
-void fixUp(Collection& collection, KindMask kinds, bool showProgress);
+void fixUp(Collection& collection, KindMask kinds, bool withProgress);
 inline constexpr KindMask kAllKinds = 0xFF;
 
 // The steps, each with the rule it follows at its definition.

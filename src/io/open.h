@@ -4,6 +4,7 @@
 #include <string>
 
 #include "core/collection.h"
+#include "io/registry.h"
 
 namespace vemko::io {
 
@@ -13,12 +14,16 @@ enum class OpenMode { Replace, Merge, Cancel };
 bool isBusy();
 
 /// Detects, reads and fixes up one file. On failure the last error message is set and the collection keeps
-/// what the reader added so far.
-bool openFile(Collection& collection, const Path& path, bool allowRawImport);
+/// what the reader added so far; a reader that adds nothing fails with "Empty collection". The process's
+/// current folder stays as it is: references in the file are resolved against its own folder
+/// (locateMissingFile), and paths given later keep their meaning.
+bool openFile(Collection& collection, const Path& path, bool allowRawImport, FormatRows rows = formatTable());
 
 /// openFile with raw import allowed, into the cleared collection or merged with it, with the status line, and
-/// with `report` a line in the log and an entry in the recent files.
-bool openWithMode(Collection& collection, const Path& path, OpenMode mode, bool report);
+/// with `report` a line in the log and an entry in the recent files. What a failing reader added is merged
+/// too. Cancel does nothing and gives false without a message.
+bool openWithMode(Collection& collection, const Path& path, OpenMode mode, bool report,
+                  FormatRows rows = formatTable());
 
 /// Replace, without asking, when the collection holds no waveforms and no instruments.
 OpenMode askOpenMode(const Collection& collection);

@@ -11,9 +11,11 @@ struct SampleLayout {
   std::uint8_t channels = 1;
 };
 
-/// What the options ask for, where the row has it; else the waveform's own encoding; else the narrowest one
-/// of the row that holds the waveform without loss; else the row's widest. Channels stay unless kMono or
-/// kStereo alone is asked for, or the row has only mono; more than two stay more than two.
+/// The encoding: what the options ask for, where the row has it; else the waveform's own; else the narrowest
+/// one of the row that holds the waveform without loss; else the row's richest. A waveform's own encoding is
+/// that of its intact source, else what its source-format code says, else 32-bit float, as in memory.
+/// Channels stay, also more than two, unless kMono or kStereo alone is asked for and the row has it, or the
+/// row has only one of these layouts.
 SampleLayout chooseLayout(const Waveform& waveform, const SaveOptions& options, CapabilityMask capabilities);
 
 }  // namespace vemko::io

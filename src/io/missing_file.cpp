@@ -1,0 +1,189 @@
+#include "io/missing_file.h"
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "base/text.h"
+#include "io/decisions.h"
+
+namespace vemko::io {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int kSearchDepth = 4;
+constexpr std::size_t kSearchEntries = 50000;
+
+/// A folder's entries by their names in lower case.
+struct Listing {
+  std::unordered_map<std::u16string, Path> files;
+  std::map<std::u16string, Path> folders;
+};
+
+/// What the references of one opening have brought to light.
+struct Search {
+  std::unordered_map<Path::string_type, Listing> listings;
+  /// Of each referencing folder: the files below its sub-folders, the nearest one of each name.
+  std::unordered_map<Path::string_type, std::unordered_map<std::u16string, Path>> subfolders;
+  Path lastFolder;
+  bool cancelled = false;
+};
+Search search;
+
+std::u16string folded(std::u16string_view text) {
+  std::u16string result(text);
+  std::ranges::transform(result, result.begin(), foldCase);
+  return result;
+}
+
+bool isFile(const Path& path) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  return fs::exists(status) && !fs::is_directory(status);
+}
+
+Listing listFolder(const Path& folder) {
+  Listing listing;
+  std::error_code error;
+  for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
+    std::error_code unknown;
+    const std::u16string name = folded(textOf(at->path().filename()));
+    if (at->is_directory(unknown))
+      listing.folders.emplace(name, at->path());
+    else
+      listing.files.emplace(name, at->path());
+  }
+  return listing;
+}
+
+const Listing& listingOf(const Path& folder) {
+  auto [entry, isNew] = search.listings.try_emplace(folder.native());
+  if (isNew) entry->second = listFolder(folder);
+  return entry->second;
+}
+
+/// The parts of a path between slashes of either kind.
+std::vector<std::u16string_view> partsOf(std::u16string_view stored) {
+  std::vector<std::u16string_view> parts;
+  while (!stored.empty()) {
+    const std::size_t slash = std::min(stored.find_first_of(u"/\\"), stored.size());
+    if (slash > 0) parts.push_back(stored.substr(0, slash));
+    stored.remove_prefix(std::min(slash + 1, stored.size()));
+  }
+  return parts;
+}
+
+/// The file that the parts lead to from `base`, with case ignored.
+std::optional<Path> findIgnoringCase(const Path& base, std::span<const std::u16string_view> parts) {
+  Path at = base;
+  for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
+    if (parts[i] == u"." || parts[i] == u"..") {
+      at /= pathOf(parts[i]);
+      continue;
+    }
+    const Listing& listing = listingOf(at);
+    const auto found = listing.folders.find(folded(parts[i]));
+    if (found == listing.folders.end()) return std::nullopt;
+    at = found->second;
+  }
+  const Listing& listing = listingOf(at);
+  const auto found = listing.files.find(folded(parts.back()));
+  if (found == listing.files.end() || !isFile(found->second)) return std::nullopt;
+  return found->second;
+}
+
+/// The files in all sub-folders of `folder`; of several of one name that of the folder met first, level by
+/// level and in the order of the folders' names. Links to folders are not followed.
+std::unordered_map<std::u16string, Path> indexSubfolders(const Path& folder) {
+  std::unordered_map<std::u16string, Path> files;
+  std::vector<Path> level{folder};
+  std::size_t entries = 0;
+  for (int depth = 0; depth < kSearchDepth && !level.empty(); ++depth) {
+    std::vector<Path> below;
+    for (const Path& parent : level) {
+      for (const auto& [name, path] : listingOf(parent).folders) {
+        std::error_code error;
+        if (entries >= kSearchEntries) return files;
+        if (fs::is_symlink(path, error)) continue;
+        const Listing& listing = listingOf(path);
+        entries += listing.files.size() + listing.folders.size() + 1;
+        files.insert(listing.files.begin(), listing.files.end());
+        below.push_back(path);
+      }
+    }
+    level = std::move(below);
+  }
+  return files;
+}
+
+std::optional<Path> findInSubfolders(const Path& folder, std::u16string_view fileName) {
+  auto [entry, isNew] = search.subfolders.try_emplace(folder.native());
+  if (isNew) entry->second = indexSubfolders(folder);
+  const auto found = entry->second.find(folded(fileName));
+  if (found == entry->second.end() || !isFile(found->second)) return std::nullopt;
+  return found->second;
+}
+
+std::optional<Path> askUser(std::u16string_view stored) {
+  if (search.cancelled) return std::nullopt;
+  auto chosen = locateFile(u"Please locate the missing file:", stored);
+  search.cancelled = !chosen;
+  return chosen && isFile(*chosen) ? chosen : std::nullopt;
+}
+
+/// Where the parts of the stored path start from: the root of an absolute path, else the folder.
+Path baseOf(std::u16string_view stored, const Path& folder) {
+  std::u16string slashed(stored);
+  std::ranges::replace(slashed, u'\\', u'/');
+  const Path path = pathOf(slashed);
+  return path.is_absolute() ? path.root_path() : folder;
+}
+
+/// The file name at the end of a stored path; empty when it ends in none.
+std::u16string_view fileNameOf(std::u16string_view stored) {
+  const auto parts = partsOf(stored);
+  std::u16string_view name = parts.empty() ? std::u16string_view() : parts.back();
+  if (name.size() > 2 && name[1] == u':') name.remove_prefix(2);  // "C:a.wav"
+  return name == u"." || name == u".." ? std::u16string_view() : name;
+}
+
+/// As the reference says, or at least in the folder.
+std::optional<Path> findInPlace(std::u16string_view stored, std::u16string_view name, const Path& folder) {
+  std::vector<std::u16string_view> parts = partsOf(stored);
+  const Path base = baseOf(stored, folder);
+  if (base.has_root_name() && base != folder) parts.erase(parts.begin());
+  Path joined = base;
+  for (std::u16string_view part : parts) joined /= pathOf(part);
+  for (const Path& path : {folder / pathOf(stored), joined, folder / pathOf(name)})
+    if (isFile(path)) return path;
+  if (auto found = findIgnoringCase(base, parts)) return found;
+  return findIgnoringCase(folder, {&name, 1});
+}
+
+std::optional<Path> findElsewhere(std::u16string_view name, const Path& folder) {
+  if (!search.lastFolder.empty())
+    if (auto found = findIgnoringCase(search.lastFolder, {&name, 1})) return found;
+  return findInSubfolders(folder, name);
+}
+
+}  // namespace
+
+std::optional<Path> locateMissingFile(std::u16string_view stored, const Path& folder) {
+  stored = trimmed(stored);
+  const std::u16string_view name = fileNameOf(stored);
+  if (name.empty() || stored.find(u'\0') != stored.npos) return std::nullopt;
+  const Path from = folder.empty() ? Path(".") : folder;
+  if (auto found = findInPlace(stored, name, from)) return found;
+  auto found = findElsewhere(name, from);
+  if (!found) found = askUser(stored);
+  if (found) search.lastFolder = found->parent_path();
+  return found;
+}
+
+void resetMissingFileSearch() { search = {}; }
+
+}  // namespace vemko::io
