@@ -1,8 +1,9 @@
 #pragma once
 // The tree of items and the kinds it is made of.
 #include <array>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -20,9 +21,11 @@ namespace vemko {
 struct Synth final : Item {
   explicit Synth(Collection& collection) : Item(collection) {}
   std::uint32_t mode = 2;  ///< 0 and 1 have a settings block of their own, 2 has none.
+  /// Little-endian. Mode 0: number of voices (32 bits), master volume in dB (float). Mode 1: the same, then
+  /// the levels 0..1 of the reverb and the chorus send (floats).
   std::vector<std::byte> settings;
 
-  /// Takes the given block, or writes the mode's defaults when it is empty.
+  /// Takes the given block, or writes the mode's defaults when it is empty. Modes above 1 have no block.
   void setMode(std::uint32_t newMode, Bytes block);
   ItemKind kind() const override { return ItemKind::Synth; }
   std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
@@ -71,6 +74,7 @@ struct Region final : Item {
 };
 
 /// What a region plays of its waveform: its own section, else the waveform's, within the waveform's length.
+/// A section of its own with the end 0 runs to the end of the data. Nothing ({0, 0}) without a waveform.
 PlaySection effectivePlaySection(const Region& region);
 /// The region's root key, else its waveform's, else 60.
 int effectiveRootKey(const Region& region);
@@ -150,17 +154,24 @@ class Collection final : public Item {
   /// The file it was read from or last saved to; also held as the text SourceFile.
   Path file;
 
-  /// Takes the item over under the requested serial of its kind, or a new one.
+  /// Takes the item over under the requested serial of its kind, or a new one: the next after the last that
+  /// any collection issued for the kind, wrapping at 2^28 and skipping those in use here. A requested serial
+  /// that is in use here is logged and gives way to a new one, so that no item is lost; look at the id of
+  /// what comes back.
   Item& add(std::unique_ptr<Item> item, ItemSerial serial = kNewSerial);
   Item* find(ItemId id) const;
   template <class T>
   T* find(ItemId id) const {
     return dynamic_cast<T*>(find(id));
   }
-  /// Takes the item out of its parent's child list and the collection; children stay, without a parent.
+  /// Takes the item out of its parent's child list and the collection. Its children stay, without a parent;
+  /// what comes back has neither a parent nor children.
   std::unique_ptr<Item> take(Item& item);
-  /// take() and destroy, with everything below the item. Waveforms stay.
+  /// Destroys the item and everything below it. Waveforms stay.
   void remove(Item& item);
+  /// The same for many items, in linear time also when they share a parent.
+  void remove(std::span<Item* const> items);
+  /// Back to a new collection: no items, no texts, no file.
   void clear();
 
   std::size_t count(ItemKind kind) const { return counts_[static_cast<std::size_t>(kind)]; }
@@ -171,16 +182,41 @@ class Collection final : public Item {
   template <class T>
   std::vector<T*> all() const;
   std::vector<Item*> allOf(ItemKind kind) const;
-  /// The new order of a kind's enumeration: exactly its items, each once.
+  /// The new order of a kind's enumeration: exactly its items, each once. Anything else changes nothing. Not
+  /// to be called while the kind is being enumerated.
   void reorder(ItemKind kind, std::span<Item* const> order);
 
-  /// Moves all items of `other` here. Ids that are taken get new serials, and every reference follows.
+  /// Moves all items of `other` here. Ids that are taken get new serials, and every reference follows; a
+  /// reference that led nowhere still does. `other` is left empty, its texts and file as they were.
   void absorb(Collection& other);
 
  private:
+  friend class Snapshot;
+
+  struct Place {
+    std::uint64_t rank;
+    Item* item;  // null where an item was removed
+  };
+  // Keeps places from being moved while somebody walks over them.
+  struct Walk {
+    explicit Walk(std::atomic<int>& walks) : walks_(walks) { ++walks_; }
+    ~Walk() { --walks_; }
+    Walk(const Walk&) = delete;
+    std::atomic<int>& walks_;
+  };
+
+  std::vector<Place>& placesOf(ItemKind kind) { return places_[static_cast<std::size_t>(kind)]; }
+  Place& placeOf(const Item& item);
+  void insert(std::unique_ptr<Item> item, ItemId id, std::uint64_t rank);
+  std::unique_ptr<Item> extract(Item& item);
+  using Removed = std::vector<std::unique_ptr<Item>>;
+  void extractBelow(Removed& removed);
+
   std::unordered_map<ItemId, std::unique_ptr<Item>> items_;
-  std::array<std::vector<Item*>, kItemKindCount> order_;  // null where an item was removed
+  std::array<std::vector<Place>, kItemKindCount> places_;  // ascending by rank
   std::array<std::size_t, kItemKindCount> counts_{};
+  std::uint64_t nextRank_ = 0;
+  mutable std::atomic<int> walks_ = 0;
 };
 
 template <class T>
@@ -202,9 +238,10 @@ inline constexpr ItemKind kKindOf<Song> = ItemKind::Song;
 
 template <class T, class Visit>
 void Collection::forEach(Visit visit) const {
-  const auto& list = order_[static_cast<std::size_t>(kKindOf<T>)];
-  for (std::size_t i = 0, end = list.size(); i < end; ++i)
-    if (list[i]) visit(static_cast<T&>(*list[i]));
+  const auto& places = places_[static_cast<std::size_t>(kKindOf<T>)];
+  Walk walk(walks_);
+  for (std::size_t i = 0, end = places.size(); i < end; ++i)
+    if (places[i].item) visit(static_cast<T&>(*places[i].item));
 }
 
 template <class T>
@@ -228,20 +265,25 @@ Track& createTrack(Song& song, std::u16string_view name, ItemSerial serial = kNe
 struct RegionRequest {
   ItemSerial serial = kNewSerial;
   ItemSerial waveform = kNoWaveform;
-  MidiRange keys{255, 255};  ///< Taken only when both bounds are below 255.
+  MidiRange keys{255, 255};  ///< Taken, with bounds of at most 127, only when both are below 255.
   MidiRange velocities{255, 255};
   std::uint8_t rootKey = Region::kNotSet;
 };
 Region& createRegion(Layer& layer, std::u16string_view name, const RegionRequest& request = {});
 
+/// Makes `child` the last child of `parent`, out of the list that held it before.
+void attach(Item& parent, Item& child);
+
 /// The registered copy of an item and of everything below it, under new serials. A region's copy plays the
-/// same waveform id. A user's copy is named "Copy of ..." at its top.
+/// same waveform id; a waveform's copy has record ids of its own and is not paired. A user's copy is named
+/// "Copy of ..." at its top. The top has no parent yet. The copy of a collection is `target` with copies of
+/// its items absorbed.
 Item& copyItem(const Item& source, Collection& target, bool withData = true, bool namedAsCopy = false);
 
 /// Every waveform that the item plays: itself, those of its regions, or all of a collection; each once.
 std::vector<Waveform*> waveformsOf(const Item& item);
 
-/// The regions below an instrument or layer, or of the whole collection, in tree order.
+/// The regions below an instrument or layer, or of the whole collection, in tree order; a region itself.
 std::vector<Region*> regionsOf(const Item& item);
 
 /// The four lines of the collection-information dialog: instruments, waveforms, synths, songs.

@@ -90,7 +90,7 @@ class Item {
   /// Empty when not set; for the Image, see image().
   const std::u16string& text(TextProperty property) const;
   /// Trims characters of code 32 and below at both ends; what is empty then is cleared. `length` below 0
-  /// means up to the terminating zero.
+  /// means up to the terminating zero. The Image is no text and is left alone.
   void setText(TextProperty property, std::u16string_view text);
   void setText(TextProperty property, const char16_t* text, int length);
   void setName(std::u16string_view name) { setText(TextProperty::Name, name); }
@@ -113,15 +113,21 @@ class Item {
 
  protected:
   explicit Item(Collection& collection) : collection_(&collection) {}
-  /// Everything but the owner.
-  Item(Collection& target, const Item& source);
+  Item(const Item&) = default;
+  /// The clone() of kinds whose fields copy as they are.
+  template <class T>
+  static std::unique_ptr<Item> cloneOf(const T& source, Collection& target) {
+    auto copy = std::make_unique<T>(source);
+    static_cast<Item&>(*copy).collection_ = &target;
+    return copy;
+  }
 
  private:
   friend class Collection;
 
   ItemId id_ = kNoItem;
   Collection* collection_;
-  std::size_t place_ = 0;  // in the Collection's list of its kind
+  std::uint64_t rank_ = 0;  // its place in the enumeration of its kind: the lower comes first
   std::u16string name_;
   std::vector<std::pair<TextProperty, std::u16string>> texts_;  // those that are set, without the name
   std::shared_ptr<const std::vector<std::byte>> image_;         // shared by copies and snapshots

@@ -2,9 +2,11 @@
 // Loops, sections and markers of a waveform.
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
+#include <vector>
 
 namespace vemko {
 
@@ -58,26 +60,47 @@ struct LoopDescriptor {
 
 /// Adds loops to one waveform by the rules that all readers share: positions are kept in hundredths of a
 /// frame, a new main loop replaces the present one in place, a section marker of the same span becomes the
-/// loop, and of two records of one name the older gets " 1" appended and the newer " 2". Keeps an index of
-/// the records, so that adding hundreds of thousands stays linear; nobody else may change the records
-/// meanwhile.
+/// loop, and of two records of one name the older gets " 1" appended and the newer " 2". A marker that
+/// becomes a loop keeps its id and, unless the loop has a name of its own, its name; it becomes the main loop
+/// where an appended loop would. Keeps an index of the records, so that adding hundreds of thousands stays
+/// linear; nobody else may change the records meanwhile.
 class LoopAdder {
  public:
   explicit LoopAdder(Waveform& waveform);
 
   /// `name` may be empty: "Main Loop" for a main loop, "Alt Loop" otherwise. With `mergeDuplicates` an equal
-  /// loop is not added again. Returns the id of the record that now holds the loop.
+  /// loop is not added again. Returns the id of the record that now holds the loop. Positions outside the
+  /// frame numbers of 32 bits are moved to their ends; what is no number counts as 0.
   std::uint32_t add(const LoopDescriptor& loop, std::u16string_view name, bool isMain, bool mergeDuplicates);
   /// Appends a section or position marker as it is, with a new id.
   std::uint32_t addMarker(LoopRecord record);
 
  private:
-  void index(std::size_t at);
-  void resolveNameClash(std::size_t at);
+  // What loops of one kind share: for a loop its span and all its loop fields, for a section marker its span.
+  struct Shape {
+    std::uint64_t span;
+    std::uint64_t fields;
+    friend bool operator==(const Shape&, const Shape&) = default;
+  };
+  struct ShapeHash {
+    std::size_t operator()(const Shape& shape) const;
+  };
+  // Positions in the list, the lowest on top; those whose record has changed since are dropped when met.
+  using Positions = std::vector<std::size_t>;
+
+  static Shape shapeOf(const LoopRecord& record);
+  void indexShape(std::size_t at);
+  void indexName(std::size_t at);
+  std::optional<std::size_t> firstOfShape(const Shape& shape);
+  std::optional<std::size_t> firstNamed(const std::u16string& name);
+  std::uint32_t append(LoopRecord record);
+  void replace(std::size_t at, LoopRecord record);
+  std::u16string withoutClash(std::u16string name);
 
   Waveform& waveform_;
-  std::unordered_multimap<std::uint64_t, std::size_t> bySpan_;  // start and end frame -> position in the list
-  std::unordered_multimap<std::u16string, std::size_t> byName_;
+  std::optional<std::size_t> mainLoop_;
+  std::unordered_map<Shape, Positions, ShapeHash> byShape_;
+  std::unordered_map<std::u16string, Positions> byName_;
 };
 
 }  // namespace vemko

@@ -31,9 +31,9 @@ struct Parameter {
   std::u16string_view name;         ///< Empty for a reserved slot.
   std::u16string_view description;  ///< May be empty.
 
-  bool reserved() const { return name.empty(); }
+  constexpr bool reserved() const { return name.empty(); }
   /// The number shown to the user: 1-based.
-  int number() const { return slot + 1; }
+  constexpr int number() const { return slot + 1; }
 };
 
 /// All 208 rows; row n describes slot n.
