@@ -1,0 +1,100 @@
+#include "platform/process.h"
+
+#include "support.h"
+
+namespace vemko {
+namespace {
+
+const Path kShell = "/bin/sh";
+
+TEST(ChildProcess, TalksInLines) {
+  ChildProcess child;
+  ASSERT_TRUE(
+      child.start(kShell, {"-c", "while read line; do echo \"$1 $line\"; done; printf last", "sh", "got it"}))
+      << toUtf8(lastError());
+  EXPECT_TRUE(child.running());
+  for (std::string line : {"one", "zwei ü", ""}) {
+    EXPECT_TRUE(child.writeLine(line));
+    EXPECT_EQ(child.readLine(), "got it " + line);
+  }
+  EXPECT_TRUE(child.writeLine("a") && child.writeLine("b"));
+  EXPECT_EQ(child.readLine(), "got it a");
+  EXPECT_EQ(child.readLine(), "got it b");
+  EXPECT_EQ(child.finish(), 0);
+  EXPECT_FALSE(child.running() || child.writeLine("x") || child.readLine());
+}
+
+TEST(ChildProcess, ReadsLongLinesAndAnUnfinishedOne) {
+  ChildProcess child;
+  ASSERT_TRUE(child.start(kShell, {"-c", "head -c 1000000 /dev/zero | tr '\\0' x; echo; echo; printf end"}));
+  EXPECT_EQ(child.readLine(), std::string(1000000, 'x'));
+  EXPECT_EQ(child.readLine(), "");
+  EXPECT_EQ(child.readLine(), "end");
+  EXPECT_EQ(child.readLine(), std::nullopt);
+  EXPECT_EQ(child.finish(), 0);
+}
+
+TEST(ChildProcess, TellsHowItEnded) {
+  struct Case {
+    const char* name;
+    const char* script;
+    int status;
+  };
+  for (const Case& c :
+       {Case{"success", "exit 0", 0}, Case{"failure", "exit 7", 7}, Case{"signal", "kill -KILL $$", -1},
+        Case{"a signal that this process ignores", "kill -PIPE $$; exit 3", -1},
+        Case{"much unread output", "head -c 1000000 /dev/zero; exit 5", 5}}) {
+    SCOPED_TRACE(c.name);
+    ChildProcess child;
+    ASSERT_TRUE(child.start(kShell, {"-c", c.script})) << toUtf8(lastError());
+    EXPECT_EQ(child.finish(), c.status);
+    EXPECT_EQ(child.finish(), c.status);
+    EXPECT_FALSE(child.running());
+  }
+  ChildProcess none;
+  EXPECT_FALSE(none.start("/no/such/program", {}));
+  EXPECT_EQ(lastError(), u"Could not start program");
+  EXPECT_EQ(none.finish(), -1);
+  none.kill();
+}
+
+TEST(ChildProcess, CanBeGoneBeforeItIsWrittenTo) {
+  ChildProcess child;
+  ASSERT_TRUE(child.start(kShell, {"-c", "exec sleep 100"}));
+  child.kill();
+  EXPECT_EQ(child.readLine(), std::nullopt);
+  EXPECT_FALSE(child.writeLine("x"));
+  EXPECT_EQ(child.finish(), -1);
+}
+
+// A sibling that held the other's pipe open would keep it from ending.
+TEST(ChildProcess, SharesNoPipesWithItsSiblings) {
+  std::vector<ChildProcess> children(3);
+  for (ChildProcess& child : children) ASSERT_TRUE(child.start("/bin/cat", {}));
+  ChildProcess moved = std::move(children[0]);
+  EXPECT_EQ(moved.finish(), 0);
+  EXPECT_TRUE(children[1].running() && children[2].running());
+  EXPECT_EQ(children[1].finish(), 0);
+}
+
+TEST(ChildProcess, WaitsForWhoeverIsFirst) {
+  ChildProcess half, quick, silent;
+  ASSERT_TRUE(half.start(kShell, {"-c", "printf 'first '; read go; echo second; read go"}));
+  ASSERT_TRUE(quick.start(kShell, {"-c", "sleep 0.2; echo a; echo b; read go"}));
+  ASSERT_TRUE(silent.start(kShell, {"-c", "read go"}));
+  const std::vector<ChildProcess*> all = {&half, &quick, &silent};
+  for (const char* line : {"a", "b"}) {
+    ASSERT_EQ(ChildProcess::waitForAny(all), 1u);
+    EXPECT_EQ(quick.readLine(), line);
+  }
+  half.writeLine("go");
+  ASSERT_EQ(ChildProcess::waitForAny(all), 0u);
+  EXPECT_EQ(half.readLine(), "first second");
+  silent.kill();
+  ASSERT_EQ(ChildProcess::waitForAny(all), 2u);
+  EXPECT_EQ(silent.readLine(), std::nullopt);
+  EXPECT_EQ(ChildProcess::waitForAny(all), 2u) << "it stays at its end";
+}
+
+}  // namespace
+}  // namespace vemko
