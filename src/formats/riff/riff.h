@@ -26,10 +26,9 @@ class ChunkWalker {
   explicit ChunkWalker(Bytes list) : list_(list) {}
   /// False when fewer than 8 bytes remain.
   bool next(Chunk& chunk);
-  /// Of the next chunk's header.
-  std::uint64_t position() const { return position_; }
-  /// Continues elsewhere, for a chunk whose size stands outside its header.
-  void seek(std::uint64_t position) { position_ = position; }
+  /// Continues behind a body, for a chunk whose size stands outside its header; the body must lie within the
+  /// list.
+  void seekBehind(std::uint64_t offset, std::uint64_t size);
 
  private:
   Bytes list_;
@@ -39,6 +38,9 @@ class ChunkWalker {
 /// The list type of a LIST body and the bytes behind it; 0 when the body is too short.
 std::uint32_t listType(Bytes body);
 Bytes listContents(Bytes body);
+
+/// The four characters for a log line; "?" for those that cannot be shown.
+std::u16string idText(std::uint32_t id);
 
 /// Builds nested chunks; open chunks are closed in reverse order and get their length and pad byte then.
 class ChunkBuilder {

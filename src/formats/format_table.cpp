@@ -1,0 +1,28 @@
+#include "formats/audio/raw.h"
+#include "formats/wave/wave.h"
+#include "io/registry.h"
+
+namespace vemko::io {
+namespace {
+
+constexpr KindMask kWaveform = kindBit(ItemKind::Waveform);
+
+// clang-format off
+// In the order of extensions, the catch-all first; of several readers that fit equally well the first one wins.
+constexpr FormatEntry kRows[] = {
+  {u"*",   audio::readRaw, nullptr,         audio::probeAny,          u"Unrecognized",   kWaveform, 0,                   0, nullptr},
+  {u"bwf", wave::readWave, nullptr,         wave::probeBroadcastWave, u"Broadcast wave", kWaveform, 0,                   0, nullptr},
+  {u"sds", wave::readWave, nullptr,         wave::probeSmartSound,    u"SmartSound SDS", kWaveform, 0,                   0, nullptr},
+  {u"wav", wave::readWave, wave::writeWave, wave::probeWave,          u"Microsoft wave", kWaveform, wave::kCapabilities, 0, nullptr},
+  {u"wav", wave::readWave, nullptr,         wave::probeBroadcastWave, u"Broadcast wave", kWaveform, 0,                   0, nullptr},
+};
+// clang-format on
+#ifndef __SANITIZE_ADDRESS__  // whose code compares no function with null before it runs
+static_assert(rowsAreSound(kRows));
+#endif
+
+}  // namespace
+
+std::span<const FormatEntry> formatTable() { return kRows; }
+
+}  // namespace vemko::io

@@ -1,0 +1,315 @@
+#include "formats/wave/wave_format.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "base/last_error.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "codecs/block_source.h"
+#include "codecs/pcm_source.h"
+
+namespace vemko::wave {
+namespace {
+
+constexpr std::uint16_t kPcmTag = 1, kMicrosoftAdpcmTag = 2, kFloatTag = 3, kImaAdpcmTag = 0x11,
+                        kExtensibleTag = 0xFFFE;
+
+struct TagRow {
+  std::uint16_t tag;
+  std::uint16_t bits;  // of a stored sample
+  SampleEncoding encoding;
+};
+
+// clang-format off
+// Encodings with a fixed number of bytes a sample. The reader looks for tag and bits of the container, the
+// writer for the encoding.
+constexpr TagRow kRows[] = {
+  {kPcmTag,    8, SampleEncoding::Pcm8},
+  {kPcmTag,   16, SampleEncoding::Pcm16},
+  {kPcmTag,   24, SampleEncoding::Pcm24},
+  {kPcmTag,   32, SampleEncoding::Pcm32},
+  {kFloatTag, 32, SampleEncoding::Float32},
+  {kFloatTag, 64, SampleEncoding::Float64},
+  {6,          8, SampleEncoding::ALaw},
+  {7,          8, SampleEncoding::MuLaw},
+};
+
+struct CodecName {
+  std::uint16_t tag;
+  std::u16string_view name;
+};
+// Encodings that are known by name only, in the order of their tags.
+constexpr CodecName kCodecNames[] = {
+  {0x0014, u"G.723 ADPCM"},
+  {0x0022, u"TrueSpeech"},
+  {0x0028, u"LRC"},
+  {0x0031, u"GSM 06.10"},
+  {0x0032, u"MSN Audio"},
+  {0x003B, u"Rockwell ADPCM"},
+  {0x0040, u"G.721 ADPCM"},
+  {0x0041, u"G.728 CELP"},
+  {0x0042, u"MS G.723.1"},
+  {0x0045, u"G.726 ADPCM"},
+  {0x0050, u"MPEG layer I/II"},
+  {0x0055, u"MPEG layer III"},
+  {0x0064, u"G.726 ADPCM"},
+  {0x0065, u"G.722 ADPCM"},
+  {0x0069, u"IMA ADPCM (Xbox)"},
+  {0x0083, u"G.729"},
+  {0x0092, u"Dolby AC-3 (S/PDIF)"},
+  {0x00FF, u"AAC"},
+  {0x0160, u"Windows Media Audio 1"},
+  {0x0161, u"Windows Media Audio 2"},
+  {0x0162, u"Windows Media Audio 9 Professional"},
+  {0x0163, u"Windows Media Audio 9 Lossless"},
+  {0x0200, u"Creative ADPCM"},
+  {0x0270, u"ATRAC3"},
+  {0x1610, u"AAC"},
+  {0x2000, u"Dolby AC-3"},
+  {0x2001, u"DTS"},
+  {0x566F, u"Ogg Vorbis"},
+  {0x674F, u"Ogg Vorbis"},
+  {0x6750, u"Ogg Vorbis"},
+  {0x6751, u"Ogg Vorbis"},
+  {0x676F, u"Ogg Vorbis"},
+  {0x704F, u"Opus"},
+  {0xF1AC, u"FLAC"},
+};
+// clang-format on
+
+// What stands behind the format tag in a sub-format GUID of the standard family.
+constexpr std::uint8_t kBaseGuid[14] = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
+                                        0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
+
+struct Fields {
+  std::uint16_t tag = 0;
+  std::uint16_t channels = 0;
+  std::uint32_t rate = 0;
+  std::uint16_t blockAlign = 0;
+  std::uint16_t bits = 0;
+  Bytes extra;
+};
+
+bool readFields(Bytes body, Fields& fields) {
+  ByteReader reader(body);
+  fields.tag = reader.u16();
+  fields.channels = reader.u16();
+  fields.rate = reader.u32();
+  reader.u32();  // bytes per second: follows from the others
+  fields.blockAlign = reader.u16();
+  if (!reader.ok) return fail(u"The 'fmt ' chunk of this WAVE file is too short");
+  if (reader.remaining() >= 2) fields.bits = reader.u16();
+  if (reader.remaining() >= 2) {
+    std::uint16_t extraBytes = reader.u16();
+    fields.extra = reader.take(std::min<std::size_t>(extraBytes, reader.remaining()));
+    if (fields.tag == kExtensibleTag && fields.extra.size() < 22)  // real files give 0 as the size
+      fields.extra = body.subspan(18);
+  }
+  return true;
+}
+
+// Puts the tag that the sub-format stands for in the place of the extensible one.
+bool resolveSubformat(Fields& fields) {
+  ByteReader reader(fields.extra);
+  reader.u16();  // valid bits: samples are left-justified, so that the container's width says enough
+  reader.u32();  // speaker positions
+  fields.tag = reader.u16();
+  Bytes family = reader.take(sizeof kBaseGuid);
+  if (!reader.ok || std::memcmp(family.data(), kBaseGuid, sizeof kBaseGuid) != 0)
+    return fail(u"Unsupported 'Extensible' subformat GUID");
+  return true;
+}
+
+// Bytes that a sample takes: by the block align where that is possible, else by the bits; 0 for neither.
+unsigned containerBytes(const Fields& fields) {
+  unsigned needed = (fields.bits + 7u) / 8;
+  unsigned aligned = fields.blockAlign / fields.channels;
+  bool isSane = fields.blockAlign % fields.channels == 0 && aligned >= std::max(needed, 1u) && aligned <= 8;
+  if (isSane) return aligned;
+  logWarning(u"The 'fmt ' chunk has a wrong block align, which is not used");
+  return needed <= 8 ? needed : 0;
+}
+
+const TagRow* findRow(std::uint16_t tag, unsigned bits) {
+  for (const TagRow& row : kRows)
+    if (row.tag == tag && row.bits == bits) return &row;
+  return nullptr;
+}
+
+bool setPcm(const Fields& fields, WaveFormat& format) {
+  unsigned bytes = containerBytes(fields);
+  if (fields.tag == kPcmTag && bytes > 4) {
+    format.storage = WaveFormat::Storage::Integers;
+    format.integers = {static_cast<std::uint8_t>(bytes), static_cast<std::uint8_t>(bytes - 4), 0};
+    return true;
+  }
+  const TagRow* row = findRow(fields.tag, bytes * 8);
+  if (!row && fields.tag == kFloatTag)
+    return fail(u"Unsupported bits/sample for IEEE floating point samples");
+  if (!row) return fail(u"Unsupported bits/sample in this WAVE file");
+  format.pcm.encoding = row->encoding;
+  format.isJustifiedEitherWay = fields.tag == kPcmTag && fields.bits == 24 && bytes == 4;
+  return true;
+}
+
+bool setAdpcm(const Fields& fields, WaveFormat& format) {
+  format.storage = WaveFormat::Storage::Adpcm;
+  AdpcmFormat& adpcm = format.adpcm;
+  adpcm.kind = fields.tag == kImaAdpcmTag ? AdpcmKind::Ima : AdpcmKind::Microsoft;
+  adpcm.channels = format.channels;
+  adpcm.blockBytes = fields.blockAlign;
+  adpcm.framesPerBlock = framesOfBlock(adpcm.kind, adpcm.blockBytes, adpcm.channels);
+  if (adpcm.framesPerBlock == 0)
+    return fail(u"Unsupported block size of the ADPCM samples in this WAVE file");
+
+  ByteReader reader(fields.extra);
+  std::uint16_t framesPerBlock = reader.u16();
+  if (framesPerBlock != 0)
+    adpcm.framesPerBlock = std::min<std::uint32_t>(adpcm.framesPerBlock, framesPerBlock);
+  std::size_t pairs = adpcm.kind == AdpcmKind::Microsoft ? reader.u16() : 0;
+  pairs = std::min({pairs, reader.remaining() / 4, std::size(adpcm.coefficients) / 2});
+  for (std::size_t i = 0; i < pairs * 2; ++i) adpcm.coefficients[i] = reader.i16();
+  return true;
+}
+
+bool failUnknownTag(std::uint16_t tag) {
+  for (const CodecName& codec : kCodecNames)
+    if (codec.tag == tag)
+      return fail(std::u16string(u"The encoding '")
+                      .append(codec.name)
+                      .append(u"' of this WAVE file needs a codec that is not available"));
+  return fail(toUtf16(formatted("Unsupported format tag 0x%04X in this WAVE file", tag)));
+}
+
+// The samples decoded.
+std::size_t decodeIntegers(Bytes block, const IntegerLayout& layout, std::span<float> out) {
+  std::size_t count = std::min(block.size() / layout.stride, out.size());
+  const std::byte* at = block.data() + layout.offset;
+  for (std::size_t i = 0; i < count; ++i, at += layout.stride) {
+    std::uint32_t value;
+    std::memcpy(&value, at, sizeof value);
+    out[i] = static_cast<float>(static_cast<std::int32_t>(value << layout.shift)) * (1.0f / 2147483648.0f);
+  }
+  return count;
+}
+
+}  // namespace
+
+bool parseFormat(Bytes body, WaveFormat& format) {
+  Fields fields;
+  if (!readFields(body, fields)) return false;
+  if (fields.tag == kExtensibleTag && !resolveSubformat(fields)) return false;
+  if (fields.channels == 0 || fields.channels > 255)
+    return fail(u"Unsupported number of channels in this WAVE file");
+  format.channels = static_cast<std::uint8_t>(fields.channels);
+  if (fields.rate != 0)
+    format.rate = fields.rate;
+  else
+    logWarning(u"The 'fmt ' chunk has a sample rate of 0, 44100 Hz is taken instead");
+
+  switch (fields.tag) {
+    case kPcmTag:
+    case kFloatTag:
+      return setPcm(fields, format);
+    case kMicrosoftAdpcmTag:
+    case kImaAdpcmTag:
+      return setAdpcm(fields, format);
+    default:
+      break;
+  }
+  // Companded samples take one byte each, whatever bits and block align say: some writers give the width that
+  // they expand to.
+  const TagRow* row = findRow(fields.tag, 8);
+  if (!row) return failUnknownTag(fields.tag);
+  format.pcm.encoding = row->encoding;
+  return true;
+}
+
+void settleJustification(Bytes data, WaveFormat& format) {
+  constexpr std::size_t kBytesLookedAt = 65536;
+  if (!format.isJustifiedEitherWay) return;
+  bool hasLowest = false;
+  ByteReader reader(data.first(std::min(data.size(), kBytesLookedAt)));
+  while (reader.remaining() >= 4) {
+    std::uint32_t sample = reader.u32();
+    hasLowest = hasLowest || (sample & 0xFF) != 0;
+    if (sample >> 24 != 0 && sample >> 24 != 0xFF) return;
+  }
+  if (!hasLowest) return;
+  format.storage = WaveFormat::Storage::Integers;
+  format.integers = {4, 0, 8};
+}
+
+std::uint64_t framesIn(const WaveFormat& format, std::uint64_t byteCount) {
+  switch (format.storage) {
+    case WaveFormat::Storage::Pcm:
+      return byteCount / (bytesPerSample(format.pcm) * format.channels);
+    case WaveFormat::Storage::Integers:
+      return byteCount / (format.integers.stride * format.channels);
+    case WaveFormat::Storage::Adpcm:
+      break;
+  }
+  const AdpcmFormat& adpcm = format.adpcm;
+  std::uint32_t rest =
+      framesOfBlock(adpcm.kind, static_cast<std::uint32_t>(byteCount % adpcm.blockBytes), adpcm.channels);
+  return byteCount / adpcm.blockBytes * adpcm.framesPerBlock + std::min(rest, adpcm.framesPerBlock);
+}
+
+std::shared_ptr<const SampleSource> makeSource(const WaveFormat& format, std::shared_ptr<SourceFile> file,
+                                               std::uint64_t offset, std::uint64_t byteCount,
+                                               std::uint64_t frames) {
+  switch (format.storage) {
+    case WaveFormat::Storage::Pcm:
+      return makePcmSource(std::move(file), offset, frames, format.channels, format.pcm);
+    case WaveFormat::Storage::Adpcm:
+      return makeAdpcmSource(std::move(file), offset, byteCount, frames, format.adpcm);
+    case WaveFormat::Storage::Integers:
+      break;
+  }
+  constexpr std::uint32_t kFramesPerBlock = 512;
+  BlockLayout layout;
+  layout.channels = format.channels;
+  layout.blockBytes = kFramesPerBlock * format.channels * format.integers.stride;
+  layout.framesPerBlock = kFramesPerBlock;
+  layout.encoding = SampleEncoding::Pcm32;
+  layout.decode = [integers = format.integers, channels = format.channels](Bytes block,
+                                                                           std::span<float> out) {
+    return decodeIntegers(block, integers, out) / channels;
+  };
+  return makeBlockSource(std::move(file), offset, byteCount, frames, std::move(layout));
+}
+
+FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uint32_t rate, bool extensible) {
+  const TagRow* row = std::find_if(std::begin(kRows), std::end(kRows),
+                                   [&](const TagRow& each) { return each.encoding == encoding; });
+  FormatChunk chunk;
+  if (row == std::end(kRows)) return chunk;
+  extensible = extensible || channels > 2;
+  const std::uint32_t blockAlign = channels * row->bits / 8u;
+  const std::uint64_t bytesPerSecond = std::uint64_t{rate} * blockAlign;
+  const std::uint16_t tag = extensible ? kExtensibleTag : row->tag;
+  chunk.needsFact = tag != kPcmTag;
+
+  ByteWriter& body = chunk.body;
+  body.u16(tag);
+  body.u16(channels);
+  body.u32(rate);
+  body.u32(static_cast<std::uint32_t>(std::min<std::uint64_t>(bytesPerSecond, 0xFFFFFFFF)));
+  body.u16(static_cast<std::uint16_t>(blockAlign));
+  body.u16(row->bits);
+  if (extensible) {
+    body.u16(22);
+    body.u16(row->bits);
+    body.u32(channels == 1 ? 4 : channels == 2 ? 3 : 0);
+    body.u16(row->tag);
+    body.append(std::as_bytes(std::span(kBaseGuid)));
+  } else if (row->encoding == SampleEncoding::MuLaw || row->encoding == SampleEncoding::ALaw) {
+    body.u16(0);
+  }
+  return chunk;
+}
+
+}  // namespace vemko::wave

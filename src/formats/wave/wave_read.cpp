@@ -1,0 +1,186 @@
+#include <algorithm>
+#include <optional>
+
+#include "base/last_error.h"
+#include "base/log.h"
+#include "base/text.h"
+#include "codecs/id3.h"
+#include "formats/riff/riff.h"
+#include "formats/wave/wave.h"
+#include "formats/wave/wave_description.h"
+#include "formats/wave/wave_format.h"
+#include "formats/wave/wave_text.h"
+
+namespace vemko::wave {
+namespace {
+
+constexpr std::uint32_t kUnknownSize = 0xFFFFFFFF;  // stands elsewhere, or was never filled in
+
+// What the walk over the chunks finds. Bodies are views of the mapped file.
+struct WaveFile {
+  Bytes chunks;  // all behind the form type
+  std::uint32_t riffSize = 0;
+  std::optional<std::uint64_t> largeDataSize;  // from "ds64"
+  std::optional<Bytes> format;
+  std::optional<std::uint64_t> dataOffset;  // within chunks
+  std::uint64_t dataSize = 0;
+  std::uint32_t factFrames = 0;
+  DescriptionChunks description;
+  std::vector<Bytes> infoLists, tags;
+  Bytes broadcast;
+};
+
+using ChunkHandler = void (*)(WaveFile&, const riff::Chunk&, riff::ChunkWalker&);
+
+void takeLargeSizes(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  ByteReader reader(chunk.body);
+  reader.u64();  // of the file: never needed
+  std::uint64_t dataSize = reader.u64();
+  if (reader.ok && !file.largeDataSize) file.largeDataSize = dataSize;
+}
+
+void takeFormat(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  if (!file.format) file.format = chunk.body;
+}
+
+void takeFact(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  file.factFrames = ByteReader(chunk.body).u32();
+}
+
+// Recorders that stream or are cut off leave sizes that are too large, or none at all.
+std::uint64_t trueDataSize(const WaveFile& file, const riff::Chunk& chunk) {
+  const std::uint64_t held = file.chunks.size() - chunk.offset;
+  std::uint64_t size = chunk.size;
+  if (size == kUnknownSize && file.largeDataSize) size = *file.largeDataSize;
+  if (size == 0 && (file.riffSize == 0 || file.riffSize == kUnknownSize)) size = held;
+  if (size > held) logWarning(u"The 'data' chunk claims more than the file holds: reading what is there");
+  return std::min(size, held);
+}
+
+void takeData(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker& walker) {
+  const std::uint64_t size = trueDataSize(file, chunk);
+  walker.seekBehind(chunk.offset, size);
+  if (file.dataOffset) return;
+  file.dataOffset = chunk.offset;
+  file.dataSize = size;
+}
+
+void takeList(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  std::uint32_t type = riff::listType(chunk.body);
+  if (type == fourCc("INFO")) file.infoLists.push_back(riff::listContents(chunk.body));
+  if (type == fourCc("adtl")) file.description.cueNotes.push_back(riff::listContents(chunk.body));
+}
+
+void takeSampler(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  if (!file.description.sampler) file.description.sampler = chunk.body;
+}
+
+void takeFirst(Bytes& place, const riff::Chunk& chunk) {
+  if (place.empty()) place = chunk.body;
+}
+void takeInstrument(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  takeFirst(file.description.instrument, chunk);
+}
+void takeWaveSample(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  takeFirst(file.description.waveSample, chunk);
+}
+void takeCues(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  takeFirst(file.description.cues, chunk);
+}
+void takeBroadcast(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  takeFirst(file.broadcast, chunk);
+}
+void takeTag(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  if (file.tags.empty()) file.tags.push_back(chunk.body);
+}
+
+struct ChunkRow {
+  std::uint32_t id;
+  ChunkHandler take;
+};
+
+// clang-format off
+constexpr ChunkRow kChunkRows[] = {
+  {fourCc("ds64"), takeLargeSizes},
+  {fourCc("fmt "), takeFormat},
+  {fourCc("fact"), takeFact},
+  {fourCc("data"), takeData},
+  {fourCc("LIST"), takeList},
+  {fourCc("smpl"), takeSampler},
+  {fourCc("inst"), takeInstrument},
+  {fourCc("wsmp"), takeWaveSample},
+  {fourCc("cue "), takeCues},
+  {fourCc("bext"), takeBroadcast},
+  {fourCc("ID3 "), takeTag},
+  {fourCc("id3 "), takeTag},
+};
+// clang-format on
+
+// Accepts a file of its own, and a wave list as it stands in sound banks.
+bool readHeader(Bytes bytes, WaveFile& file) {
+  ByteReader reader(bytes);
+  const std::uint32_t id = reader.u32();
+  file.riffSize = reader.u32();
+  const std::uint32_t form = reader.u32();
+  constexpr std::uint32_t kHeads[] = {fourCc("RIFF"), fourCc("RF64"), fourCc("BW64"), fourCc("SDSS")};
+  const bool isFile =
+      form == fourCc("WAVE") && std::find(std::begin(kHeads), std::end(kHeads), id) != std::end(kHeads);
+  const bool isList = form == fourCc("wave") && id == fourCc("LIST");
+  file.chunks = reader.rest();
+  return isFile || isList ? true : fail(u"Not a RIFF WAVE file");
+}
+
+void walkChunks(WaveFile& file) {
+  riff::ChunkWalker walker(file.chunks);
+  for (riff::Chunk chunk; walker.next(chunk);)
+    for (const ChunkRow& row : kChunkRows)
+      if (row.id == chunk.id) row.take(file, chunk, walker);
+}
+
+// The frame count: the "fact" chunk's where it gives one that the data can hold.
+bool countFrames(const WaveFile& file, const WaveFormat& format, std::uint64_t& frames) {
+  frames = framesIn(format, file.dataSize);
+  if (file.factFrames > frames && file.factFrames != kUnknownSize)
+    logWarning(u"The 'fact' chunk claims more frames than there are");
+  else if (file.factFrames != 0 && file.factFrames != kUnknownSize)
+    frames = file.factFrames;
+  return frames <= UINT32_MAX ? true : fail(u"Wave too big - use 64-bit version!");
+}
+
+void readTexts(const WaveFile& file, const Path& path, Waveform& waveform) {
+  for (Bytes list : file.infoLists) readInfo(list, waveform);
+  readBroadcastText(file.broadcast, waveform);
+  for (Bytes tag : file.tags) readId3(tag, waveform);
+  if (waveform.name().empty()) waveform.setName(textOf(path.stem()));
+}
+
+}  // namespace
+
+bool readWave(Collection& collection, InputFile& input, std::uint32_t) {
+  const Bytes bytes = input.bytes();
+  if (bytes.empty() && input.size() != 0) return false;
+  WaveFile file;
+  if (!readHeader(bytes, file)) return false;
+  walkChunks(file);
+  if (!file.format) return fail(u"No 'fmt ' chunk in this WAVE file");
+  if (!file.dataOffset) return fail(u"No 'data' chunk in this WAVE file");
+  WaveFormat format;
+  std::uint64_t frames = 0;
+  if (!parseFormat(*file.format, format)) return false;
+  settleJustification(file.chunks.subspan(static_cast<std::size_t>(*file.dataOffset),
+                                          static_cast<std::size_t>(file.dataSize)),
+                      format);
+  if (!countFrames(file, format, frames)) return false;
+
+  Waveform& waveform = createWaveform(collection, {});
+  waveform.frames = static_cast<std::uint32_t>(frames);
+  waveform.channels = format.channels;
+  waveform.rate = format.rate;
+  const std::uint64_t offset = bytes.size() - file.chunks.size() + *file.dataOffset;
+  waveform.setSource(makeSource(format, SourceFile::at(input.path()), offset, file.dataSize, frames));
+  readTexts(file, input.path(), waveform);
+  readDescription(file.description, waveform);
+  return true;
+}
+
+}  // namespace vemko::wave

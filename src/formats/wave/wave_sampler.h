@@ -1,0 +1,41 @@
+#pragma once
+// Chunks for samplers: "smpl" (tuning and loops), "inst" (gain) and "wsmp" (the DownLoadable Sounds kind).
+#include <cstdint>
+#include <unordered_set>
+#include <vector>
+
+#include "base/bytes.h"
+#include "core/waveform.h"
+#include "formats/wave/wave_cues.h"
+
+namespace vemko::wave {
+
+/// A "smpl" body in its parts; short or lying bodies give the loops and the data that are there.
+struct SamplerChunk {
+  bool isValid = false;
+  Bytes header;  ///< 36 bytes.
+  Bytes loops;   ///< 24 bytes each.
+  Bytes data;    ///< The program's own.
+};
+SamplerChunk splitSampler(Bytes body);
+
+/// Sets the tuning and adds the loops; `loopIds` receives their cue ids.
+void readSampler(const SamplerChunk& chunk, const CueNotes& notes, LoopAdder& adder, Waveform& waveform,
+                 std::unordered_set<std::uint32_t>& loopIds);
+
+/// Gain, and the tuning where it still has its defaults.
+void readInstrument(Bytes body, Waveform& waveform);
+
+/// Gain; tuning and loops too unless a "smpl" chunk has given these.
+void readWaveSample(Bytes body, bool hasSampler, LoopAdder& adder, Waveform& waveform);
+
+/// Whether a "smpl" chunk of this waveform says more than that there is none.
+bool needsSampler(const Waveform& waveform);
+/// The body with the loops that are to be written, the main loop first, and `data` at its end. A loop's
+/// stored end keeps its exact length, which decides its pitch, although the start loses its fraction.
+std::vector<std::byte> buildSampler(const Waveform& waveform, Bytes data);
+
+/// The body with the gain, empty when that is 0 dB.
+std::vector<std::byte> buildInstrument(const Waveform& waveform);
+
+}  // namespace vemko::wave

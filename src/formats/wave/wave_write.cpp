@@ -1,0 +1,120 @@
+#include <algorithm>
+
+#include "base/last_error.h"
+#include "base/text.h"
+#include "codecs/id3.h"
+#include "codecs/sample_writer.h"
+#include "formats/riff/riff.h"
+#include "formats/wave/wave.h"
+#include "formats/wave/wave_description.h"
+#include "formats/wave/wave_format.h"
+#include "formats/wave/wave_text.h"
+#include "io/sample_layout.h"
+
+namespace vemko::wave {
+namespace {
+
+constexpr std::uint64_t kLargestSize = 0xFFFFFFFF;
+constexpr std::uint32_t kLargeSizesBytes = 28;
+
+// Sizes of all parts, known before the first byte is written.
+struct Plan {
+  FormatChunk format;
+  std::uint64_t frames = 0;
+  std::uint64_t dataBytes = 0;
+  std::uint8_t padByte = 0;
+  std::vector<std::byte> trailer;  // the chunks behind the data
+
+  std::uint64_t fileBytes(bool isLarge) const {
+    return 12 + (isLarge ? 8 + kLargeSizesBytes : 0) + 8 + format.body.size() + (format.needsFact ? 12 : 0) +
+           8 + dataBytes + dataBytes % 2 + trailer.size();
+  }
+  bool isLarge() const { return dataBytes + 48 > kLargestSize || fileBytes(false) - 8 > kLargestSize; }
+};
+
+// A name that only repeats a file's is left to the file's name.
+bool isFileName(const std::u16string& name, const Path& path) { return name == textOf(path.stem()); }
+
+void addWhereFilled(riff::ChunkBuilder& builder, std::uint32_t id, Bytes body) {
+  if (!body.empty()) builder.add(id, body);
+}
+
+std::vector<std::byte> buildTrailer(const Waveform& waveform, const Path& target) {
+  const bool withName =
+      !isFileName(waveform.name(), target) && !(waveform.source && waveform.source->file() &&
+                                                isFileName(waveform.name(), waveform.source->file()->path()));
+  riff::ChunkBuilder builder;
+  builder.out.append(buildInfo(waveform, withName));
+  const DescriptionBodies bodies = buildDescription(waveform);
+  addWhereFilled(builder, fourCc("cue "), bodies.cues);
+  if (!bodies.cueNotes.empty()) {
+    builder.openList(fourCc("adtl"));
+    builder.out.append(bodies.cueNotes);
+    builder.close();
+  }
+  addWhereFilled(builder, fourCc("smpl"), bodies.sampler);
+  addWhereFilled(builder, fourCc("inst"), bodies.instrument);
+  if (!waveform.image().empty()) addWhereFilled(builder, fourCc("id3 "), buildId3(waveform));
+  return std::move(builder.out.bytes);
+}
+
+std::uint32_t sizeField(std::uint64_t size, bool isLarge) {
+  return static_cast<std::uint32_t>(isLarge ? kLargestSize : size);
+}
+
+ByteWriter buildHeader(const Plan& plan) {
+  const bool isLarge = plan.isLarge();
+  const std::uint64_t riffBytes = plan.fileBytes(isLarge) - 8;
+  ByteWriter out;
+  out.text(isLarge ? "RF64" : "RIFF");
+  out.u32(sizeField(riffBytes, isLarge));
+  out.text("WAVE");
+  if (isLarge) {
+    out.text("ds64");
+    out.u32(kLargeSizesBytes);
+    out.u64(riffBytes);
+    out.u64(plan.dataBytes);
+    out.u64(plan.frames);
+    out.u32(0);
+  }
+  out.text("fmt ");
+  out.u32(static_cast<std::uint32_t>(plan.format.body.size()));
+  out.append(plan.format.body.bytes);
+  if (plan.format.needsFact) {
+    out.text("fact");
+    out.u32(4);
+    out.u32(static_cast<std::uint32_t>(std::min(plan.frames, kLargestSize)));
+  }
+  out.text("data");
+  out.u32(sizeField(plan.dataBytes, isLarge));
+  return out;
+}
+
+}  // namespace
+
+Options& options() {
+  static Options current;
+  return current;
+}
+
+bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& save) {
+  if (item.kind() != ItemKind::Waveform) return fail(u"The file format can not save this item");
+  const Waveform& waveform = static_cast<const Waveform&>(item);
+  const io::SampleLayout layout = io::chooseLayout(waveform, save, kCapabilities);
+  const PcmFormat pcm{layout.encoding};
+  Plan plan;
+  plan.format = buildFormat(layout.encoding, layout.channels, waveform.rate, save.variant == kExtensible);
+  plan.frames = waveform.frames;
+  plan.dataBytes = plan.frames * layout.channels * bytesPerSample(pcm);
+  plan.padByte = layout.encoding == SampleEncoding::Pcm8 ? 0x80 : 0;
+  if (save.variant != kBare) plan.trailer = buildTrailer(waveform, file.path());
+
+  BlockWriter out(file);
+  if (!out.append(buildHeader(plan).bytes) || !writeSamples(waveform, pcm, layout.channels, out))
+    return false;
+  const std::byte pad{plan.padByte};
+  if (plan.dataBytes % 2 != 0 && !out.append({&pad, 1})) return false;
+  return out.append(plan.trailer) && out.flush();
+}
+
+}  // namespace vemko::wave
