@@ -1,5 +1,7 @@
 #include "platform/process.h"
 
+#include <thread>
+
 #include "support.h"
 
 namespace vemko {
@@ -63,6 +65,7 @@ TEST(ChildProcess, CanBeGoneBeforeItIsWrittenTo) {
   ASSERT_TRUE(child.start(kShell, {"-c", "exec sleep 100"}));
   child.kill();
   EXPECT_EQ(child.readLine(), std::nullopt);
+  while (child.running()) std::this_thread::yield();  // Its pipes close one after the other.
   EXPECT_FALSE(child.writeLine("x"));
   EXPECT_EQ(child.finish(), -1);
 }
