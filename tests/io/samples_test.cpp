@@ -1,6 +1,5 @@
 #include "io/samples.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 #include <numeric>
 
@@ -63,19 +62,14 @@ TEST(Samples, FailuresLeaveTheWaveformWithoutSamples) {
   Waveform& empty = createWaveform(collection, u"empty");
   Waveform& broken = createWaveform(collection, u"broken");
   defer(broken, ramp(10))->broken = true;
-  Waveform& huge = createWaveform(collection, u"huge");
-  defer(huge, ramp(10));
-  huge.frames = UINT32_MAX;
-  huge.channels = 255;
   struct Case {
     Waveform& waveform;
-    std::vector<std::u16string> errors;
+    const char* error;
   };
-  for (const Case& c : {Case{empty, {u"No wave data import procedure"}}, Case{broken, {u"Broken source"}},
-                        Case{huge, {u"Out of memory", u"Wave is too big!"}}}) {
+  for (const Case& c : {Case{empty, "No wave data import procedure"}, Case{broken, "Broken source"}}) {
     SCOPED_TRACE(toUtf8(c.waveform.name()));
     EXPECT_FALSE(loadSamples(c.waveform, true));
-    EXPECT_TRUE(std::ranges::count(c.errors, lastError())) << toUtf8(lastError());
+    EXPECT_EQ(toUtf8(lastError()), c.error);
     EXPECT_EQ(c.waveform.buffer, nullptr);
   }
 }
