@@ -21,7 +21,7 @@ std::optional<StoredSamples> widerThanFloat(const Waveform& waveform) {
 
 ContentReader::ContentReader(const Waveform& waveform)
     : channels_(std::max<std::uint8_t>(waveform.channels, 1)) {
-  block_.resize(kBlockFloats / channels_ * channels_);
+  block_.resize(std::clamp<std::size_t>(waveform.frames, 1, kBlockFloats / channels_) * channels_);
   if (const auto stored = widerThanFloat(waveform)) {
     file_ = waveform.source->file()->open();
     offset_ = stored->offset;
