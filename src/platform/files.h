@@ -16,7 +16,8 @@ namespace vemko {
 
 using Path = std::filesystem::path;
 
-/// A path as the model's text and back, exact also for POSIX names that are no UTF-8.
+/// A path as the model's text and back, exact also for POSIX names that are no UTF-8. Text with a zero inside
+/// gives a path with another character there.
 std::u16string textOf(const Path& path);
 Path pathOf(std::u16string_view text);
 
@@ -44,9 +45,10 @@ class InputFile {
   /// when the file ends before or the system reports an error.
   bool readAt(std::uint64_t offset, std::span<std::byte> out) const;
 
-  /// The whole file, mapped on first use and valid while this object lives; empty for an empty file. Meant
-  /// for headers and tables: pages that are touched count as the program's memory, so large sample data are
-  /// read with readAt. Empty with "Reading from file failed" set when the system cannot map it.
+  /// The whole file, mapped on first use (by one thread) and valid while this object lives; empty for an
+  /// empty file. Meant for headers and tables: pages that are touched count as the program's memory, so large
+  /// sample data are read with readAt. Empty with "Reading from file failed" set when the system cannot map
+  /// it.
   Bytes bytes();
 
  private:

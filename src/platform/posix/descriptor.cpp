@@ -15,10 +15,6 @@ void Descriptor::reset(int fd) {
 }
 
 Descriptor openPath(const Path& path, int flags, mode_t mode) {
-  if (path.native().find('\0') != std::string::npos) {
-    errno = ENOENT;
-    return Descriptor();
-  }
   return Descriptor(retried([&] { return ::open(path.c_str(), flags | O_CLOEXEC, mode); }));
 }
 

@@ -37,8 +37,7 @@ auto retried(Call call) {
   return result;
 }
 
-/// open(2), never inherited by child processes; errno tells why there is no descriptor. A path with a zero
-/// inside names no file.
+/// open(2), never inherited by child processes; errno tells why there is no descriptor.
 Descriptor openPath(const Path& path, int flags, mode_t mode = 0666);
 
 /// Logs "path: reason" for an error number.

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <fcntl.h>
@@ -46,7 +47,13 @@ Path homeFolder() {
 }  // namespace
 
 std::u16string textOf(const Path& path) { return toUtf16(path.native()); }
-Path pathOf(std::u16string_view text) { return toUtf8(text); }
+
+// The system would take the name up to a zero, which is another file's.
+Path pathOf(std::u16string_view text) {
+  std::u16string name(text);
+  std::replace(name.begin(), name.end(), u'\0', u'\uFFFD');
+  return toUtf8(name);
+}
 
 bool fileExists(const Path& path) {
   struct stat status;
