@@ -20,7 +20,7 @@ struct AdpcmFormat {
   std::int16_t coefficients[7 * 2] = {256, 0, 512, -256, 0, 0, 192, 64, 240, 0, 460, -208, 392, -232};
 };
 
-/// Frames that a block of that size holds; 0 when it cannot hold its own header.
+/// Frames that a block of that size (below 1 GB) holds; 0 when it cannot hold its own header.
 std::uint32_t framesOfBlock(AdpcmKind kind, std::uint32_t blockBytes, std::uint8_t channels);
 
 /// Decodes one block, the last one of a file possibly shorter. Returns the frames written, at most out's.

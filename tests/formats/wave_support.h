@@ -101,8 +101,29 @@ inline ReadResult readWaveFile(const Path& path) {
 
 /// Writes the bytes to a file of that name in the folder and reads it.
 inline ReadResult readWaveBytes(const TempFolder& folder, Bytes bytes, const std::string& name = "test.wav") {
+  removeFile(folder / name);  // writing into a file that is there waits for the disk
   putFile(folder / name, bytes);
   return readWaveFile(folder / name);
+}
+
+/// Tuning, gain and records in one line: "60 +0 0dB | *Main Loop 10-20 Forward | x @5 | part 5-7"; an
+/// asterisk marks the main loop.
+inline std::string describe(const Waveform& waveform) {
+  std::string line = formatted("%d %+d %gdB", waveform.rootKey, waveform.fineTuneCents,
+                               static_cast<double>(waveform.volumeAdjustmentDb));
+  for (const LoopRecord& record : waveform.records) {
+    const bool isMain = record.id == waveform.mainLoopId;
+    line += " | " + std::string(isMain ? "*" : "") + toUtf8(record.name);
+    if (record.type == RecordType::PositionMarker)
+      line += formatted(" @%g", record.startFrames());
+    else
+      line += formatted(" %g-%g", record.startFrames(), record.endFrames());
+    if (record.type != RecordType::Loop) continue;
+    line += " " + toUtf8(displayWord(record.play));
+    if (record.count == LoopCount::UntilRelease) line += " until release";
+    if (record.tuneCents != 0) line += formatted(" %+d cents", record.tuneCents);
+  }
+  return line;
 }
 
 }  // namespace vemko::test
