@@ -20,10 +20,11 @@ Records& records() {
   return all;
 }
 
+// Not normalised: behind a link to a folder, ".." leads elsewhere than the text says.
 Path keyOf(const Path& path) {
   std::error_code error;
   Path whole = std::filesystem::absolute(path, error);
-  return (error ? path : whole).lexically_normal();
+  return error ? path : whole;
 }
 
 }  // namespace
