@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unordered_set>
+#include <utility>
 
 #include "base/log.h"
 
@@ -209,6 +210,21 @@ std::unique_ptr<Item> Collection::extract(Item& item) {
   --counts_[static_cast<std::size_t>(item.kind())];
   auto node = items_.extract(item.id());
   return std::move(node.mapped());
+}
+
+// Puts another item in the place of one; its id, owner and rank are those of the item replaced.
+std::unique_ptr<Item> Collection::replace(Item& item, std::unique_ptr<Item> replacement) {
+  replacement->id_ = item.id_;
+  replacement->collection_ = this;
+  replacement->rank_ = item.rank_;
+  placeOf(item).item = replacement.get();
+  return std::exchange(items_.at(item.id_), std::move(replacement));
+}
+
+// After items were inserted with ranks of their own.
+void Collection::sortPlaces() {
+  for (auto& places : places_)
+    if (!std::ranges::is_sorted(places, {}, &Place::rank)) std::ranges::stable_sort(places, {}, &Place::rank);
 }
 
 }  // namespace vemko

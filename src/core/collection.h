@@ -209,6 +209,8 @@ class Collection final : public Item {
   Place& placeOf(const Item& item);
   void insert(std::unique_ptr<Item> item, ItemId id, std::uint64_t rank);
   std::unique_ptr<Item> extract(Item& item);
+  std::unique_ptr<Item> replace(Item& item, std::unique_ptr<Item> replacement);
+  void sortPlaces();
   using Removed = std::vector<std::unique_ptr<Item>>;
   void extractBelow(Removed& removed);
 

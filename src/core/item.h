@@ -124,6 +124,7 @@ class Item {
 
  private:
   friend class Collection;
+  friend class Snapshot;
 
   ItemId id_ = kNoItem;
   Collection* collection_;

@@ -3,6 +3,8 @@
 // them their own before they change them, so a snapshot costs the items' records only.
 #include <memory>
 #include <span>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "core/collection.h"
@@ -11,11 +13,17 @@ namespace vemko {
 
 class Snapshot {
  public:
-  /// Remembers these items; ids that are not in the collection are remembered as absent.
+  /// Remembers these items and their places among their parents' children; ids that are not in the collection
+  /// are remembered as absent. Whoever is going to move or remove items names everything below them too.
   static Snapshot capture(Collection& collection, std::span<const ItemId> items);
 
-  /// Puts the items back as they were, under their ids: changed ones are restored, removed ones return, ones
-  /// that were absent go. Returns the snapshot that undoes this.
+  /// Items that have come since capture(): remembered as absent.
+  void addAbsent(std::span<const ItemId> items);
+
+  /// Puts the items back as they were, under their ids: changed ones are restored, removed ones return to
+  /// their places in the enumeration and among their parents' children, ones that were absent go. Items that
+  /// are not part of the snapshot stay; a returning item whose parent is gone has none. Pointers to restored
+  /// items become invalid. Returns the snapshot that undoes this; this one is used up.
   Snapshot restore(Collection& collection);
 
   /// Bytes that would be freed with this snapshot: its records, and the sample buffers that nobody else
@@ -27,7 +35,15 @@ class Snapshot {
     ItemId id;
     std::unique_ptr<Item> state;  // null: absent
   };
+  // The children of a parent that is no entry itself.
+  using ChildLists = std::unordered_map<ItemId, std::vector<ItemId>>;
+
+  void rememberChildren(const Collection& collection, ItemId parent);
+  std::unique_ptr<Item> exchange(Collection& collection, Entry& entry);
+
   std::vector<Entry> entries_;
+  std::unordered_set<ItemId> ids_;
+  ChildLists childLists_;
 };
 
 }  // namespace vemko
