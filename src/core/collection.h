@@ -166,7 +166,7 @@ class Collection final : public Item {
   }
   /// Takes the item out of its parent's child list and the collection. Its children stay, without a parent;
   /// what comes back has neither a parent nor children.
-  std::unique_ptr<Item> take(Item& item);
+  [[nodiscard]] std::unique_ptr<Item> take(Item& item);
   /// Destroys the item and everything below it. Waveforms stay.
   void remove(Item& item);
   /// The same for many items, in linear time also when they share a parent.

@@ -107,8 +107,8 @@ class Item {
   /// Moves a child; `to` is clamped to the last index. Nothing happens for an index outside the list.
   void moveChild(std::size_t from, std::size_t to);
 
-  /// A copy that belongs to `target` and is not registered there yet. `withData` false leaves a waveform's
-  /// samples behind.
+  /// A copy that belongs to `target` and is not registered there yet. A waveform's copy shares the samples
+  /// until one of the two is edited; `withData` false leaves them behind.
   virtual std::unique_ptr<Item> clone(Collection& target, bool withData = true) const = 0;
 
  protected:

@@ -58,8 +58,8 @@ inline constexpr Slot MasterTuning = 0, RandomToPitch = 1, KeyToPitch = 2, BendT
                       XEnv = 177;
 }  // namespace slots
 
-/// Stages of an envelope, as offsets from the slot of its initial level. The X envelope has no HoldPedal-to-
-/// Shutdown difference up to ReleaseLevel1's reserved slots, but ends with KeyReleaseMode.
+/// Stages of an envelope, as offsets from the slot of its initial level. Only the volume envelope has
+/// HoldPedalToRelease1 and ShutdownRate, and the X envelope only those stages whose rows are not reserved.
 enum class Stage : std::uint8_t {
   InitialLevel,
   Attack1Time,

@@ -42,16 +42,18 @@ struct Waveform final : Item {
   /// The ninth flag byte: the samples are those of `source`, bit for bit. Whoever rewrites samples clears it.
   static constexpr std::size_t kSourceIntactFlag = 8;
   bool sourceIsIntact() const { return source != nullptr && flags[kSourceIntactFlag] != 0; }
-  /// Gives the waveform deferred samples and marks them intact.
+  /// Gives the waveform deferred samples in place of those it has, and marks them intact.
   void setSource(std::shared_ptr<const SampleSource> newSource);
 
   ItemKind kind() const override { return ItemKind::Waveform; }
   std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
 
-  /// frames and channels from a new buffer, which becomes the waveform's samples; the source is dropped.
+  /// frames and channels from a new buffer, which becomes the waveform's samples; the source is dropped. They
+  /// count as rewritten where there were samples before. Null leaves the waveform empty.
   void setSamples(std::shared_ptr<SampleBuffer> newBuffer);
   /// The samples to be changed in place, made this waveform's own first if they are shared; marks them as
-  /// rewritten. Empty when there is no buffer or, with "Out of memory" set, no room for a copy.
+  /// rewritten and drops the source. Empty when there is no buffer or, with "Out of memory" set, no room for
+  /// a copy.
   std::span<float> editableSamples();
 
   LoopRecord* findRecord(std::uint32_t id);
@@ -64,6 +66,8 @@ struct Waveform final : Item {
   /// One loop by LoopAdder's rules; linear in the number of records.
   std::uint32_t addLoop(const LoopDescriptor& loop, std::u16string_view name, bool isMain,
                         bool mergeDuplicates);
+  /// The id of the first position marker there that is named "Alt Start" or has no name, and then gets this
+  /// one; a new marker where there is none.
   std::uint32_t findOrAddAltStart(std::uint32_t position);
   /// Also forgets the main loop when it goes.
   void removeRecord(std::uint32_t id);
