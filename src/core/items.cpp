@@ -96,7 +96,7 @@ void collectRegions(const Item& item, std::vector<Region*>& regions) {
   }
 }
 
-std::u16string informationLine(std::size_t count, std::string details) {
+std::u16string informationLine(std::size_t count, const std::string& details) {
   if (count == 0) return u"none";
   return toUtf16(formatted("%zu", count) + details);
 }

@@ -103,13 +103,7 @@ std::uint32_t LoopAdder::add(const LoopDescriptor& loop, std::u16string_view nam
   if (mergeDuplicates)
     if (auto equal = firstOfShape(shapeOf(record))) return waveform_.records[*equal].id;
 
-  const double start = boundedFrames(loop.startFrames), end = boundedFrames(loop.endFrames);
-  const double roundedStart = std::round(start), roundedEnd = roundedStart + std::round(end - start);
-  std::optional<std::size_t> at;
-  if (roundedEnd >= 0 && roundedEnd <= kLastFrame)
-    at = firstOfShape(
-        {spanOf(static_cast<std::uint32_t>(roundedStart), static_cast<std::uint32_t>(roundedEnd)),
-         kSectionFields});
+  std::optional<std::size_t> at = sectionOfSpan(loop);
   if (at) {
     const std::u16string& present = waveform_.records[*at].name;
     if (name.empty() && !present.empty()) record.name = present;
@@ -117,14 +111,15 @@ std::uint32_t LoopAdder::add(const LoopDescriptor& loop, std::u16string_view nam
     replace(*at, std::move(record));
   } else {
     record.name = withoutClash(std::move(record.name));
-    record.id = append(std::move(record));
+    append(std::move(record));
     at = waveform_.records.size() - 1;
   }
+  const std::uint32_t id = waveform_.records[*at].id;
   if (isMain || !mainLoop_) {
     mainLoop_ = at;
-    waveform_.mainLoopId = waveform_.records[*at].id;
+    waveform_.mainLoopId = id;
   }
-  return waveform_.records[*at].id;
+  return id;
 }
 
 std::uint32_t LoopAdder::addMarker(LoopRecord record) {
@@ -154,6 +149,16 @@ std::optional<std::size_t> LoopAdder::firstOfShape(const Shape& shape) {
   Positions& positions = found->second;
   while (!positions.empty() && shapeOf(waveform_.records[positions.front()]) != shape) pop(positions);
   return positions.empty() ? std::nullopt : std::optional(positions.front());
+}
+
+// The section marker from the loop's rounded start over its rounded length.
+std::optional<std::size_t> LoopAdder::sectionOfSpan(const LoopDescriptor& loop) {
+  const double start = boundedFrames(loop.startFrames), length = boundedFrames(loop.endFrames) - start;
+  const double roundedStart = std::round(start), roundedEnd = roundedStart + std::round(length);
+  if (roundedEnd < 0 || roundedEnd > kLastFrame) return {};
+  return firstOfShape(
+      {spanOf(static_cast<std::uint32_t>(roundedStart), static_cast<std::uint32_t>(roundedEnd)),
+       kSectionFields});
 }
 
 std::optional<std::size_t> LoopAdder::firstNamed(const std::u16string& name) {

@@ -92,6 +92,7 @@ class LoopAdder {
   void indexShape(std::size_t at);
   void indexName(std::size_t at);
   std::optional<std::size_t> firstOfShape(const Shape& shape);
+  std::optional<std::size_t> sectionOfSpan(const LoopDescriptor& loop);
   std::optional<std::size_t> firstNamed(const std::u16string& name);
   std::uint32_t append(LoopRecord record);
   void replace(std::size_t at, LoopRecord record);

@@ -24,10 +24,10 @@ enum class Unit : std::uint8_t {
 
 struct Parameter {
   Slot slot;
+  Unit unit;
   float initial;
   float minimum;
   float maximum;
-  Unit unit;
   std::u16string_view name;         ///< Empty for a reserved slot.
   std::u16string_view description;  ///< May be empty.
 
