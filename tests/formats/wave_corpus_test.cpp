@@ -16,6 +16,12 @@ bool hasProgram(const char* name) {
 
 bool run(const std::string& command) { return std::system((command + " >/dev/null 2>&1").c_str()) == 0; }
 
+// What a program says on its error channel, and that it fails where it does.
+std::string outputOf(const std::string& command, const Path& scratch) {
+  const bool ok = std::system((command + " >/dev/null 2>" + quoted(scratch)).c_str()) == 0;
+  return contentOf(scratch) + (ok ? "" : "failed");
+}
+
 std::vector<Path> corpusFiles() {
   std::vector<Path> files;
   const char* folder = std::getenv("VEMKO_CORPUS");
@@ -108,6 +114,42 @@ TEST(WaveCorpus, EveryFileThatAnotherProgramReadsHasTheSameSamples) {
     ++compared;
   }
   EXPECT_GT(compared, 100);
+}
+
+std::string textsOf(const Waveform& waveform) {
+  std::string texts;
+  for (TextProperty property : kTextProperties) texts += toUtf8(waveform.text(property)) + "|";
+  return texts + std::to_string(waveform.image().size());
+}
+
+TEST(WaveCorpus, WrittenFilesReadBackTheSameAndPleaseOtherPrograms) {
+  const std::vector<Path> files = corpusFiles();
+  if (files.empty()) GTEST_SKIP() << "no corpus";
+  TempFolder folder;
+  const Path copy = folder / "copy.wav";
+  for (const Path& path : files) {
+    SCOPED_TRACE(path.string());
+    ReadResult original = readWaveFile(path);
+    if (!original.ok || original.waveform->frames == 0) continue;
+    Waveform& waveform = *original.waveform;
+    waveform.setName(u"a name");
+    removeFile(copy);
+    OutputFile file;
+    ASSERT_TRUE(file.create(copy) && wave::writeWave(waveform, file, {}) && file.close())
+        << toUtf8(lastError());
+
+    ReadResult again = readWaveFile(copy);
+    ASSERT_TRUE(again.ok) << toUtf8(lastError());
+    EXPECT_EQ(describe(*again.waveform), describe(waveform));
+    EXPECT_EQ(textsOf(*again.waveform), textsOf(waveform));
+    ASSERT_TRUE(io::loadSamples(*again.waveform, true) && io::loadSamples(waveform, true))
+        << toUtf8(lastError());
+    EXPECT_EQ(largestDifference(again.waveform->buffer->samples(), waveform.buffer->samples()), 0);
+    for (const char* check : {"sndfile-info", "soxi", "ffprobe -v error"})
+      if (hasProgram(std::string(check).substr(0, std::string_view(check).find(' ')).c_str())) {
+        EXPECT_EQ(outputOf(std::string(check) + " " + quoted(copy), folder / "complaints"), "");
+      }
+  }
 }
 
 }  // namespace

@@ -21,20 +21,21 @@ struct TagRow {
   std::uint16_t tag;
   std::uint16_t bits;  // of a stored sample
   SampleEncoding encoding;
+  bool hasExtraSize;   // the body written ends with the size of the extra bytes, 0: as published for all but PCM
 };
 
 // clang-format off
 // Encodings with a fixed number of bytes a sample. The reader looks for tag and bits of the container, the
 // writer for the encoding.
 constexpr TagRow kRows[] = {
-  {kPcmTag,    8, SampleEncoding::Pcm8},
-  {kPcmTag,   16, SampleEncoding::Pcm16},
-  {kPcmTag,   24, SampleEncoding::Pcm24},
-  {kPcmTag,   32, SampleEncoding::Pcm32},
-  {kFloatTag, 32, SampleEncoding::Float32},
-  {kFloatTag, 64, SampleEncoding::Float64},
-  {6,          8, SampleEncoding::ALaw},
-  {7,          8, SampleEncoding::MuLaw},
+  {kPcmTag,    8, SampleEncoding::Pcm8,     false},
+  {kPcmTag,   16, SampleEncoding::Pcm16,    false},
+  {kPcmTag,   24, SampleEncoding::Pcm24,    false},
+  {kPcmTag,   32, SampleEncoding::Pcm32,    false},
+  {kFloatTag, 32, SampleEncoding::Float32,  true},
+  {kFloatTag, 64, SampleEncoding::Float64,  true},
+  {6,          8, SampleEncoding::ALaw,     true},
+  {7,          8, SampleEncoding::MuLaw,    true},
 };
 
 struct CodecName {
@@ -306,7 +307,7 @@ FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uin
     body.u32(channels == 1 ? 4 : channels == 2 ? 3 : 0);
     body.u16(row->tag);
     body.append(std::as_bytes(std::span(kBaseGuid)));
-  } else if (row->encoding == SampleEncoding::MuLaw || row->encoding == SampleEncoding::ALaw) {
+  } else if (row->hasExtraSize) {
     body.u16(0);
   }
   return chunk;
