@@ -1,6 +1,7 @@
 #include "core/collection.h"
 
 #include <chrono>
+#include <functional>
 #include <gtest/gtest.h>
 
 #include "base/text.h"
