@@ -156,6 +156,7 @@ std::optional<Path> findInPlace(std::u16string_view stored, std::u16string_view 
   std::vector<std::u16string_view> parts = partsOf(stored);
   const Path base = baseOf(stored, folder);
   if (base.has_root_name() && base != folder) parts.erase(parts.begin());
+  if (parts.empty()) return std::nullopt;
   Path joined = base;
   for (std::u16string_view part : parts) joined /= pathOf(part);
   for (const Path& path : {folder / pathOf(stored), joined, folder / pathOf(name)})

@@ -48,20 +48,24 @@ bool runReader(const FormatEntry& entry, Collection& collection, InputFile& file
   }
 }
 
+void noteOrigin(Collection& collection, const Path& path, const Detection& found) {
+  collection.formatRow = found.row;
+  collection.formatConfidence = found.confidence;
+  collection.file = path;
+  collection.setText(TextProperty::SourceFile, textOf(path));
+}
+
 /// Everything but the fix-up pass, for which the file need no longer be open.
 bool detectAndRead(Collection& collection, const Path& path, bool allowRawImport, FormatRows rows) {
   InputFile file;
-  if (!file.open(path)) return fail(u"Could not open file");
+  if (!file.open(path)) return false;
   if (file.size() == 0) return fail(u"File is of zero size");
   const Detection found = detect(path, file, rows);
   const FormatEntry* entry = formatRow(found.row, rows);
   if (!entry) return fail(u"Not a supported import file type");
   if (found.confidence == 0 && !allowRawImport) return fail(u"Not detected as any supported file type");
 
-  collection.formatRow = found.row;
-  collection.formatConfidence = found.confidence;
-  collection.file = path;
-  collection.setText(TextProperty::SourceFile, textOf(path));
+  if (!busy) noteOrigin(collection, path, found);
   const std::size_t itemsBefore = countItems(collection);
   if (!runReader(*entry, collection, file)) return false;
   return countItems(collection) > itemsBefore || fail(u"Empty collection");
@@ -74,7 +78,7 @@ bool isBusy() { return busy; }
 bool openFile(Collection& collection, const Path& path, bool allowRawImport, FormatRows rows) {
   if (!busy) resetMissingFileSearch();
   if (!detectAndRead(collection, path, allowRawImport, rows)) return false;
-  fixUp(collection, kAllKinds, true);
+  if (!busy) fixUp(collection, kAllKinds, true);
   return true;
 }
 

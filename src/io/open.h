@@ -16,7 +16,8 @@ bool isBusy();
 /// Detects, reads and fixes up one file. On failure the last error message is set and the collection keeps
 /// what the reader added so far; a reader that adds nothing fails with "Empty collection". The process's
 /// current folder stays as it is: references in the file are resolved against its own folder
-/// (locateMissingFile), and paths given later keep their meaning.
+/// (locateMissingFile), and paths given later keep their meaning. Called by a reader, it only adds the items:
+/// the collection stays that of the outer file, and the fix-up waits for its end.
 bool openFile(Collection& collection, const Path& path, bool allowRawImport, FormatRows rows = formatTable());
 
 /// openFile with raw import allowed, into the cleared collection or merged with it, with the status line, and

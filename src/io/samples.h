@@ -12,7 +12,7 @@ namespace vemko::io {
 /// samples then.
 bool loadSamples(Waveform& waveform, bool quiet);
 
-/// loadSamples for several waveforms at once, on all processors, quietly.
+/// loadSamples for several waveforms, each listed once, on all processors and quietly.
 bool loadSamples(std::span<Waveform* const> waveforms);
 
 /// Whether a writer will be able to get the samples: present, or with a source whose file opens. Fails as

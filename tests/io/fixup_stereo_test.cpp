@@ -31,117 +31,73 @@ struct PairInLayer {
   Region* rightRegion = &play(layer, right, {0, 60});
 };
 
+void name(PairInLayer& p, std::u16string_view left, std::u16string_view right) {
+  p.left.setName(left);
+  p.right.setName(right);
+}
+
+void link(PairInLayer& p, bool bothWays) {
+  name(p, u"x", u"y");
+  p.left.side = StereoSide::Left;
+  p.right.side = StereoSide::Right;
+  p.left.pairedWith = p.right.id();
+  if (bothWays) p.right.pairedWith = p.left.id();
+}
+
+void panByLayers(PairInLayer& p) {
+  attach(p.other, *p.rightRegion);
+  p.layer.articulation.set(slots::Pan, -1);
+  p.other.articulation.set(slots::Pan, 1);
+  p.leftRegion->articulation.clear();
+  p.rightRegion->articulation.clear();
+}
+
+void addLoops(PairInLayer& p, double leftEnd, double rightEnd) {
+  p.left.addLoop({.startFrames = 0, .endFrames = leftEnd}, u"", true, false);
+  p.right.addLoop({.startFrames = 0, .endFrames = rightEnd}, u"", true, false);
+}
+
+using P = PairInLayer;
+struct PairCase {
+  const char* name;
+  bool merged;
+  void (*change)(P&);
+};
+// clang-format off
+constexpr PairCase kPairCases[] = {
+  {"as it is",              true,  [](P&) {}},
+  {"marks in parentheses",  true,  [](P& p) { name(p, u"Piano C3 (l)", u"piano c3 (R)"); }},
+  {"words",                 true,  [](P& p) { name(p, u"Piano C3-Left", u"Piano C3-RIGHT"); }},
+  {"marks of two styles",   false, [](P& p) { name(p, u"Piano C3 L", u"Piano C3_R"); }},
+  {"other names",           false, [](P& p) { name(p, u"Piano C3 L", u"Piano C4 R"); }},
+  {"two left sides",        false, [](P& p) { name(p, u"Piano C3 L", u"Piano C3 L"); }},
+  {"only marks",            false, [](P& p) { name(p, u"Left", u"Right"); }},
+  {"linked",                true,  [](P& p) { link(p, true); }},
+  {"linked one way",        false, [](P& p) { link(p, false); }},
+  {"other lengths",         false, [](P& p) { defer(p.right, {1, 2}); }},
+  {"other root keys",       false, [](P& p) { p.right.rootKey = 1; }},
+  {"linked, other lengths", false, [](P& p) { link(p, true); defer(p.right, {1, 2}); }},
+  {"other loops",           false, [](P& p) { addLoops(p, 2, 3); }},
+  {"equal loops",           true,  [](P& p) { addLoops(p, 2, 2); }},
+  {"not played",            true,  [](P& p) { p.collection.remove(*p.leftRegion); p.collection.remove(*p.rightRegion); }},
+  {"one side played",       false, [](P& p) { p.collection.remove(*p.rightRegion); }},
+  {"a region left over",    false, [](P& p) { play(p.layer, p.right).articulation.set(slots::Pan, 1); }},
+  {"not quite panned",      false, [](P& p) { p.rightRegion->articulation.set(slots::Pan, 0.99f); }},
+  {"panned the other way",  false, [](P& p) { std::swap(p.leftRegion->waveformId, p.rightRegion->waveformId); }},
+  {"other keys",            false, [](P& p) { p.rightRegion->keys.high = 61; }},
+  {"other delay",           false, [](P& p) { p.rightRegion->delaySeconds = 1; }},
+  {"other cutoff",          false, [](P& p) { p.rightRegion->articulation.set(slots::FilterCutoff, 500); }},
+  {"two layers",            true,  [](P& p) { attach(p.other, *p.rightRegion); }},
+  {"panned by two layers",  true,  panByLayers},
+  {"layers that differ",    false, [](P& p) { attach(p.other, *p.rightRegion); p.other.articulation.set(slots::MasterVolume, -6); }},
+  {"two instruments",       false, [](P& p) { attach(createLayer(createInstrument(p.collection, u""), u""), *p.rightRegion); }},
+  {"one side in memory",    true,  [](P& p) { fill(p.right, {-1, -2, -3}); }},
+  {"both in memory",        true,  [](P& p) { fill(p.left, {1, 2, 3}); fill(p.right, {-1, -2, -3}); }},
+};
+// clang-format on
+
 TEST(MergeStereo, RecognisesPairs) {
-  struct Case {
-    const char* name;
-    void (*change)(PairInLayer&);
-    bool merged;
-  };
-  for (const Case& c : {
-           Case{"as it is", [](PairInLayer&) {}, true},
-           Case{"other marks",
-                [](PairInLayer& p) {
-                  p.left.setName(u"Piano C3 (l)");
-                  p.right.setName(u"piano c3 (R)");
-                },
-                true},
-           Case{"words",
-                [](PairInLayer& p) {
-                  p.left.setName(u"Piano C3-Left");
-                  p.right.setName(u"Piano C3-RIGHT");
-                },
-                true},
-           Case{"marks of two styles", [](PairInLayer& p) { p.right.setName(u"Piano C3_R"); }, false},
-           Case{"other names", [](PairInLayer& p) { p.right.setName(u"Piano C4 R"); }, false},
-           Case{"names without marks", [](PairInLayer& p) { p.right.setName(u"Piano C3 L"); }, false},
-           Case{"links in spite of names",
-                [](PairInLayer& p) {
-                  p.left.setName(u"x");
-                  p.right.setName(u"y");
-                  p.left.side = StereoSide::Left;
-                  p.right.side = StereoSide::Right;
-                  p.left.pairedWith = p.right.id();
-                  p.right.pairedWith = p.left.id();
-                },
-                true},
-           Case{"a link in one direction",
-                [](PairInLayer& p) {
-                  p.left.setName(u"x");
-                  p.left.side = StereoSide::Left;
-                  p.left.pairedWith = p.right.id();
-                },
-                false},
-           Case{"other lengths",
-                [](PairInLayer& p) {
-                  defer(p.right, {1, 2});
-                },
-                false},
-           Case{"other rates", [](PairInLayer& p) { p.right.rate = 1; }, false},
-           Case{"other root keys", [](PairInLayer& p) { p.right.rootKey = 1; }, false},
-           Case{"other loops",
-                [](PairInLayer& p) {
-                  p.right.records.push_back(test::record(RecordType::Loop, u"Main Loop", 0, 2));
-                },
-                false},
-           Case{"equal loops",
-                [](PairInLayer& p) {
-                  for (Waveform* waveform : {&p.left, &p.right})
-                    waveform->addLoop({.startFrames = 0, .endFrames = 2}, u"", true, false);
-                },
-                true},
-           Case{"played by nobody",
-                [](PairInLayer& p) {
-                  p.collection.remove(*p.leftRegion);
-                  p.collection.remove(*p.rightRegion);
-                },
-                true},
-           Case{"one side played", [](PairInLayer& p) { p.collection.remove(*p.rightRegion); }, false},
-           Case{"a region left over", [](PairInLayer& p) { play(p.layer, p.right); }, false},
-           Case{"not quite panned",
-                [](PairInLayer& p) { p.rightRegion->articulation.set(slots::Pan, 0.99f); }, false},
-           Case{"panned the other way",
-                [](PairInLayer& p) {
-                  p.leftRegion->setWaveform(p.right.id());
-                  p.rightRegion->setWaveform(p.left.id());
-                },
-                false},
-           Case{"other keys", [](PairInLayer& p) { p.rightRegion->keys.high = 61; }, false},
-           Case{"other delay", [](PairInLayer& p) { p.rightRegion->delaySeconds = 1; }, false},
-           Case{"other cutoff",
-                [](PairInLayer& p) { p.rightRegion->articulation.set(slots::FilterCutoff, 500); }, false},
-           Case{"in two layers", [](PairInLayer& p) { attach(p.other, *p.rightRegion); }, true},
-           Case{"in two layers that set the pan",
-                [](PairInLayer& p) {
-                  attach(p.other, *p.rightRegion);
-                  p.layer.articulation.set(slots::Pan, -1);
-                  p.other.articulation.set(slots::Pan, 1);
-                  p.leftRegion->articulation.clear();
-                  p.rightRegion->articulation.clear();
-                },
-                true},
-           Case{"in two layers that differ",
-                [](PairInLayer& p) {
-                  attach(p.other, *p.rightRegion);
-                  p.other.articulation.set(slots::MasterVolume, -6);
-                },
-                false},
-           Case{"in two instruments",
-                [](PairInLayer& p) {
-                  attach(createLayer(createInstrument(p.collection, u""), u""), *p.rightRegion);
-                },
-                false},
-           Case{"the right side in memory",
-                [](PairInLayer& p) {
-                  fill(p.right, {-1, -2, -3});
-                },
-                true},
-           Case{"both in memory",
-                [](PairInLayer& p) {
-                  fill(p.left, {1, 2, 3});
-                  fill(p.right, {-1, -2, -3});
-                },
-                true},
-       }) {
+  for (const PairCase& c : kPairCases) {
     SCOPED_TRACE(c.name);
     PairInLayer p;
     c.change(p);

@@ -55,13 +55,13 @@ TEST(FixupPass, RunsTheStepsThatAreSwitchedOnAndAllowed) {
 }
 
 TEST(CompactLayers, JoinsWhatDoesNotOverlap) {
-  struct Spec {
+  struct LayerShape {
     MidiRange keys, velocities;
     float volume;  // of the layer
   };
   struct Case {
     const char* name;
-    std::vector<Spec> layers;
+    std::vector<LayerShape> layers;
     std::vector<std::size_t> regionsLeft;  // by layer
   };
   const MidiRange all{0, 127};
@@ -81,10 +81,10 @@ TEST(CompactLayers, JoinsWhatDoesNotOverlap) {
     Instrument& instrument = createInstrument(collection, u"");
     Waveform& waveform = createWaveform(collection, u"");
     createLayer(instrument, u"empty");
-    for (const Spec& spec : c.layers) {
+    for (const LayerShape& shape : c.layers) {
       Layer& layer = createLayer(instrument, u"");
-      if (spec.volume != 0) layer.articulation.set(slots::MasterVolume, spec.volume);
-      play(layer, waveform, spec.keys, spec.velocities);
+      if (shape.volume != 0) layer.articulation.set(slots::MasterVolume, shape.volume);
+      play(layer, waveform, shape.keys, shape.velocities);
     }
     ASSERT_TRUE(compactLayers(collection));
     std::vector<std::size_t> regions;
@@ -194,34 +194,30 @@ TEST(MoveTriggerParameters, MovesSharedSections) {
   }
 }
 
+struct DuplicateCase {
+  const char* name;
+  bool removed;
+  void (*change)(Waveform& second);
+};
+// clang-format off
+constexpr DuplicateCase kDuplicateCases[] = {
+  {"equal",          true,  [](Waveform&) {}},
+  {"other name",     true,  [](Waveform& w) { w.setName(u"other"); }},
+  {"loaded",         true,  [](Waveform& w) { EXPECT_TRUE(loadSamples(w, true)); }},
+  {"in memory only", true,  [](Waveform& w) { fill(w, samplesOf(w)); }},
+  {"last sample",    false, [](Waveform& w) { auto s = samplesOf(w); s.back() = 0.25f; fill(w, s); }},
+  {"length",         false, [](Waveform& w) { fill(w, std::vector<float>(39999, 0.5f)); }},
+  {"channels",       false, [](Waveform& w) { defer(w, std::vector<float>(80000, 0.5f), 2); }},
+  {"rate",           false, [](Waveform& w) { w.rate = 1; }},
+  {"records",        false, [](Waveform& w) { w.findOrAddAltStart(7); }},
+  {"text",           false, [](Waveform& w) { w.setText(TextProperty::Artist, u"x"); }},
+  {"image",          false, [](Waveform& w) { w.setImage(asBytes("GIF89a")); }},
+  {"unreadable",     false, [](Waveform& w) { defer(w, std::vector<float>(40000, 0.5f))->broken = true; }},
+};
+// clang-format on
+
 TEST(RemoveDuplicateWaves, KeepsOneOfEqualOnes) {
-  struct Case {
-    const char* name;
-    void (*change)(Waveform& second);
-    bool removed;
-  };
-  for (const Case& c : {
-           Case{"equal", [](Waveform&) {}, true},
-           Case{"other name", [](Waveform& w) { w.setName(u"other"); }, true},
-           Case{"loaded", [](Waveform& w) { EXPECT_TRUE(loadSamples(w, true)); }, true},
-           Case{"in memory only", [](Waveform& w) { fill(w, samplesOf(w)); }, true},
-           Case{"last sample", [](Waveform& w) { fill(w, std::vector<float>(39999, 0.5f)); }, false},
-           Case{"one sample",
-                [](Waveform& w) {
-                  auto samples = samplesOf(w);
-                  samples[39999] = 0.25f;
-                  fill(w, samples);
-                },
-                false},
-           Case{"rate", [](Waveform& w) { w.rate = 1; }, false},
-           Case{"fine tune", [](Waveform& w) { w.fineTuneCents = 1; }, false},
-           Case{"channels", [](Waveform& w) { defer(w, std::vector<float>(80000, 0.5f), 2); }, false},
-           Case{"records", [](Waveform& w) { w.findOrAddAltStart(7); }, false},
-           Case{"text", [](Waveform& w) { w.setText(TextProperty::Artist, u"x"); }, false},
-           Case{"image", [](Waveform& w) { w.setImage(asBytes("GIF89a")); }, false},
-           Case{"unreadable", [](Waveform& w) { defer(w, std::vector<float>(40000, 0.5f))->broken = true; },
-                false},
-       }) {
+  for (const DuplicateCase& c : kDuplicateCases) {
     SCOPED_TRACE(c.name);
     Collection collection;
     Layer& layer = createLayer(createInstrument(collection, u""), u"");

@@ -43,6 +43,8 @@ bool readScripted(Collection& collection, InputFile& file, std::uint32_t behavio
   if (behaviour == OpensAgain) {
     EXPECT_TRUE(openFile(collection, file.path().parent_path() / "a", false, kRows));
     EXPECT_TRUE(isBusy());
+    const auto waves = collection.all<Waveform>();
+    EXPECT_EQ(waves.front()->name(), waves.back()->name()) << "items must not change under a reader's hands";
   }
   return true;
 }
@@ -110,7 +112,9 @@ TEST(Open, StaysBusyWhileAReaderOpensAnotherFile) {
   putFile(folder / "e", "e");
   Collection collection;
   ASSERT_TRUE(openFile(collection, folder / "e", false, kRows)) << toUtf8(lastError());
-  EXPECT_EQ(collection.count(ItemKind::Waveform), 2u);
+  EXPECT_EQ(test::namesOf(collection.allOf(ItemKind::Waveform)),
+            (std::vector<std::string>{"wave", "wave 2"}));
+  EXPECT_EQ(collection.file, folder / "e");
   EXPECT_FALSE(isBusy());
 }
 
