@@ -65,17 +65,19 @@ TEST(CompactLayers, JoinsWhatDoesNotOverlap) {
     std::vector<std::size_t> regionsLeft;  // by layer
   };
   const MidiRange all{0, 127};
-  for (const Case& c : {
-           Case{"keys apart", {{{0, 59}, all, 0}, {{60, 127}, all, 0}}, {2}},
-           Case{"one key shared", {{{0, 60}, all, 0}, {{60, 127}, all, 0}}, {1, 1}},
-           Case{"velocities apart", {{all, {0, 63}, 0}, {all, {64, 127}, 0}}, {2}},
-           Case{"one velocity shared", {{all, {0, 64}, 0}, {all, {64, 127}, 0}}, {1, 1}},
-           Case{"other articulation", {{{0, 59}, all, 0}, {{60, 127}, all, -6}}, {1, 1}},
-           Case{"first fit",
-                {{{0, 59}, all, 0}, {{0, 20}, all, 0}, {{60, 60}, all, 0}, {{21, 30}, all, 0}},
-                {2, 2}},
-           Case{"full layers", {{all, all, 0}, {all, all, 0}, {all, all, 0}}, {1, 1, 1}},
-       }) {
+  // clang-format off
+  const Case cases[] = {
+    {"keys apart",           {{{0, 59}, all, 0}, {{60, 127}, all, 0}},  {2}},
+    {"one key shared",       {{{0, 60}, all, 0}, {{60, 127}, all, 0}},  {1, 1}},
+    {"velocities apart",     {{all, {0, 63}, 0}, {all, {64, 127}, 0}},  {2}},
+    {"one velocity shared",  {{all, {0, 64}, 0}, {all, {64, 127}, 0}},  {1, 1}},
+    {"the last velocity",    {{all, {127, 127}, 0}, {all, {127, 127}, 0}}, {1, 1}},
+    {"other articulation",   {{{0, 59}, all, 0}, {{60, 127}, all, -6}}, {1, 1}},
+    {"first fit",            {{{0, 59}, all, 0}, {{0, 20}, all, 0}, {{60, 60}, all, 0}, {{21, 30}, all, 0}}, {2, 2}},
+    {"full layers",          {{all, all, 0}, {all, all, 0}, {all, all, 0}}, {1, 1, 1}},
+  };
+  // clang-format on
+  for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     Collection collection;
     Instrument& instrument = createInstrument(collection, u"");
@@ -100,35 +102,26 @@ TEST(CompactLayers, JoinsWhatDoesNotOverlap) {
 
 TEST(MoveArticulation, ChangesNoSound) {
   std::mt19937 random(7);
-  auto below = [&](unsigned count) { return static_cast<unsigned>(random() % count); };
   auto setSome = [&](ArticulationBlock& block) {
     for (int i = 0; i < 4; ++i)
-      block.set(static_cast<Slot>(slots::Pan + below(4)), static_cast<float>(below(2)));
+      block.set(static_cast<Slot>(slots::Pan + random() % 4), static_cast<float>(random() % 2));
   };
-  std::size_t before = 0, after = 0;
   for (int round = 0; round < 200; ++round) {
     Collection collection;
     Instrument& instrument = createInstrument(collection, u"");
     setSome(instrument.articulation);
-    for (unsigned l = 0; l < 1 + below(3); ++l) {
+    for (auto layers = 1 + random() % 3; layers > 0; --layers) {
       Layer& layer = createLayer(instrument, u"");
-      if (below(2)) setSome(layer.articulation);
-      for (unsigned r = below(4); r > 0; --r) setSome(createRegion(layer, u"").articulation);
+      if (random() % 2) setSome(layer.articulation);
+      for (auto regions = random() % 4; regions > 0; --regions)
+        setSome(createRegion(layer, u"").articulation);
     }
     std::vector<ArticulationBlock> heard;
-    auto countRegionSlots = [&] {
-      std::size_t count = 0;
-      collection.forEach<Region>([&](const Region& region) { count += region.articulation.count(); });
-      return count;
-    };
     collection.forEach<Region>([&](const Region& region) { heard.push_back(effective(region)); });
-    before += countRegionSlots();
     ASSERT_TRUE(moveArticulation(collection));
-    after += countRegionSlots();
     std::size_t at = 0;
     collection.forEach<Region>([&](const Region& region) { EXPECT_TRUE(effective(region) == heard[at++]); });
   }
-  EXPECT_LT(after, before);
 }
 
 TEST(MoveArticulation, MovesToTheHighestLevelThatAllShare) {
@@ -362,25 +355,6 @@ TEST(SortAndNames, OrderAndNameItems) {
   EXPECT_EQ(test::namesOf(collection.allOf(ItemKind::Instrument)),
             (Names{"p 4", "p 5", "p 5 2", "lsb", "msb", "drums"}));
   EXPECT_EQ(test::namesOf(collection.allOf(ItemKind::Song)), (Names{"Song A", "song b"}));
-}
-
-TEST(ClassifySources, NamesTheNarrowestPlainEncoding) {
-  using E = SampleEncoding;
-  struct Case {
-    E encoding, expected;
-  };
-  for (const Case& c : {Case{E::Pcm8, E::Pcm8}, Case{E::Pcm20, E::Pcm20}, Case{E::Float32, E::Float32},
-                        Case{E::Float64, E::Float32}, Case{E::MuLaw, E::Pcm16}, Case{E::Adpcm4, E::Pcm16},
-                        Case{E::Gsm610, E::Pcm16}, Case{E::Codec, E::Float32}}) {
-    SCOPED_TRACE(static_cast<int>(c.encoding));
-    Collection collection;
-    Waveform& waveform = createWaveform(collection, u"");
-    Waveform& without = createWaveform(collection, u"");
-    defer(waveform, {1})->storedAs = c.encoding;
-    ASSERT_TRUE(classifySources(collection));
-    EXPECT_EQ(waveform.sourceFormat, static_cast<SourceFormat>(c.expected));
-    EXPECT_EQ(without.sourceFormat, kUnclassified);
-  }
 }
 
 /// Tens of thousands of items in the shapes that quadratic steps would stumble over.

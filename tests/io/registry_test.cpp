@@ -35,16 +35,6 @@ TEST(Registry, AnswersNoneOutsideTheTable) {
   EXPECT_FALSE(canHold(2, ItemKind::Waveform, kRows));
 }
 
-TEST(Registry, WalksReadingAndWritingRows) {
-  std::vector<int> reading, writing;
-  for (int row = nextReadingRow(-5, kRows); row != kNoRow; row = nextReadingRow(row + 1, kRows))
-    reading.push_back(row);
-  for (int row = nextWritingRow(0, kRows); row != kNoRow; row = nextWritingRow(row + 1, kRows))
-    writing.push_back(row);
-  EXPECT_EQ(reading, (std::vector{0, 1, 4, 5}));
-  EXPECT_EQ(writing, (std::vector{2, 3, 5}));
-}
-
 TEST(Registry, FindsWritingRows) {
   struct Case {
     std::u16string_view extension;
