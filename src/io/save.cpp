@@ -25,9 +25,9 @@ struct SavingFlag {
 };
 
 // What a hostile item could make a writer throw ends here.
-bool callWriter(Item& item, OutputFile& file, int row, const SaveOptions& options) {
+bool callWriter(Item& item, OutputFile& file, FormatWriter writer, const SaveOptions& options) {
   try {
-    return formatRow(row)->writer(item, file, options);
+    return writer(item, file, options);
   } catch (const std::bad_alloc&) {
     return fail(u"Out of memory");
   } catch (const std::length_error&) {
@@ -37,13 +37,13 @@ bool callWriter(Item& item, OutputFile& file, int row, const SaveOptions& option
 
 // A file that replaces another one is brought to the disk; others are left to the system, which keeps the
 // conversion of thousands of small files fast.
-bool writeFile(Item& item, const SaveTarget& target, int row, const SaveOptions& options) {
+bool writeFile(Item& item, const SaveTarget& target, FormatWriter writer, const SaveOptions& options) {
   showStatus(u"Writing: " + textOf(target.path()));
   OutputFile file;
   if (!file.create(target.path())) return false;
   target.takeOverPermissions();
-  bool ok =
-      callWriter(item, file, row, options) && (!target.replacesFile() || file.flushToDisk()) && file.close();
+  bool ok = callWriter(item, file, writer, options) && (!target.replacesFile() || file.flushToDisk()) &&
+            file.close();
   if (!ok) {
     const std::u16string message = lastError();
     file.close();
@@ -53,14 +53,14 @@ bool writeFile(Item& item, const SaveTarget& target, int row, const SaveOptions&
   return ok;
 }
 
-bool save(Item* item, int row, const Path& path, const SaveOptions& options, bool tidy) {
+bool save(Item* item, int row, const Path& path, const SaveOptions& options, bool tidy, FormatRows rows) {
   WaitCursor wait;
   SavingFlag flag;
   PreparedItem prepared;
-  if (!prepareItem(item, row, options, tidy, prepared)) return false;
+  if (!prepareItem(item, row, options, tidy, rows, prepared)) return false;
   SaveTarget target(path);
   if (!target.pinSources(prepared.item->collection()) || !target.setAside()) return false;
-  const bool ok = writeFile(*prepared.item, target, row, options);
+  const bool ok = writeFile(*prepared.item, target, formatRow(row, rows)->writer, options);
   if (ok)
     target.finish();
   else
@@ -82,18 +82,19 @@ bool isSaving() { return saving; }
 void setRenderHooks(RenderHooks newHooks) { hooks = std::move(newHooks); }
 const RenderHooks& renderHooks() { return hooks; }
 
-SaveOptions saveOptionsFor(int row, CapabilityMask requested) {
-  const FormatEntry* entry = formatRow(row);
+SaveOptions saveOptionsFor(int row, CapabilityMask requested, FormatRows rows) {
+  const FormatEntry* entry = formatRow(row, rows);
   return {.requested = requested, .variant = entry ? entry->variant : 0};
 }
 
-bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options) {
-  return save(item, row, path, options, true);
+bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options, FormatRows rows) {
+  return save(item, row, path, options, true, rows);
 }
 
-bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy) {
+bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy,
+                  FormatRows rows) {
   if (report) showStatus(u"Saving");
-  const bool ok = save(item, row, path, options, tidy);
+  const bool ok = save(item, row, path, options, tidy, rows);
   if (ok)
     takeOverFile(*item, path, row);
   else
@@ -103,8 +104,9 @@ bool saveReported(Item* item, const Path& path, int row, const SaveOptions& opti
   return ok;
 }
 
-bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report) {
-  return saveReported(item, path, row, options, report, true);
+bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report,
+                    FormatRows rows) {
+  return saveReported(item, path, row, options, report, true, rows);
 }
 
 std::u16string sizeText(std::uint64_t bytes) {

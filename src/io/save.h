@@ -24,19 +24,21 @@ namespace vemko::io {
 bool isSaving();
 
 /// The row's own variant with what is asked for.
-SaveOptions saveOptionsFor(int row, CapabilityMask requested);
+SaveOptions saveOptionsFor(int row, CapabilityMask requested, FormatRows rows = formatTable());
 
 /// Writes the item, or the one that owns it and that the row stores. After a failure no part of the new file
 /// remains, and an existing one is as it was. Messages: "No item selected", "Invalid export format selected",
 /// "The file format can not save this item", "Save aborted!", "Failed to render synth to wave", "Empty item -
 /// nothing to save", "Could not create file", "Out of memory", and those of reading samples, of writing and
 /// of the writer.
-bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options);
+bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options,
+              FormatRows rows = formatTable());
 
 /// saveItem; after it a saved collection takes the path and the row as its own. With `report`: "Saving" in
 /// the status line, "Saved: " with path and size in the log, and an entry in the recent files. A failure
 /// shows "Failed to Save.".
-bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report);
+bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report,
+                    FormatRows rows = formatTable());
 
 /// The path with ".bak" appended to its whole name.
 Path backupPath(const Path& path);
@@ -70,6 +72,7 @@ struct SaveAllRequest {
   Collection* collection = nullptr;
   ItemKind kind = ItemKind::Waveform;  ///< Waveform, Instrument, Song or Collection.
   int row = kNoRow;
+  FormatRows rows = formatTable();
   Path folder;
   std::u16string baseName;  ///< Empty: files are named after their items alone.
   SaveOptions options;

@@ -11,13 +11,14 @@ std::u16string pluralOf(ItemKind kind) { return std::u16string(displayWord(kind)
 
 bool checkRequest(const SaveAllRequest& request) {
   if (!request.collection) return fail(u"No item selected");
-  const FormatEntry* row = formatRow(request.row);
+  const FormatEntry* row = formatRow(request.row, request.rows);
   if (!row || !row->writer) return fail(u"Invalid export format selected");
   if (request.kind != ItemKind::Collection && request.collection->count(request.kind) == 0)
     return fail(u"No " + pluralOf(request.kind) + u" to save!");
   // A song can also be saved as its sound.
-  const bool asSound = request.kind == ItemKind::Song && canHold(request.row, ItemKind::Waveform);
-  if (!asSound && !canHold(request.row, request.kind))
+  const bool asSound =
+      request.kind == ItemKind::Song && canHold(request.row, ItemKind::Waveform, request.rows);
+  if (!asSound && !canHold(request.row, request.kind, request.rows))
     return fail(u"Can't 'Save all " + pluralOf(request.kind) + u"' with this file format!");
   return true;
 }
@@ -48,7 +49,7 @@ class Run {
     // Items of one name get numbers, so that a file that exists is never one of this run.
     Path path =
         names_.claim(request_.folder / autoFileName(request_.baseName, isWhole ? u"" : item.displayName(),
-                                                    extensionOf(request_.row)));
+                                                    extensionOf(request_.row, request_.rows)));
     if (fileExists(path)) {
       const CollisionAnswer answer = answerFor(path);
       if (answer == CollisionAnswer::CancelAll) cancel();
@@ -56,7 +57,7 @@ class Run {
         return tell(item, path, false);
       if (answer == CollisionAnswer::Rename) path = names_.claim(path, fileExists);
     }
-    const bool saved = saveReported(&item, path, request_.row, request_.options, false, false);
+    const bool saved = saveReported(&item, path, request_.row, request_.options, false, false, request_.rows);
     result_.saved += saved;
     result_.ok = result_.ok && saved;
     tell(item, path, saved);

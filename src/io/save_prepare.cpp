@@ -30,13 +30,13 @@ enum class Way { AsItIs, Render, Impossible, NoConversion };
 
 // A song goes to a file as events only when that is asked for; else, and for a synth that the row cannot
 // hold, it is its sound that is saved.
-Way wayOf(const Item& stored, int row, const SaveOptions& options) {
+Way wayOf(const Item& stored, int row, const SaveOptions& options, FormatRows rows) {
   const ItemKind kind = stored.kind();
-  const bool held = canHold(row, kind);
+  const bool held = canHold(row, kind, rows);
   const bool hasSound = kind == ItemKind::Song || kind == ItemKind::Synth;
   const bool asEvents = kind != ItemKind::Song || (options.requested & kMidiEvents) != 0;
   if (held && asEvents) return Way::AsItIs;
-  if (hasSound && canHold(row, ItemKind::Waveform)) return Way::Render;
+  if (hasSound && canHold(row, ItemKind::Waveform, rows)) return Way::Render;
   return held ? Way::NoConversion : Way::Impossible;
 }
 
@@ -62,8 +62,7 @@ bool render(Item& item, PreparedItem& prepared) {
   return true;
 }
 
-bool needsSplitting(const Item& item, int row) {
-  const CapabilityMask capabilities = formatRow(row)->capabilities;
+bool needsSplitting(const Item& item, CapabilityMask capabilities) {
   if ((capabilities & kLinkedStereo) == 0 || (capabilities & kStereo) != 0) return false;
   // A single waveform has no partner's file to go to.
   if (item.kind() == ItemKind::Waveform) return false;
@@ -117,20 +116,21 @@ bool splitForWriting(const Item& item, PreparedItem& prepared) {
   return true;
 }
 
-bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, PreparedItem& prepared) {
+bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, FormatRows rows,
+                 PreparedItem& prepared) {
   if (!item) return fail(u"No item selected");
-  const FormatEntry* entry = formatRow(row);
+  const FormatEntry* entry = formatRow(row, rows);
   if (!entry || !entry->writer) return fail(u"Invalid export format selected");
   prepared.item = storedItemFor(*item);
   if (!prepared.item) return fail(u"Save aborted!");
-  const Way way = wayOf(*prepared.item, row, options);
+  const Way way = wayOf(*prepared.item, row, options, rows);
   if (way == Way::Impossible) return fail(kCannotSave);
   if (way == Way::NoConversion) return fail(u"Save aborted!");
   if (tidy) tidyBelow(prepared.item->collection(), prepared.item->kind());
   if (!checkSamplesOf(*prepared.item)) return false;
   if (way == Way::Render && !render(*prepared.item, prepared)) return false;
   if (isEmpty(*prepared.item)) return fail(u"Empty item - nothing to save");
-  return !needsSplitting(*prepared.item, row) || splitForWriting(*prepared.item, prepared);
+  return !needsSplitting(*prepared.item, entry->capabilities) || splitForWriting(*prepared.item, prepared);
 }
 
 }  // namespace vemko::io

@@ -14,7 +14,8 @@ struct PreparedItem {
 /// Finds the item that the row stores, tidies what is below it unless `tidy` is false, makes sure that its
 /// samples can be had, renders and splits stereo where the row needs it. False with the last error message
 /// set.
-bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, PreparedItem& prepared);
+bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, FormatRows rows,
+                 PreparedItem& prepared);
 
 /// A copy of the item with all that it holds and plays, under the same ids, whose stereo waveforms are split
 /// into linked pairs of mono ones.
@@ -24,6 +25,7 @@ bool splitForWriting(const Item& item, PreparedItem& prepared);
 void tidyBelow(Collection& collection, ItemKind kind);
 
 /// saveWithBackup; without `tidy` for callers that have tidied once for many items.
-bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy);
+bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy,
+                  FormatRows rows);
 
 }  // namespace vemko::io

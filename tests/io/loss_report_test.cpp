@@ -1,0 +1,58 @@
+#include "io/loss_report.h"
+
+#include "collections.h"
+#include "io/registry.h"
+
+namespace vemko::io {
+namespace {
+
+using test::defer;
+
+TEST(LossReport, EveryRowThatWritesWaveformsSaysWhatItHolds) {
+  for (int row = nextWritingRow(0); row != kNoRow; row = nextWritingRow(row + 1))
+    EXPECT_TRUE(holdingsAreKnown(row) || !canHold(row, ItemKind::Waveform)) << toUtf8(descriptionOf(row));
+}
+
+TEST(LossReport, TellsWhatTheEncodingAndTheChannelsDrop) {
+  using enum SampleEncoding;
+  struct Case {
+    SampleEncoding source, target;
+    CapabilityMask channels;
+    std::vector<std::u16string> losses;
+  };
+  for (const Case& c : {
+           Case{Pcm16, Pcm16, 0, {}},
+           Case{Pcm16, Pcm24, 0, {}},
+           Case{Pcm24, Pcm16, 0, {u"Samples: 24-bit precision (\"one\" and 1 more)"}},
+           Case{Pcm24, Float32, 0, {}},
+           Case{Pcm32, Float32, 0, {u"Samples: 32-bit precision (\"one\" and 1 more)"}},
+           Case{Float32, Pcm32, 0, {u"Samples: 32-bit float precision (\"one\" and 1 more)"}},
+           Case{Pcm8, MuLaw, 0, {u"Samples: 8-bit precision (\"one\" and 1 more)"}},
+           Case{MuLaw, MuLaw, 0, {}},
+           Case{MuLaw, Pcm16, 0, {}},
+           Case{Pcm24,
+                Pcm8,
+                kMono,
+                {u"Samples: 24-bit precision (\"one\" and 1 more)", u"Samples: Separate channels (\"two\")"}},
+       }) {
+    Collection collection;
+    defer(createWaveform(collection, u"one"), {0.5f, 0.25f})->storedAs = c.source;
+    defer(createWaveform(collection, u"two"), {0.5f, 0.25f}, 2)->storedAs = c.source;
+    std::vector<std::u16string> texts;
+    for (const Loss& loss : lossesOfSaving(collection, findWritingRow(u"wav", 1),
+                                           {.requested = encodingBit(c.target) | c.channels}))
+      texts.push_back(lossText(loss));
+    EXPECT_EQ(texts, c.losses) << static_cast<int>(c.source) << " to " << static_cast<int>(c.target);
+  }
+}
+
+TEST(LossReport, WaveKeepsEveryLoopFeature) {
+  Collection collection;
+  Waveform& wave = createWaveform(collection, u"wave");
+  defer(wave, std::vector<float>(100, 0.5f));
+  wave.addLoop({LoopPlay::Alternating, LoopCount::UntilRelease, 10.5, 20.25, 0.5}, u"", true, false);
+  EXPECT_TRUE(lossesOfSaving(wave, findWritingRow(u"wav", 1), {}).empty());
+}
+
+}  // namespace
+}  // namespace vemko::io

@@ -1,0 +1,60 @@
+#pragma once
+// Rows whose writers do what a test of saving needs.
+#include <new>
+
+#include "collections.h"
+#include "io/save.h"
+#include "support.h"
+
+namespace vemko::test {
+
+enum Behaviour : std::uint32_t { Writes, Fails, RunsOutOfMemory };
+
+/// What the writers got since the last reset.
+struct Written {
+  std::vector<std::string> names;
+  std::size_t waveforms = 0;
+  io::SaveOptions options;
+};
+inline Written written;
+
+inline bool writeScripted(Item& item, OutputFile& file, const io::SaveOptions& options) {
+  EXPECT_TRUE(io::isSaving());
+  written.names.push_back(toUtf8(item.displayName()));
+  written.waveforms = waveformsOf(item).size();
+  written.options = options;
+  EXPECT_TRUE(file.write(asBytes("new"))) << toUtf8(lastError());
+  if (options.variant == Fails) return fail(u"Scripted failure");
+  if (options.variant == RunsOutOfMemory) throw std::bad_alloc();
+  return true;
+}
+
+inline constexpr KindMask kWave = kindBit(ItemKind::Waveform), kInstruments = kindBit(ItemKind::Instrument),
+                          kSongs = kindBit(ItemKind::Song), kCollections = kindBit(ItemKind::Collection);
+enum Row : int { WaveRow, FailingRow, ThrowingRow, InstrumentRow, SongRow, LinkedRow, ReadingRow };
+
+inline int probeNothing(Bytes, std::uint32_t, std::uint64_t) { return 0; }
+inline bool readNothing(Collection&, InputFile&, std::uint32_t) { return true; }
+
+// clang-format off
+inline constexpr io::FormatEntry kRows[] = {
+    {u"w", nullptr, writeScripted, nullptr, u"Waves",       kWave,        io::kMono | io::kStereo, Writes,          nullptr},
+    {u"w", nullptr, writeScripted, nullptr, u"Failing",     kWave,        io::kMono,               Fails,           nullptr},
+    {u"w", nullptr, writeScripted, nullptr, u"Throwing",    kWave,        io::kMono,               RunsOutOfMemory, nullptr},
+    {u"i", nullptr, writeScripted, nullptr, u"Instruments", kInstruments, io::kStereo,             Writes,          nullptr},
+    {u"s", nullptr, writeScripted, nullptr, u"Songs",       kSongs,       io::kMidiEvents,         Writes,          nullptr},
+    {u"c", nullptr, writeScripted, nullptr, u"Linked", kCollections | kInstruments, io::kMono | io::kLinkedStereo, Writes, nullptr},
+    {u"r", readNothing, nullptr, probeNothing, u"Reading",  kWave,        0,                       0,               nullptr},
+};
+// clang-format on
+
+/// The names in a folder, sorted.
+inline std::vector<std::string> filesIn(const Path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    names.push_back(entry.path().filename().string());
+  std::ranges::sort(names);
+  return names;
+}
+
+}  // namespace vemko::test
