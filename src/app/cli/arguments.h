@@ -1,0 +1,87 @@
+#pragma once
+// What stands on the command line, as plain records. The option definitions from which the parser, the help,
+// the man page and the shell completion are made are in one place, definition.cpp.
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vemko::cli {
+
+/// Exit status of every command.
+enum Status : int { kDone = 0, kSomeFailed = 1, kUsage = 2 };
+
+struct FormatsArguments {
+  bool readable = false;
+  bool writable = false;
+  bool json = false;
+};
+
+struct DetectArguments {
+  std::vector<std::string> files;
+  bool json = false;
+};
+
+struct InfoArguments {
+  std::string file;
+  bool json = false;
+};
+
+struct ConvertArguments {
+  std::vector<std::string> inputs;
+  std::string output;
+  std::string folder;
+  std::string to;
+  std::string kind;
+  std::string encoding;
+  std::string channels = "auto";
+  bool merge = false;
+  std::string onExists = "overwrite";
+  int jobs = 1;
+  bool raw = false;
+  std::string rawEncoding = "pcm16";
+  std::uint32_t rawRate = 44100;
+  int rawChannels = 1;
+  std::uint64_t rawSkip = 0;
+  bool rawBigEndian = false;
+  bool rawSigned = false;
+  std::string rom = "skip";
+  std::string answer = "no";
+  bool noFixup = false;
+  std::vector<std::string> fixups;  ///< "NAME=0", "NAME=1"
+  bool report = false;
+  bool quiet = false;
+};
+
+struct ConfigArguments {
+  enum class Action : std::uint8_t { List, Get, Set };
+  Action action = Action::List;
+  std::string name;
+  std::string value;
+};
+
+enum class Command : std::uint8_t {
+  Finished,  ///< Help or an error was printed; `status` tells which.
+  Formats,
+  Detect,
+  Info,
+  Convert,
+  ConvertWorker,
+  Config
+};
+
+struct Arguments {
+  Command command = Command::Finished;
+  int status = kDone;
+  FormatsArguments formats;
+  DetectArguments detect;
+  InfoArguments info;
+  ConvertArguments convert;
+  ConfigArguments config;
+  /// The options of `convert` as given, without inputs, outputs and target: what a worker is started with.
+  std::vector<std::string> workerArguments;
+};
+
+/// Prints help, version and usage errors itself.
+Arguments parseArguments(int count, char** values);
+
+}  // namespace vemko::cli

@@ -1,0 +1,197 @@
+#include "app/cli/json.h"
+
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "app/cli/names.h"
+#include "base/text.h"
+
+namespace vemko::cli {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
+
+// The shortest decimal that names the float: 0.1 and not 0.10000000149011612.
+double shortest(float value) {
+  char digits[32];
+  auto end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+  double result = 0;
+  std::from_chars(digits, end, result);
+  return result;
+}
+
+Json range(MidiRange bounds) { return {bounds.low, bounds.high}; }
+
+Json articulation(const ArticulationBlock& block) {
+  Json slots = Json::object();
+  block.forEach([&](Slot slot, float value) { slots[std::to_string(slot)] = shortest(value); });
+  return slots;
+}
+
+Json named(const Item& item) { return {{"id", item.id()}, {"name", toUtf8(item.name())}}; }
+
+Json region(const Region& item) {
+  Json json = named(item);
+  json["key"] = range(item.keys);
+  json["velocity"] = range(item.velocities);
+  if (item.waveform()) json["waveform"] = item.waveformId;
+  json["articulation"] = articulation(item.articulation);
+  return json;
+}
+
+// The children of that type, each in its JSON form.
+template <class T, class Convert>
+Json childrenOf(const Item& parent, Convert convert) {
+  Json list = Json::array();
+  for (ItemId id : parent.children)
+    if (const T* child = parent.collection().find<T>(id)) list.push_back(convert(*child));
+  return list;
+}
+
+Json layer(const Layer& item) {
+  Json json = named(item);
+  json["articulation"] = articulation(item.articulation);
+  json["regions"] = childrenOf<Region>(item, region);
+  return json;
+}
+
+Json instrument(const Instrument& item) {
+  Json json = named(item);
+  json["patch"] = {{"program", item.patch.program()},
+                   {"bankMSB", item.patch.bankMsb()},
+                   {"bankLSB", item.patch.bankLsb()},
+                   {"drums", item.patch.isDrumKit()}};
+  json["articulation"] = articulation(item.articulation);
+  json["layers"] = childrenOf<Layer>(item, layer);
+  return json;
+}
+
+const char* recordTypeName(RecordType type) {
+  switch (type) {
+    case RecordType::PositionMarker:
+      return "marker";
+    case RecordType::SectionMarker:
+      return "section";
+    case RecordType::Loop:
+      return "loop";
+  }
+  return "";
+}
+
+// Whole frames and hundredths, so that no rounding noise shows.
+double position(std::uint32_t frame, std::uint8_t hundredths) {
+  return static_cast<double>(std::uint64_t{frame} * 100 + hundredths) / 100;
+}
+
+Json record(const LoopRecord& loop, bool isMain) {
+  Json json = {{"type", recordTypeName(loop.type)}, {"name", toUtf8(loop.name)}};
+  json["start"] = position(loop.start, loop.startHundredths);
+  if (loop.type == RecordType::PositionMarker) return json;
+  json["end"] = position(loop.end, loop.endHundredths);
+  if (loop.type == RecordType::SectionMarker) return json;
+  json["play"] = toUtf8(displayWord(loop.play));
+  json["count"] = toUtf8(displayWord(loop.count));
+  json["tune"] = loop.tuneCents;
+  json["main"] = isMain;
+  return json;
+}
+
+Json waveform(const Waveform& item) {
+  Json json = named(item);
+  json["frames"] = item.frames;
+  json["rate"] = item.rate;
+  json["channels"] = item.channels;
+  json["rootKey"] = item.rootKey;
+  json["fineTune"] = item.fineTuneCents;
+  json["records"] = Json::array();
+  for (const LoopRecord& loop : item.records)
+    json["records"].push_back(record(loop, loop.id == item.mainLoopId));
+  json["text"] = Json::object();
+  for (TextProperty property : kTextProperties)
+    if (property != TextProperty::Name && property != TextProperty::Image && !item.text(property).empty())
+      json["text"][toUtf8(textPropertyLabel(property))] = toUtf8(item.text(property));
+  return json;
+}
+
+Json song(const Song& item) {
+  Json json = named(item);
+  json["tracks"] = childrenOf<Track>(item, [](const Track& track) {
+    Json track_ = named(track);
+    track_["events"] = track.eventCount();
+    return track_;
+  });
+  return json;
+}
+
+template <class T, class Convert>
+Json allOf(const Collection& collection, Convert convert) {
+  Json list = Json::array();
+  collection.forEach<T>([&](const T& item) { list.push_back(convert(item)); });
+  return list;
+}
+
+Json words(const std::string& list) {
+  Json json = Json::array();
+  for (std::size_t at = 0; at < list.size();) {
+    const std::size_t end = std::min(list.find(' ', at), list.size());
+    json.push_back(list.substr(at, end - at));
+    at = end + 1;
+  }
+  return json;
+}
+
+Json layouts(io::CapabilityMask capabilities) {
+  Json json = Json::array();
+  if (capabilities & io::kMono) json.push_back("mono");
+  if (capabilities & (io::kStereo | io::kLinkedStereo)) json.push_back("stereo");
+  return json;
+}
+
+}  // namespace
+
+std::string formatsJson(std::span<const int> rows) {
+  Json list = Json::array();
+  for (int row : rows) {
+    const io::FormatEntry& entry = *io::formatRow(row);
+    list.push_back({{"extension", toUtf8(entry.extension)},
+                    {"description", toUtf8(entry.description)},
+                    {"read", entry.reader != nullptr},
+                    {"write", entry.writer != nullptr},
+                    {"kinds", words(kindList(entry.kinds, " "))},
+                    {"encodings", words(encodingList(entry.capabilities, " "))},
+                    {"channels", layouts(entry.capabilities)}});
+  }
+  return dump(list);
+}
+
+std::string detectionsJson(std::span<const DetectedFile> files) {
+  Json list = Json::array();
+  for (const DetectedFile& file : files)
+    list.push_back({{"file", file.path},
+                    {"format", toUtf8(io::descriptionOf(file.detection.row))},
+                    {"extension", toUtf8(io::extensionOf(file.detection.row))},
+                    {"confidence", file.detection.confidence}});
+  return dump(list);
+}
+
+std::string collectionJson(const Collection& collection) {
+  auto count = [&](ItemKind kind) { return collection.count(kind); };
+  Json json = {{"format", toUtf8(io::descriptionOf(collection.formatRow))},
+               {"confidence", collection.formatConfidence},
+               {"name", toUtf8(collection.name())}};
+  json["counts"] = {{"instruments", count(ItemKind::Instrument)},
+                    {"layers", count(ItemKind::Layer)},
+                    {"regions", count(ItemKind::Region)},
+                    {"waveforms", count(ItemKind::Waveform)},
+                    {"synths", count(ItemKind::Synth)},
+                    {"songs", count(ItemKind::Song)},
+                    {"tracks", count(ItemKind::Track)}};
+  json["instruments"] = allOf<Instrument>(collection, instrument);
+  json["waveforms"] = allOf<Waveform>(collection, waveform);
+  json["songs"] = allOf<Song>(collection, song);
+  return dump(json);
+}
+
+}  // namespace vemko::cli

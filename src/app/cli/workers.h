@@ -1,0 +1,19 @@
+#pragma once
+#include <functional>
+#include <span>
+
+#include "app/cli/worker_protocol.h"
+
+namespace vemko::cli {
+
+using RunTask = std::function<TaskReport(const app::BatchTask&)>;
+/// Called as tasks end, in any order.
+using TaskDone = std::function<void(std::size_t index, TaskReport report)>;
+
+/// Runs the tasks on that many processes of this program. A process that dies fails the task it was at and is
+/// replaced. Where no process can be started the tasks run here.
+void runOnWorkers(std::span<const app::BatchTask> tasks, std::size_t jobs,
+                  const std::vector<std::string>& workerArguments, const RunTask& runHere,
+                  const TaskDone& done);
+
+}  // namespace vemko::cli
