@@ -159,12 +159,12 @@ std::vector<RecordCase> recordCases() {
       {"nothing", {}, -1, 60, 0, 0, "", true},
       {"root", {}, -1, 72, 0, 0, "smpl,", true},
       {"tuned down", {}, -1, 60, -100, 0, "smpl,", true},
-      {"tuned up", {}, -1, 60, 1, 0, "smpl,", false},
-      {"tuned far up from the lowest key", {}, -1, 0, 127, 0, "smpl,", false},
-      {"tuned far down", {}, -1, 127, -128, 0, "smpl,", false},
+      {"tuned up", {}, -1, 60, 1, 0, "LIST,smpl,", false},
+      {"tuned far up from the lowest key", {}, -1, 0, 127, 0, "LIST,smpl,", false},
+      {"tuned far down", {}, -1, 127, -128, 0, "LIST,smpl,", false},
       {"gain", {}, -1, 60, 0, -6, "inst,", true},
-      {"gain between", {}, -1, 60, 0, -6.25f, "smpl,inst,", false},
-      {"gain and tuning", {}, -1, 61, 50, 200, "smpl,inst,", false},
+      {"gain between", {}, -1, 60, 0, -6.25f, "LIST,inst,", false},
+      {"gain and tuning", {}, -1, 61, 50, 200, "LIST,smpl,inst,", false},
       {"main loop",
        {record(kLoop, u"Main Loop", 10, 20, LoopPlay::Forward)},
        0,
@@ -205,7 +205,7 @@ std::vector<RecordCase> recordCases() {
        0,
        "cue ,LIST,smpl,",
        true},
-      {"off", {record(kLoop, u"L", 10, 20, LoopPlay::Off)}, 0, 60, 0, 0, "cue ,LIST,smpl,", false},
+      {"off", {record(kLoop, u"L", 10, 20, LoopPlay::Off)}, 0, 60, 0, 0, "cue ,LIST,", false},
       {"two loops, the second one main",
        {record(kLoop, u"a", 10, 20, LoopPlay::Forward), record(kLoop, u"b", 30, 40, LoopPlay::Forward)},
        1,
@@ -247,7 +247,7 @@ std::vector<RecordCase> recordCases() {
        0,
        "cue ,LIST,",
        true},
-      {"marker between frames", {record(kMarker, u"m", 5.5, 5)}, -1, 60, 0, 0, "cue ,LIST,smpl,", false},
+      {"marker between frames", {record(kMarker, u"m", 5.5, 5)}, -1, 60, 0, 0, "cue ,LIST,", false},
       {"marker before the loop",
        {record(kMarker, u"m", 5, 5), record(kLoop, u"L", 10, 20, LoopPlay::Forward)},
        1,
@@ -262,9 +262,9 @@ std::vector<RecordCase> recordCases() {
        60,
        0,
        0,
-       "cue ,LIST,smpl,",
+       "cue ,LIST,",
        false},
-      {"name of 600 bytes", {record(kMarker, longName, 5, 5)}, -1, 60, 0, 0, "cue ,LIST,smpl,", false},
+      {"name of 600 bytes", {record(kMarker, longName, 5, 5)}, -1, 60, 0, 0, "cue ,LIST,", false},
       {"name in two scripts", {record(kMarker, u"\u0416\u97F3", 5, 5)}, -1, 60, 0, 0, "cue ,LIST,", true},
   };
 }
@@ -287,7 +287,7 @@ TEST(WaveWriter, KeepsTuningGainAndRecordsExactly) {
     Waveform& waveform = makeRecordWaveform(collection, each);
     const std::string file = writeWaveform(waveform, folder / "made.wav");
     EXPECT_EQ(chunkIds(file), std::string("fmt ,fact,data,") + each.chunks);
-    EXPECT_EQ(file.find("VMKO") == std::string::npos, each.isPlain);
+    EXPECT_EQ(file.find("vmko") == std::string::npos, each.isPlain);
     ReadResult result = readWaveFile(folder / "made.wav");
     ASSERT_TRUE(result.ok) << toUtf8(lastError());
     EXPECT_EQ(describe(*result.waveform), describe(waveform));
@@ -302,23 +302,28 @@ TEST(WaveWriter, LetsTheChangesOfOtherProgramsWin) {
   const std::string file = writeWaveform(waveform, folder / "made.wav");
   struct Case {
     const char* name;
-    std::size_t offset;  // from the "smpl" body
+    const char* chunk;
+    std::size_t offset;  // of a byte of the chunk's body that becomes 44
     const char* expected;
   };
+  const char* const plain = "60 +0 0dB | *L 10-20.25 Forward";
   const Case cases[] = {
-      {"unchanged", 32, "60 +0 0dB | *L 10.25-20.5 Forward"},  // length of the data: stays 44
-      {"unity note", 12, "44 +0 0dB | *L 10-20.25 Forward"},
-      {"loop start", 36 + 8, "60 +0 0dB"},
-      {"version of the block", 60 + 4, "60 +0 0dB | *L 10-20.25 Forward"},
-      {"record count of the block", 60 + 12, "60 +0 0dB | *L 10-20.25 Forward"},
-      {"hundredths in the block", 60 + 24 + 8, "60 +0 0dB | *L 10.44-20.5 Forward"},
-      {"type in the block", 60 + 24 + 10, "60 +0 0dB | *L 10-20.25 Forward"},
-      {"end in the block", 60 + 24 + 5, "60 +0 0dB | *L 10-20.25 Forward"},
+      {"sample period", "smpl", 8, plain},
+      {"unity note", "smpl", 12, "44 +0 0dB | *L 10-20.25 Forward"},
+      {"loop start", "smpl", 36 + 8, "60 +0 0dB"},
+      {"label", "labl", 4, "60 +0 0dB | *, 10-20.25 Forward"},
+      {"version of the block", "vmko", 0, plain},
+      {"checksum", "vmko", 4, plain},
+      {"record count", "vmko", 8, plain},
+      {"end of the loop", "vmko", 20 + 5, plain},
+      {"type", "vmko", 20 + 10, plain},
+      {"name length", "vmko", 20 + 16, plain},
+      {"hundredths, which are sound", "vmko", 20 + 8, "60 +0 0dB | *L 10.44-20.5 Forward"},
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.name);
     std::string changed = file;
-    changed[changed.find("smpl") + 8 + each.offset] = 44;
+    changed[changed.find(each.chunk) + 8 + each.offset] = 44;
     ReadResult result = readWaveBytes(folder, asBytes(changed));
     ASSERT_TRUE(result.ok) << toUtf8(lastError());
     EXPECT_EQ(describe(*result.waveform), each.expected);
@@ -371,10 +376,10 @@ TEST(WaveWriter, WritesLoopsThatAreOffWhenAsked) {
     Waveform& waveform =
         makeRecordWaveform(collection, {"", {record(kLoop, u"L", 10, 20)}, 0, 60, 0, 0, "", false});
     const std::string smpl = chunkOf(writeWaveform(waveform, folder / "made.wav"), "smpl");
-    ByteReader reader(asBytes(smpl).subspan(28));
-    EXPECT_EQ(reader.u32(), noLoopOff ? 0u : 1u);
-    reader.skip(8);
-    EXPECT_TRUE(noLoopOff || reader.u32() == 255);
+    EXPECT_EQ(smpl.size(), noLoopOff ? 0u : 60u);
+    if (noLoopOff) continue;
+    ByteReader reader(asBytes(smpl).subspan(40));
+    EXPECT_EQ(reader.u32(), 255u);
   }
   wave::options() = {};
 }

@@ -133,6 +133,11 @@ std::u16string CueNotes::label(std::uint32_t cueId) const {
 void readCueNotes(Bytes list, CueNotes& notes) {
   riff::ChunkWalker walker(list);
   for (riff::Chunk chunk; walker.next(chunk);) {
+    if (chunk.id == kExactChunk && notes.exact.empty()) {
+      notes.exact = chunk.body;
+      notes.published = list.first(static_cast<std::size_t>(chunk.offset) - 8);
+      continue;
+    }
     ByteReader reader(chunk.body);
     std::uint32_t cueId = reader.u32();
     if (chunk.id == fourCc("labl") && reader.ok) {

@@ -15,6 +15,8 @@ namespace vemko::wave {
 struct CueNotes {
   std::unordered_map<std::uint32_t, Bytes> labels;
   std::unordered_map<std::uint32_t, std::uint32_t> lengths;  ///< Frames.
+  Bytes exact;      ///< Our own block, empty where there is none, ...
+  Bytes published;  ///< ... and what stands before it in its list.
 
   /// Trimmed; empty without a label.
   std::u16string label(std::uint32_t cueId) const;
@@ -40,6 +42,9 @@ std::vector<std::byte> buildCueNotes(const Waveform& waveform);
 
 /// Longest label written, in bytes before the terminating zero.
 inline constexpr std::size_t kLongestLabel = 256;
+
+/// Chunk of the "adtl" list that holds our own block.
+inline constexpr std::uint32_t kExactChunk = fourCc("vmko");
 
 /// Logs the first few of many warnings, and how many more there were.
 class RepeatedWarning {

@@ -3,6 +3,7 @@
 #include <unordered_set>
 
 #include "base/log.h"
+#include "formats/riff/riff.h"
 #include "formats/wave/wave_cues.h"
 #include "formats/wave/wave_exact.h"
 #include "formats/wave/wave_sampler.h"
@@ -10,24 +11,18 @@
 namespace vemko::wave {
 namespace {
 
-void readPublished(const DescriptionChunks& chunks, const SamplerChunk& sampler, const CueNotes& notes,
-                   Waveform& waveform) {
+void readPublished(const DescriptionChunks& chunks, const CueNotes& notes, Waveform& waveform) {
   std::unordered_set<std::uint32_t> loopIds;
   LoopAdder adder(waveform);
-  if (sampler.isValid) readSampler(sampler, notes, adder, waveform, loopIds);
-  if (!chunks.waveSample.empty()) readWaveSample(chunks.waveSample, sampler.isValid, adder, waveform);
+  const bool hasSampler = readSampler(chunks.sampler, notes, adder, waveform, loopIds);
+  if (!chunks.waveSample.empty()) readWaveSample(chunks.waveSample, hasSampler, adder, waveform);
   readInstrument(chunks.instrument, waveform);
-  readCues(chunks.cues, {notes, loopIds, sampler.isValid}, adder, waveform);
-}
-
-PublishedChunks publishedChunks(const DescriptionChunks& chunks, const SamplerChunk& sampler) {
-  return {sampler.header, sampler.loops, chunks.instrument, chunks.cues,
-          chunks.cueNotes.empty() ? Bytes() : chunks.cueNotes.front()};
+  readCues(chunks.cues, {notes, loopIds, hasSampler}, adder, waveform);
 }
 
 DescriptionChunks chunksOf(const DescriptionBodies& bodies) {
   DescriptionChunks chunks;
-  if (!bodies.sampler.empty()) chunks.sampler = Bytes(bodies.sampler);
+  chunks.sampler = bodies.sampler;
   chunks.instrument = bodies.instrument;
   chunks.cues = bodies.cues;
   if (!bodies.cueNotes.empty()) chunks.cueNotes.push_back(bodies.cueNotes);
@@ -47,15 +42,15 @@ bool readsBackExactly(const DescriptionChunks& chunks, const Waveform& waveform)
 }  // namespace
 
 void readDescription(const DescriptionChunks& chunks, Waveform& waveform) {
-  const SamplerChunk sampler = chunks.sampler ? splitSampler(*chunks.sampler) : SamplerChunk{};
   CueNotes notes;
   for (Bytes list : chunks.cueNotes) readCueNotes(list, notes);
-  if (isExactBlock(sampler.data)) {
-    std::uint32_t checksum = checksumOf(publishedChunks(chunks, sampler), waveform.frames);
-    if (applyExactBlock(sampler.data, checksum, notes, waveform)) return;
+  if (!notes.exact.empty()) {
+    const std::uint32_t checksum =
+        checksumOf({chunks.sampler, chunks.instrument, chunks.cues, notes.published}, waveform.frames);
+    if (applyExactBlock(notes.exact, checksum, notes, waveform)) return;
     logInfo(u"Loops and markers were changed by another program: their exact values are not used");
   }
-  readPublished(chunks, sampler, notes, waveform);
+  readPublished(chunks, notes, waveform);
 }
 
 DescriptionBodies buildDescription(const Waveform& waveform) {
@@ -63,13 +58,15 @@ DescriptionBodies buildDescription(const Waveform& waveform) {
   bodies.cues = buildCues(waveform);
   bodies.cueNotes = buildCueNotes(waveform);
   bodies.instrument = buildInstrument(waveform);
-  if (needsSampler(waveform)) bodies.sampler = buildSampler(waveform, {});
+  if (needsSampler(waveform)) bodies.sampler = buildSampler(waveform);
   if (readsBackExactly(chunksOf(bodies), waveform)) return bodies;
 
-  bodies.sampler = buildSampler(waveform, {});
-  const DescriptionChunks chunks = chunksOf(bodies);
-  std::uint32_t checksum = checksumOf(publishedChunks(chunks, splitSampler(bodies.sampler)), waveform.frames);
-  bodies.sampler = buildSampler(waveform, buildExactBlock(waveform, checksum));
+  const std::uint32_t checksum =
+      checksumOf({bodies.sampler, bodies.instrument, bodies.cues, bodies.cueNotes}, waveform.frames);
+  riff::ChunkBuilder notes;
+  notes.out.bytes = std::move(bodies.cueNotes);
+  notes.add(kExactChunk, buildExactBlock(waveform, checksum));
+  bodies.cueNotes = std::move(notes.out.bytes);
   return bodies;
 }
 

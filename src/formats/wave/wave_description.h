@@ -1,6 +1,5 @@
 #pragma once
 // Everything that the chunks beside the samples say about a waveform's tuning, gain, loops and markers.
-#include <optional>
 #include <vector>
 
 #include "base/bytes.h"
@@ -8,13 +7,13 @@
 
 namespace vemko::wave {
 
-/// Bodies as they stand in the file; empty where there is no such chunk.
+/// Bodies as they stand in the file, the first of each kind; empty where there is no such chunk.
 struct DescriptionChunks {
-  std::optional<Bytes> sampler;  ///< "smpl"; only the first one of a file counts.
-  Bytes instrument;              ///< "inst"
-  Bytes waveSample;              ///< "wsmp"
-  Bytes cues;                    ///< "cue "
-  std::vector<Bytes> cueNotes;   ///< Contents of the "LIST"s of type "adtl".
+  Bytes sampler;                ///< "smpl"
+  Bytes instrument;             ///< "inst"
+  Bytes waveSample;             ///< "wsmp"
+  Bytes cues;                   ///< "cue "
+  std::vector<Bytes> cueNotes;  ///< Contents of the "LIST"s of type "adtl".
 };
 
 /// The waveform's frame count must be known by then.

@@ -10,9 +10,8 @@
 namespace vemko::wave {
 namespace {
 
-constexpr std::uint32_t kBlockId = fourCc("VMKO");
 constexpr std::uint16_t kVersion = 1;
-constexpr std::size_t kRecordBytes = 20;
+constexpr std::size_t kHeaderBytes = 20, kRecordBytes = 20;
 constexpr std::uint8_t kMainLoopFlag = 1;
 constexpr std::uint32_t kNameIsLabel = 0xFFFFFFFF;
 
@@ -71,9 +70,10 @@ bool readName(ByteReader& reader, std::size_t index, const CueNotes& notes, Entr
     return true;
   }
   Bytes units = reader.take(std::uint64_t{entry.nameLength} * 2);
+  if (!reader.ok) return false;
   entry.record.name.resize(units.size() / 2);
-  std::memcpy(entry.record.name.data(), units.data(), units.size());
-  return reader.ok;
+  if (!units.empty()) std::memcpy(entry.record.name.data(), units.data(), units.size());
+  return true;
 }
 
 bool readEntries(ByteReader& reader, const CueNotes& notes, std::uint32_t frames,
@@ -107,18 +107,14 @@ std::uint32_t checksumOf(const PublishedChunks& chunks, std::uint32_t frames) {
   auto add = [&](Bytes bytes) {
     for (std::byte b : bytes) sum = (sum ^ static_cast<std::uint32_t>(b)) * 16777619u;
   };
-  // The header's last field is the length of the data that this checksum stands in.
-  add(chunks.samplerHeader.first(std::min<std::size_t>(chunks.samplerHeader.size(), 32)));
-  for (Bytes part : {chunks.samplerLoops, chunks.instrument, chunks.cues, chunks.cueNotes}) add(part);
+  for (Bytes part : {chunks.sampler, chunks.instrument, chunks.cues, chunks.cueNotes}) add(part);
   add(std::as_bytes(std::span(&frames, 1)));
   return sum;
 }
 
-bool isExactBlock(Bytes data) { return ByteReader(data).u32() == kBlockId; }
-
 std::vector<std::byte> buildExactBlock(const Waveform& waveform, std::uint32_t checksum) {
   ByteWriter out;
-  out.u32(kBlockId);
+  out.bytes.reserve(kHeaderBytes + waveform.records.size() * kRecordBytes);
   out.u16(kVersion);
   out.u16(0);
   out.u32(checksum);
@@ -135,7 +131,7 @@ std::vector<std::byte> buildExactBlock(const Waveform& waveform, std::uint32_t c
 
 bool applyExactBlock(Bytes data, std::uint32_t checksum, const CueNotes& notes, Waveform& waveform) {
   ByteReader reader(data);
-  bool isOurs = reader.u32() == kBlockId && reader.u16() == kVersion;
+  bool isOurs = reader.u16() == kVersion;
   reader.u16();
   isOurs = isOurs && reader.u32() == checksum;
   std::size_t count = reader.u32();

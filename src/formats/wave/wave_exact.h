@@ -1,11 +1,11 @@
 #pragma once
 // What the published chunks cannot say about loops and markers - fractions of a frame, tune and count mode,
-// their order, loops that are off, long names, tuning upwards - stands in a block of our own in the sampler
-// data of "smpl", which other programs skip. It counts only as long as the published chunks are those that it
-// was written with, so that what another program changed there wins.
+// their order, loops that are off, long names, tuning upwards - stands in a block of our own at the end of
+// the "adtl" list, where other programs skip what they do not know. It counts only as long as the published
+// chunks are those that it was written with, so that what another program changed there wins.
 //
-// Layout, version 1: "VMKO", version u16, 0 u16, checksum of the published chunks u32, number of records u32,
-// volume adjustment f32, root key u8, fine tune i8, 0 u16; for each record start u32, end u32, start and end
+// Layout, version 1: version u16, 0 u16, checksum of the published chunks u32, number of records u32, volume
+// adjustment f32, root key u8, fine tune i8, 0 u16; for each record start u32, end u32, start and end
 // hundredths u8, type u8, play u8, count u8, flags u8 (1: main loop), tune i16, length of its name u32 in
 // UTF-16 units, 0xFFFFFFFF where the label says it; then these names.
 #include <cstdint>
@@ -18,11 +18,10 @@
 namespace vemko::wave {
 
 struct PublishedChunks {
-  Bytes samplerHeader, samplerLoops, instrument, cues, cueNotes;
+  Bytes sampler, instrument, cues, cueNotes;
 };
 std::uint32_t checksumOf(const PublishedChunks& chunks, std::uint32_t frames);
 
-bool isExactBlock(Bytes data);
 std::vector<std::byte> buildExactBlock(const Waveform& waveform, std::uint32_t checksum);
 /// Replaces tuning, volume adjustment and records by the block's. False, and nothing changed, when the
 /// checksum is another one or anything in the block is not as it must be.

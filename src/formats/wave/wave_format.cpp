@@ -21,7 +21,8 @@ struct TagRow {
   std::uint16_t tag;
   std::uint16_t bits;  // of a stored sample
   SampleEncoding encoding;
-  bool hasExtraSize;   // the body written ends with the size of the extra bytes, 0: as published for all but PCM
+  bool hasExtraSize;  // the body written ends with the size of the extra bytes, 0: as published for all but
+                      // PCM
 };
 
 // clang-format off
@@ -295,6 +296,7 @@ FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uin
   chunk.needsFact = tag != kPcmTag;
 
   ByteWriter& body = chunk.body;
+  body.bytes.reserve(40);
   body.u16(tag);
   body.u16(channels);
   body.u32(rate);

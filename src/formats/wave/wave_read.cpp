@@ -71,12 +71,11 @@ void takeList(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   if (type == fourCc("adtl")) file.description.cueNotes.push_back(riff::listContents(chunk.body));
 }
 
-void takeSampler(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  if (!file.description.sampler) file.description.sampler = chunk.body;
-}
-
 void takeFirst(Bytes& place, const riff::Chunk& chunk) {
   if (place.empty()) place = chunk.body;
+}
+void takeSampler(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  takeFirst(file.description.sampler, chunk);
 }
 void takeInstrument(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   takeFirst(file.description.instrument, chunk);

@@ -123,32 +123,22 @@ std::vector<std::size_t> writtenLoops(const Waveform& waveform) {
 
 }  // namespace
 
-SamplerChunk splitSampler(Bytes body) {
+bool readSampler(Bytes body, const CueNotes& notes, LoopAdder& adder, Waveform& waveform,
+                 std::unordered_set<std::uint32_t>& loopIds) {
   ByteReader reader(body);
-  SamplerChunk chunk;
-  chunk.header = reader.take(kHeaderBytes);
-  if (!reader.ok) return {};
-  ByteReader header(chunk.header.subspan(28));
-  std::uint64_t count = header.u32(), dataBytes = header.u32();
+  if (!reader.need(kHeaderBytes)) return false;
+  reader.skip(12);  // manufacturer, product, sample period
+  setRootKey(reader.u32(), waveform);
+  const double cents = reader.u32() * 100.0 / kFractionUnit;
+  waveform.fineTuneCents = static_cast<std::int8_t>(-static_cast<int>(cents + 0.499));
+  reader.skip(8);  // SMPTE format and offset
+  std::size_t count = reader.u32();
+  reader.u32();  // length of other programs' data behind the loops
   if (count > reader.remaining() / kLoopBytes)
     logWarning(u"The 'smpl' chunk announces more loops than it holds");
-  count = std::min<std::uint64_t>(count, reader.remaining() / kLoopBytes);
-  chunk.loops = reader.take(count * kLoopBytes);
-  chunk.data = reader.take(std::min<std::uint64_t>(dataBytes, reader.remaining()));
-  chunk.isValid = true;
-  return chunk;
-}
-
-void readSampler(const SamplerChunk& chunk, const CueNotes& notes, LoopAdder& adder, Waveform& waveform,
-                 std::unordered_set<std::uint32_t>& loopIds) {
-  ByteReader header(chunk.header.subspan(12));
-  setRootKey(header.u32(), waveform);
-  waveform.fineTuneCents =
-      static_cast<std::int8_t>(-static_cast<int>(header.u32() * 100.0 / kFractionUnit + 0.499));
 
   SamplerLoops loops(notes, adder, waveform);
-  ByteReader reader(chunk.loops);
-  while (reader.remaining() >= kLoopBytes) {
+  for (count = std::min(count, reader.remaining() / kLoopBytes); count > 0; --count) {
     std::uint32_t cueId = reader.u32();
     LoopPlay play = playOfType(reader.u32());
     double start = reader.u32(), lastFrame = reader.u32(), fraction = reader.u32() / kFractionUnit;
@@ -156,6 +146,7 @@ void readSampler(const SamplerChunk& chunk, const CueNotes& notes, LoopAdder& ad
     loopIds.insert(cueId);
     loops.add(cueId, play, start, lastFrame + 1 + fraction);
   }
+  return true;
 }
 
 void readInstrument(Bytes body, Waveform& waveform) {
@@ -195,7 +186,7 @@ bool needsSampler(const Waveform& waveform) {
          std::any_of(waveform.records.begin(), waveform.records.end(), isWrittenLoop);
 }
 
-std::vector<std::byte> buildSampler(const Waveform& waveform, Bytes data) {
+std::vector<std::byte> buildSampler(const Waveform& waveform) {
   const std::vector<std::size_t> loops = writtenLoops(waveform);
   const UnityPitch pitch = unityPitchOf(waveform);
   ByteWriter body;
@@ -207,9 +198,8 @@ std::vector<std::byte> buildSampler(const Waveform& waveform, Bytes data) {
   body.u32(0);  // SMPTE format and offset: none
   body.u32(0);
   body.u32(static_cast<std::uint32_t>(loops.size()));
-  body.u32(static_cast<std::uint32_t>(data.size()));
+  body.u32(0);
   for (std::size_t index : loops) writeLoop(body, index, waveform.records[index]);
-  body.append(data);
   return std::move(body.bytes);
 }
 

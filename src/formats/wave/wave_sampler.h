@@ -10,17 +10,9 @@
 
 namespace vemko::wave {
 
-/// A "smpl" body in its parts; short or lying bodies give the loops and the data that are there.
-struct SamplerChunk {
-  bool isValid = false;
-  Bytes header;  ///< 36 bytes.
-  Bytes loops;   ///< 24 bytes each.
-  Bytes data;    ///< The program's own.
-};
-SamplerChunk splitSampler(Bytes body);
-
-/// Sets the tuning and adds the loops; `loopIds` receives their cue ids.
-void readSampler(const SamplerChunk& chunk, const CueNotes& notes, LoopAdder& adder, Waveform& waveform,
+/// Sets the tuning and adds the loops; `loopIds` receives their cue ids. A body that is too short for its
+/// fixed part changes nothing and gives false; of lying counts the loops that are there are taken.
+bool readSampler(Bytes body, const CueNotes& notes, LoopAdder& adder, Waveform& waveform,
                  std::unordered_set<std::uint32_t>& loopIds);
 
 /// Gain, and the tuning where it still has its defaults.
@@ -31,9 +23,9 @@ void readWaveSample(Bytes body, bool hasSampler, LoopAdder& adder, Waveform& wav
 
 /// Whether a "smpl" chunk of this waveform says more than that there is none.
 bool needsSampler(const Waveform& waveform);
-/// The body with the loops that are to be written, the main loop first, and `data` at its end. A loop's
-/// stored end keeps its exact length, which decides its pitch, although the start loses its fraction.
-std::vector<std::byte> buildSampler(const Waveform& waveform, Bytes data);
+/// The body with the loops that are to be written, the main loop first. A loop's stored end keeps its exact
+/// length, which decides its pitch, although the start loses its fraction.
+std::vector<std::byte> buildSampler(const Waveform& waveform);
 
 /// The body with the gain, empty when that is 0 dB.
 std::vector<std::byte> buildInstrument(const Waveform& waveform);
