@@ -74,14 +74,17 @@ inline std::int32_t roundToInteger(float value) {
 #endif
 }
 
-// To nearest, clamped; not-a-number gives 0. Bits up to 24 are exact in a float.
+// To nearest, clamped to -scale..scale-1; not-a-number gives 0. Bits up to 24 are exact in a float.
+inline std::int32_t scaleToInteger(float sample, float scale) {
+  float scaled = sample == sample ? sample * scale : 0.0f;
+  scaled = scaled > -scale ? scaled : -scale;
+  scaled = scaled < scale - 1 ? scaled : scale - 1;
+  return roundToInteger(scaled);
+}
+
 template <int kBits>
 std::int32_t toInteger(float sample) {
-  constexpr float kScale = static_cast<float>(1u << (kBits - 1));
-  float scaled = sample == sample ? sample * kScale : 0.0f;
-  scaled = scaled > -kScale ? scaled : -kScale;
-  scaled = scaled < kScale - 1 ? scaled : kScale - 1;
-  return roundToInteger(scaled);
+  return scaleToInteger(sample, static_cast<float>(1u << (kBits - 1)));
 }
 
 // The largest float below 2^31 is 127 short of the largest integer, which full scale shall reach.
@@ -129,6 +132,10 @@ VEMKO_WIDER void encode24(const float* floats, std::byte* stored, std::size_t co
     for (; i + 8 <= run; i += 8) pack24(values + i, stored + i * 3);
     for (; i < run; ++i) std::memcpy(stored + i * 3, &values[i], 3);
   }
+}
+
+VEMKO_WIDER void encodeWords(const float* floats, float scale, std::int32_t* integers, std::size_t count) {
+  for (std::size_t i = 0; i < count; ++i) integers[i] = scaleToInteger(floats[i], scale);
 }
 
 template <class T, bool kSwap>
@@ -199,6 +206,10 @@ void decodePcm(const PcmFormat& format, Bytes stored, std::span<float> floats) {
 void encodePcm(const PcmFormat& format, std::span<const float> floats, std::span<std::byte> stored) {
   if (const PcmRow* row = rowOf(format))
     row->encode[format.bigEndian](floats.data(), stored.data(), floats.size());
+}
+
+void floatsToIntegers(std::span<const float> floats, unsigned bits, std::span<std::int32_t> integers) {
+  encodeWords(floats.data(), static_cast<float>(1u << (bits - 1)), integers.data(), floats.size());
 }
 
 }  // namespace vemko

@@ -30,4 +30,7 @@ void decodePcm(const PcmFormat& format, Bytes stored, std::span<float> floats);
 /// Floats to stored samples, rounded to nearest and clamped; not-a-number becomes 0 in integers.
 void encodePcm(const PcmFormat& format, std::span<const float> floats, std::span<std::byte> stored);
 
+/// Floats to integers of 2 to 24 bits, as codecs take them: rounded and clamped as above.
+void floatsToIntegers(std::span<const float> floats, unsigned bits, std::span<std::int32_t> integers);
+
 }  // namespace vemko

@@ -1,3 +1,4 @@
+#include "formats/audio/audio.h"
 #include "formats/audio/raw.h"
 #include "formats/wave/wave.h"
 #include "io/registry.h"
@@ -12,6 +13,8 @@ constexpr KindMask kWaveform = kindBit(ItemKind::Waveform);
 constexpr FormatEntry kRows[] = {
   {u"*",   audio::readRaw, nullptr,         audio::probeAny,          u"Unrecognized",   kWaveform, 0,                   0, nullptr},
   {u"bwf", wave::readWave, nullptr,         wave::probeBroadcastWave, u"Broadcast wave", kWaveform, 0,                   0, nullptr},
+  {u"flac", audio::readFlac, audio::writeFlac, audio::probeFlac, u"Free lossless audio codec (default)", kWaveform, audio::kFlacCapabilities, 0, nullptr, audio::missingForFlac},
+  {u"flac", nullptr, audio::writeFlac, nullptr, u"Free lossless audio codec (max comp)", kWaveform, audio::kFlacCapabilities, 1, nullptr, audio::missingForFlac},
   {u"sds", wave::readWave, nullptr,         wave::probeSmartSound,    u"SmartSound SDS", kWaveform, 0,                   0, nullptr},
   {u"wav", wave::readWave, wave::writeWave, wave::probeWave,          u"Microsoft wave", kWaveform, wave::kCapabilities, 0, nullptr},
   {u"wav", wave::readWave, nullptr,         wave::probeBroadcastWave, u"Broadcast wave", kWaveform, 0,                   0, nullptr},

@@ -44,6 +44,10 @@ using FormatWriter = bool (*)(Item&, OutputFile&, const SaveOptions&);
 /// Nominal bit rate of compression setting 0, 1, 2 ... and, where asked for, its label; 0 past the last.
 using SettingDescriber = double (*)(int index, std::uint32_t variant, std::u16string* label);
 
+/// The codec library that reading, or writing, needs and this machine lacks: its name and where to get it;
+/// empty when there is nothing missing.
+using MissingLibrary = std::u16string (*)(bool writing);
+
 struct FormatEntry {
   std::u16string_view extension;  ///< Without the dot; "?" takes any one character, "*" the rest.
   FormatReader reader;
@@ -54,6 +58,7 @@ struct FormatEntry {
   CapabilityMask capabilities;
   std::uint32_t variant;
   SettingDescriber settings;
+  MissingLibrary missingLibrary = nullptr;  ///< Absent where no library is needed.
 };
 
 }  // namespace vemko::io

@@ -1,0 +1,42 @@
+#include "formats/audio/audio_file.h"
+
+#include <cstdint>
+
+#include "base/last_error.h"
+#include "codecs/sample_writer.h"
+
+namespace vemko::audio {
+
+Waveform* addWaveform(Collection& collection, const CompressedSamples& samples) {
+  if (samples.facts.frames > UINT32_MAX) {
+    setLastError(u"Wave too big - use 64-bit version!");
+    return nullptr;
+  }
+  Waveform& waveform = createWaveform(collection, {});
+  waveform.frames = static_cast<std::uint32_t>(samples.facts.frames);
+  waveform.rate = samples.facts.rate;
+  waveform.channels = samples.facts.channels;
+  waveform.setSource(samples.source);
+  return &waveform;
+}
+
+void nameAfterFile(Waveform& waveform, const InputFile& file) {
+  if (waveform.name().empty()) waveform.setName(textOf(file.path().stem()));
+}
+
+bool isNamedAfterFile(const Waveform& waveform, const Path& target) {
+  if (waveform.name() == textOf(target.stem())) return true;
+  return waveform.source && waveform.source->file() &&
+         waveform.name() == textOf(waveform.source->file()->path().stem());
+}
+
+bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask capabilities,
+                  WriteJob& job) {
+  if (item.kind() != ItemKind::Waveform) return fail(u"The file format can not save this item");
+  job.waveform = static_cast<const Waveform*>(&item);
+  job.layout = io::chooseLayout(*job.waveform, options, capabilities);
+  job.stream = withChannels(openSamples(*job.waveform), job.waveform->channels, job.layout.channels);
+  return job.stream != nullptr;
+}
+
+}  // namespace vemko::audio

@@ -1,0 +1,34 @@
+#pragma once
+// What the readers and writers of this room share.
+#include <memory>
+
+#include "codecs/bridge.h"
+#include "core/collection.h"
+#include "io/format_entry.h"
+#include "io/sample_layout.h"
+
+namespace vemko::audio {
+
+/// Adds a waveform with these samples; null, with "Wave too big - use 64-bit version!" set, for more frames
+/// than a waveform counts.
+Waveform* addWaveform(Collection& collection, const CompressedSamples& samples);
+
+/// After the texts were read: a waveform without a name takes the file's.
+void nameAfterFile(Waveform& waveform, const InputFile& file);
+
+/// The name says no more than the file's name, of the file to be written or of the one that was read.
+bool isNamedAfterFile(const Waveform& waveform, const Path& target);
+
+/// A waveform on its way to an encoder.
+struct WriteJob {
+  const Waveform* waveform = nullptr;
+  io::SampleLayout layout;
+  std::unique_ptr<SampleStream> stream;
+
+  EncoderInput input() const { return {*stream, waveform->frames, waveform->rate, layout.channels}; }
+};
+/// Fails with "The file format can not save this item" for anything but a waveform, and as opening samples
+/// does.
+bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask capabilities, WriteJob& job);
+
+}  // namespace vemko::audio

@@ -1,0 +1,89 @@
+// FLAC files: lossless, with Vorbis comments and cover image.
+#include <cstring>
+
+#include "codecs/flac.h"
+#include "codecs/vorbis_comments.h"
+#include "formats/audio/audio.h"
+#include "formats/audio/audio_file.h"
+#include "formats/audio/probes.h"
+
+namespace vemko::audio {
+namespace {
+
+constexpr std::uint32_t kMaxCompression = 1;  // variant
+
+unsigned bitsOf(SampleEncoding encoding) {
+  switch (encoding) {
+    case SampleEncoding::Pcm8:
+      return 8;
+    case SampleEncoding::Pcm12:
+      return 12;
+    case SampleEncoding::Pcm16:
+      return 16;
+    case SampleEncoding::Pcm20:
+      return 20;
+    default:
+      return 24;
+  }
+}
+
+void readMetadata(const flac::Metadata& metadata, Waveform& waveform) {
+  readVorbisComments(metadata.comments, waveform);
+  if (!metadata.pictures.empty()) waveform.setImage(metadata.pictures.front().bytes);
+  if (!waveform.records.empty()) return;
+  LoopAdder adder(waveform);
+  for (std::uint64_t frame : metadata.cueFrames) {
+    LoopRecord record;
+    if (frame >= waveform.frames) continue;
+    record.start = record.end = static_cast<std::uint32_t>(frame);
+    adder.addMarker(std::move(record));
+  }
+}
+
+flac::Metadata buildMetadata(const Waveform& waveform, const Path& target) {
+  flac::Metadata metadata;
+  CommentsToBuild comments;
+  comments.name = !isNamedAfterFile(waveform, target);
+  metadata.comments = buildVorbisComments(waveform, comments);
+  if (const Bytes image = waveform.image(); !image.empty())
+    metadata.pictures.push_back({std::string(Item::imageMimeType(image)), {image.begin(), image.end()}});
+  return metadata;
+}
+
+}  // namespace
+
+int probeFlac(Bytes head, std::uint32_t, std::uint64_t) {
+  const Id3Head tag = skipId3(head);
+  if (tag.isLongerThanHead) return 2;
+  if (startsWith(tag.rest, "fLaC")) return 6;
+  return startsWith(tag.rest, "OggS") && startsWith(firstOggPacket(tag.rest),
+                                                    "\x7F"
+                                                    "FLAC")
+             ? 6
+             : 0;
+}
+
+bool readFlac(Collection& collection, InputFile& file, std::uint32_t) {
+  CompressedSamples samples;
+  flac::Metadata metadata;
+  if (!flac::open(FilePart::whole(file), samples, &metadata)) return false;
+  Waveform* waveform = addWaveform(collection, samples);
+  if (!waveform) return false;
+  readMetadata(metadata, *waveform);
+  nameAfterFile(*waveform, file);
+  return true;
+}
+
+bool writeFlac(Item& item, OutputFile& file, const io::SaveOptions& save) {
+  WriteJob job;
+  if (!prepareWrite(item, save, kFlacCapabilities, job)) return false;
+  flac::EncodeOptions options;
+  options.bits = bitsOf(job.layout.encoding);
+  options.maxCompression = save.variant == kMaxCompression;
+  FileSink sink(file);
+  return flac::encode(job.input(), options, buildMetadata(*job.waveform, file.path()), sink) && sink.flush();
+}
+
+std::u16string missingForFlac(bool) { return flac::missingLibrary(); }
+
+}  // namespace vemko::audio
