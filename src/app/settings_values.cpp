@@ -72,7 +72,7 @@ bool take(Bytes value, std::uint8_t* field) {
 bool take(Bytes value, std::vector<std::u16string>* field) {
   if (value.size() % 2 != 0) return false;
   std::u16string units(value.size() / 2, u'\0');
-  std::memcpy(units.data(), value.data(), value.size());
+  if (!value.empty()) std::memcpy(units.data(), value.data(), value.size());
   field->clear();
   for (std::u16string_view rest = units; !rest.empty();) {
     const std::size_t length = std::min(rest.find(u'\0'), rest.size());
