@@ -1,9 +1,11 @@
 #pragma once
+#include <algorithm>
 #include <atomic>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/last_error.h"
 #include "base/text.h"
@@ -48,6 +50,15 @@ inline std::string contentOf(const Path& path) {
   std::string content(static_cast<std::size_t>(file.size()), '\0');
   EXPECT_TRUE(file.readAt(0, std::as_writable_bytes(std::span(content)))) << path;
   return content;
+}
+
+/// The names in a folder, sorted; hidden ones are left out.
+inline std::vector<std::string> filesIn(const Path& folder) {
+  std::vector<std::string> names;
+  for (const auto& entry : std::filesystem::directory_iterator(folder))
+    if (std::string name = entry.path().filename().string(); !name.starts_with('.')) names.push_back(name);
+  std::ranges::sort(names);
+  return names;
 }
 
 }  // namespace vemko::test

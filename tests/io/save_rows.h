@@ -48,13 +48,4 @@ inline constexpr io::FormatEntry kRows[] = {
 };
 // clang-format on
 
-/// The names in a folder, sorted.
-inline std::vector<std::string> filesIn(const Path& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(folder))
-    names.push_back(entry.path().filename().string());
-  std::ranges::sort(names);
-  return names;
-}
-
 }  // namespace vemko::test

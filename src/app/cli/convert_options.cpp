@@ -14,7 +14,9 @@ std::nullopt_t refuse(const std::string& message) {
   return std::nullopt;
 }
 
-std::string quotedRow(int row) { return "\"" + toUtf8(io::descriptionOf(row)) + "\""; }
+std::string quotedRow(int row) {
+  return std::string("\"").append(toUtf8(io::descriptionOf(row))).append("\"");
+}
 
 std::optional<int> rowOf(const ConvertArguments& arguments, KindMask kinds) {
   const bool named = !arguments.to.empty();

@@ -9,7 +9,9 @@
 namespace vemko::cli {
 namespace {
 
-std::string inQuotes(std::u16string_view name) { return "\"" + printable(toUtf8(name)) + "\""; }
+std::string inQuotes(std::u16string_view name) {
+  return std::string("\"").append(printable(toUtf8(name))).append("\"");
+}
 
 std::string rangeText(const char* word, MidiRange range) {
   return range.low == 0 && range.high == 127 ? "" : formatted(", %s %d-%d", word, range.low, range.high);

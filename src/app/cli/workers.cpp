@@ -1,41 +1,53 @@
 #include "app/cli/workers.h"
 
 #include <algorithm>
+#include <deque>
 
 #include "platform/process.h"
 
 namespace vemko::cli {
 namespace {
 
-constexpr std::size_t kIdle = static_cast<std::size_t>(-1);
+// A worker gets tasks ahead, so that it need not wait for the next one: few when few are left, that no other
+// worker runs dry, and so little text that it always fits the pipe.
+constexpr std::size_t kMostAhead = 16, kMostBytesAhead = 4096;
 
 struct Worker {
   ChildProcess process;
   bool started = false;
-  std::size_t task = kIdle;
+  std::deque<std::size_t> tasks;  // handed over, in order
+  std::size_t bytesAhead = 0;
 };
 
 class Pool {
  public:
   Pool(std::span<const app::BatchTask> tasks, std::size_t jobs, const std::vector<std::string>& arguments,
        const TaskDone& done)
-      : tasks_(tasks), arguments_(arguments), done_(done), workers_(jobs) {}
+      : tasks_(tasks), arguments_(arguments), done_(done), workers_(jobs) {
+    for (std::size_t i = 0; i < tasks.size(); ++i) waiting_.push_back(i);
+  }
 
-  /// Until every task is done or no worker can be started; the first task that was not begun.
-  std::size_t run() {
-    while (feedIdle()) receiveOne();
-    return next_;
+  /// Until every task is done or no worker can be started; the tasks that were not done then.
+  std::deque<std::size_t> run() {
+    while (feedAll()) receiveOne();
+    return waiting_;
   }
 
  private:
-  // Gives every idle worker a task; false when no worker is at work then.
-  bool feedIdle() {
+  // False when no worker is at work then.
+  bool feedAll() {
     bool working = false;
     for (Worker& worker : workers_) {
-      while (worker.task == kIdle && next_ < tasks_.size() && ensureStarted(worker)) feed(worker);
-      working = working || worker.task != kIdle;
+      while (!waiting_.empty() && hasRoom(worker) && ensureStarted(worker)) feed(worker);
+      working = working || !worker.tasks.empty();
     }
     return working;
+  }
+
+  bool hasRoom(const Worker& worker) const {
+    const std::size_t share = waiting_.size() / (4 * workers_.size());
+    return worker.tasks.empty() ||
+           (worker.tasks.size() < std::min(kMostAhead, share) && worker.bytesAhead < kMostBytesAhead);
   }
 
   bool ensureStarted(Worker& worker) {
@@ -47,39 +59,49 @@ class Pool {
   }
 
   void feed(Worker& worker) {
-    worker.task = next_++;
-    if (!worker.process.writeLine(taskLine(tasks_[worker.task]))) finish(worker, std::nullopt);
+    const std::string line = taskLine(tasks_[waiting_.front()]);
+    worker.tasks.push_back(waiting_.front());
+    waiting_.pop_front();
+    worker.bytesAhead += line.size();
+    if (!worker.process.writeLine(line)) bury(worker);
   }
 
   void receiveOne() {
     std::vector<ChildProcess*> processes;
     std::vector<Worker*> working;
     for (Worker& worker : workers_) {
-      if (worker.task == kIdle) continue;
+      if (worker.tasks.empty()) continue;
       processes.push_back(&worker.process);
       working.push_back(&worker);
     }
     Worker& worker = *working[ChildProcess::waitForAny(processes)];
     const std::optional<std::string> line = worker.process.readLine();
-    finish(worker, line ? parseReportLine(*line) : std::nullopt);
+    std::optional<TaskReport> report = line ? parseReportLine(*line) : std::nullopt;
+    if (!report) return bury(worker);
+    const std::size_t task = worker.tasks.front();
+    worker.tasks.pop_front();
+    worker.bytesAhead -= std::min(worker.bytesAhead, taskLine(tasks_[task]).size());
+    done_(task, std::move(*report));
   }
 
-  void finish(Worker& worker, std::optional<TaskReport> report) {
-    const std::size_t task = std::exchange(worker.task, kIdle);
-    if (!report) {
-      worker.process.kill();
-      worker.started = false;
-      report = TaskReport{};
-      report->error = "The conversion ended unexpectedly";
-    }
-    done_(task, std::move(*report));
+  // The task at which the worker died has failed, those behind it go to other workers.
+  void bury(Worker& worker) {
+    worker.process.kill();
+    worker.started = false;
+    const std::size_t task = worker.tasks.front();
+    waiting_.insert(waiting_.begin(), worker.tasks.begin() + 1, worker.tasks.end());
+    worker.tasks.clear();
+    worker.bytesAhead = 0;
+    TaskReport report;
+    report.error = "The conversion ended unexpectedly";
+    done_(task, std::move(report));
   }
 
   std::span<const app::BatchTask> tasks_;
   const std::vector<std::string>& arguments_;
   const TaskDone& done_;
   std::vector<Worker> workers_;
-  std::size_t next_ = 0;
+  std::deque<std::size_t> waiting_;
 };
 
 }  // namespace
@@ -87,8 +109,8 @@ class Pool {
 void runOnWorkers(std::span<const app::BatchTask> tasks, std::size_t jobs,
                   const std::vector<std::string>& workerArguments, const RunTask& runHere,
                   const TaskDone& done) {
-  std::size_t next = Pool(tasks, std::min(jobs, tasks.size()), workerArguments, done).run();
-  for (; next < tasks.size(); ++next) done(next, runHere(tasks[next]));
+  for (std::size_t task : Pool(tasks, std::min(jobs, tasks.size()), workerArguments, done).run())
+    done(task, runHere(tasks[task]));
 }
 
 }  // namespace vemko::cli

@@ -26,8 +26,8 @@ struct WaveFile {
   std::uint64_t dataSize = 0;
   std::uint32_t factFrames = 0;
   DescriptionChunks description;
-  std::vector<Bytes> infoLists;
-  Bytes broadcast, tag;
+  std::vector<Bytes> infoLists, tags;
+  Bytes broadcast;
 };
 
 using ChunkHandler = void (*)(WaveFile&, const riff::Chunk&, riff::ChunkWalker&);
@@ -89,7 +89,9 @@ void takeCues(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
 void takeBroadcast(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   takeFirst(file.broadcast, chunk);
 }
-void takeTag(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) { takeFirst(file.tag, chunk); }
+void takeTag(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  if (file.tags.empty()) file.tags.push_back(chunk.body);
+}
 
 struct ChunkRow {
   std::uint32_t id;
@@ -147,7 +149,7 @@ bool countFrames(const WaveFile& file, const WaveFormat& format, std::uint64_t& 
 void readTexts(const WaveFile& file, const Path& path, Waveform& waveform) {
   for (Bytes list : file.infoLists) readInfo(list, waveform);
   readBroadcastText(file.broadcast, waveform);
-  readId3(file.tag, waveform);
+  for (Bytes tag : file.tags) readId3(tag, waveform);
   if (waveform.name().empty()) waveform.setName(textOf(path.stem()));
 }
 
