@@ -90,7 +90,10 @@ std::u16string decodeText(Bytes field) {
   if (utf8::is_valid(chars.begin(), chars.end())) return toUtf16(chars);
   std::u16string text;
   text.reserve(chars.size());
-  for (unsigned char c : chars) text += c >= 0x80 && c < 0xA0 ? kWindows1252High[c - 0x80u] : char16_t{c};
+  for (char each : chars) {
+    const auto c = static_cast<unsigned char>(each);
+    text += c >= 0x80 && c < 0xA0 ? kWindows1252High[c - 0x80u] : char16_t{c};
+  }
   return text;
 }
 

@@ -61,7 +61,7 @@ TEST(WaveWriter, StoresEveryEncodingAndChannelCount) {
       {Pcm24, 2, 0, "fmt ,data,", 16, 1 / 8388608.0f},
       {Pcm24, 1, wave::kExtensible, "fmt ,fact,data,", 40, 1 / 8388608.0f},
       {Pcm32, 2, 0, "fmt ,data,", 16, 1e-7f},
-      {Float32, 2, 0, "fmt ,fact,data,", 18, 0},
+      {Float32, 2, 0, "fmt ,fact,data,", 16, 0},
       {Float32, 6, 0, "fmt ,fact,data,", 40, 0},
       {Pcm16, 255, wave::kBare, "fmt ,fact,data,", 40, 1 / 32768.0f},
       {MuLaw, 1, 0, "fmt ,fact,data,", 18, 0.03f},

@@ -21,8 +21,7 @@ struct TagRow {
   std::uint16_t tag;
   std::uint16_t bits;  // of a stored sample
   SampleEncoding encoding;
-  bool hasExtraSize;  // the body written ends with the size of the extra bytes, 0: as published for all but
-                      // PCM
+  bool hasExtraSize;  // the body written ends with the size of the extra bytes, 0
 };
 
 // clang-format off
@@ -33,8 +32,8 @@ constexpr TagRow kRows[] = {
   {kPcmTag,   16, SampleEncoding::Pcm16,    false},
   {kPcmTag,   24, SampleEncoding::Pcm24,    false},
   {kPcmTag,   32, SampleEncoding::Pcm32,    false},
-  {kFloatTag, 32, SampleEncoding::Float32,  true},
-  {kFloatTag, 64, SampleEncoding::Float64,  true},
+  {kFloatTag, 32, SampleEncoding::Float32,  false},
+  {kFloatTag, 64, SampleEncoding::Float64,  false},
   {6,          8, SampleEncoding::ALaw,     true},
   {7,          8, SampleEncoding::MuLaw,    true},
 };

@@ -26,8 +26,8 @@ struct WaveFile {
   std::uint64_t dataSize = 0;
   std::uint32_t factFrames = 0;
   DescriptionChunks description;
-  std::vector<Bytes> infoLists, tags;
-  Bytes broadcast;
+  std::vector<Bytes> infoLists;
+  Bytes broadcast, tag;
 };
 
 using ChunkHandler = void (*)(WaveFile&, const riff::Chunk&, riff::ChunkWalker&);
@@ -89,9 +89,7 @@ void takeCues(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
 void takeBroadcast(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   takeFirst(file.broadcast, chunk);
 }
-void takeTag(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  if (file.tags.empty()) file.tags.push_back(chunk.body);
-}
+void takeTag(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) { takeFirst(file.tag, chunk); }
 
 struct ChunkRow {
   std::uint32_t id;
@@ -149,7 +147,7 @@ bool countFrames(const WaveFile& file, const WaveFormat& format, std::uint64_t& 
 void readTexts(const WaveFile& file, const Path& path, Waveform& waveform) {
   for (Bytes list : file.infoLists) readInfo(list, waveform);
   readBroadcastText(file.broadcast, waveform);
-  for (Bytes tag : file.tags) readId3(tag, waveform);
+  readId3(file.tag, waveform);
   if (waveform.name().empty()) waveform.setName(textOf(path.stem()));
 }
 
