@@ -101,15 +101,24 @@ Snapshot Snapshot::restore(Collection& collection) {
 }
 
 std::size_t Snapshot::memoryUse() const {
-  std::size_t bytes = entries_.capacity() * sizeof(Entry);
-  for (const auto& [parent, children] : childLists_) bytes += children.capacity() * sizeof(ItemId);
+  const Snapshot* self = this;
+  return memoryUse({&self, 1});
+}
+
+std::size_t Snapshot::memoryUse(std::span<const Snapshot* const> snapshots) {
+  std::size_t bytes = 0;
   std::unordered_map<const SampleBuffer*, long> holders;
-  for (const Entry& entry : entries_) {
-    if (!entry.state) continue;
-    bytes += bytesOf(*entry.state);
-    if (entry.state->kind() != ItemKind::Waveform) continue;
-    const auto& buffer = static_cast<const Waveform&>(*entry.state).buffer;
-    if (buffer && ++holders[buffer.get()] == buffer.use_count()) bytes += buffer->samples().size_bytes();
+  for (const Snapshot* snapshot : snapshots) {
+    bytes += snapshot->entries_.capacity() * sizeof(Entry);
+    for (const auto& [parent, children] : snapshot->childLists_)
+      bytes += children.capacity() * sizeof(ItemId);
+    for (const Entry& entry : snapshot->entries_) {
+      if (!entry.state) continue;
+      bytes += bytesOf(*entry.state);
+      if (entry.state->kind() != ItemKind::Waveform) continue;
+      const auto& buffer = static_cast<const Waveform&>(*entry.state).buffer;
+      if (buffer && ++holders[buffer.get()] == buffer.use_count()) bytes += buffer->samples().size_bytes();
+    }
   }
   return bytes;
 }

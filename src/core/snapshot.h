@@ -29,6 +29,8 @@ class Snapshot {
   /// Bytes that would be freed with this snapshot: its records, and the sample buffers that nobody else
   /// shares.
   std::size_t memoryUse() const;
+  /// The same for several snapshots that go together.
+  static std::size_t memoryUse(std::span<const Snapshot* const> snapshots);
 
  private:
   struct Entry {
