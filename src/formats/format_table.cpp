@@ -17,6 +17,7 @@ constexpr FormatEntry kRows[] = {
   {u"flac", nullptr, audio::writeFlac, nullptr, u"Free lossless audio codec (max comp)", kWaveform, audio::kFlacCapabilities, 1, nullptr, audio::missingForFlac},
   {u"sds", wave::readWave, nullptr,         wave::probeSmartSound,    u"SmartSound SDS", kWaveform, 0,                   0, nullptr},
   {u"wav", wave::readWave, wave::writeWave, wave::probeWave,          u"Microsoft wave", kWaveform, wave::kCapabilities, 0, nullptr},
+  {u"wav", wave::readBigEndianWave, nullptr, wave::probeBigEndianWave, u"Microsoft wave (big-endian)", kWaveform, 0, 0, nullptr},
   {u"wav", wave::readWave, nullptr,         wave::probeBroadcastWave, u"Broadcast wave", kWaveform, 0,                   0, nullptr},
 };
 // clang-format on

@@ -239,6 +239,7 @@ TEST(WaveProbes, ScoreTheHead) {
     const char* name;
     Block head;
     int wave, broadcast, smartSound;
+    int bigEndian = 0;
   };
   const Block junk(10);
   const Case cases[] = {
@@ -248,6 +249,8 @@ TEST(WaveProbes, ScoreTheHead) {
       {"RF64", text("RF641234WAVE"), 6, 2, 0},
       {"AVI", text("RIFF1234AVI "), 0, 0, 0},
       {"SmartSound", text("SDSS1234WAVE"), 0, 0, 6},
+      {"RIFX", text("RIFX1234WAVE"), 0, 0, 0, 6},
+      {"other RIFX", text("RIFX1234MV93"), 0, 0, 0, 0},
       {"bext first", riffFile({{"bext", junk}, {"data", junk}}), 6, 6, 0},
       {"bext fourth", riffFile({{"a   ", text("x")}, {"b   ", junk}, {"c   ", {}}, {"bext", junk}}), 6, 6, 0},
       {"bext fifth", riffFile({{"a   ", junk}, {"b   ", junk}, {"c   ", {}}, {"d   ", {}}, {"bext", junk}}),
@@ -260,6 +263,7 @@ TEST(WaveProbes, ScoreTheHead) {
     EXPECT_EQ(wave::probeWave(each.head, 0, each.head.size()), each.wave);
     EXPECT_EQ(wave::probeBroadcastWave(each.head, 0, each.head.size()), each.broadcast);
     EXPECT_EQ(wave::probeSmartSound(each.head, 0, each.head.size()), each.smartSound);
+    EXPECT_EQ(wave::probeBigEndianWave(each.head, 0, each.head.size()), each.bigEndian);
   }
 }
 

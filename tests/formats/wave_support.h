@@ -89,21 +89,22 @@ struct ReadResult {
   Waveform* waveform = nullptr;
 };
 
-inline ReadResult readWaveFile(const Path& path) {
+inline ReadResult readWaveFile(const Path& path, io::FormatReader reader = wave::readWave) {
   ReadResult result;
   setLastError({});
   InputFile file;
-  result.ok = file.open(path) && wave::readWave(*result.collection, file, 0);
+  result.ok = file.open(path) && reader(*result.collection, file, 0);
   auto waveforms = result.collection->all<Waveform>();
   if (!waveforms.empty()) result.waveform = waveforms.front();
   return result;
 }
 
 /// Writes the bytes to a file of that name in the folder and reads it.
-inline ReadResult readWaveBytes(const TempFolder& folder, Bytes bytes, const std::string& name = "test.wav") {
+inline ReadResult readWaveBytes(const TempFolder& folder, Bytes bytes, const std::string& name = "test.wav",
+                                io::FormatReader reader = wave::readWave) {
   removeFile(folder / name);  // writing into a file that is there waits for the disk
   putFile(folder / name, bytes);
-  return readWaveFile(folder / name);
+  return readWaveFile(folder / name, reader);
 }
 
 /// Tuning, gain and records in one line: "60 +0 0dB | *Main Loop 10-20 Forward | x @5 | part 5-7"; an

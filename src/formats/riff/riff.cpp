@@ -13,18 +13,22 @@ bool isChunkId(Bytes at) {
   return at.size() >= 4 && std::all_of(at.begin(), at.begin() + 4, isPrintable);
 }
 
+std::uint32_t readSize(ByteReader& reader, bool bigEndian) {
+  return bigEndian ? reader.big<std::uint32_t>() : reader.u32();
+}
+
 // A chunk id whose body fits the list.
-bool startsWholeChunk(Bytes at) {
+bool startsWholeChunk(Bytes at, bool bigEndian) {
   ByteReader reader(at);
   reader.skip(4);
-  std::uint32_t size = reader.u32();
+  std::uint32_t size = readSize(reader, bigEndian);
   return reader.ok && isChunkId(at) && size <= reader.remaining();
 }
 
 // Whether the byte that stands right behind a body of odd length is the pad byte.
-bool isPadByte(Bytes behind) {
-  if (behind.empty() || startsWholeChunk(behind)) return false;
-  return startsWholeChunk(behind.subspan(1)) || !isChunkId(behind);
+bool isPadByte(Bytes behind, bool bigEndian) {
+  if (behind.empty() || startsWholeChunk(behind, bigEndian)) return false;
+  return startsWholeChunk(behind.subspan(1), bigEndian) || !isChunkId(behind);
 }
 
 }  // namespace
@@ -33,7 +37,7 @@ bool ChunkWalker::next(Chunk& chunk) {
   if (position_ > list_.size() || list_.size() - position_ < kHeaderBytes) return false;
   ByteReader reader(list_.subspan(static_cast<std::size_t>(position_)));
   chunk.id = reader.u32();
-  chunk.size = reader.u32();
+  chunk.size = readSize(reader, bigEndian_);
   chunk.offset = position_ + kHeaderBytes;
   chunk.overruns = chunk.size > reader.remaining();
   chunk.body = reader.take(std::min<std::uint64_t>(chunk.size, reader.remaining()));
@@ -44,7 +48,7 @@ bool ChunkWalker::next(Chunk& chunk) {
 void ChunkWalker::seekBehind(std::uint64_t offset, std::uint64_t size) {
   position_ = offset + size;
   if (size % 2 != 0 && position_ < list_.size() &&
-      isPadByte(list_.subspan(static_cast<std::size_t>(position_))))
+      isPadByte(list_.subspan(static_cast<std::size_t>(position_)), bigEndian_))
     ++position_;
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 // RIFF files: walking and building chunks, for the formats that share the container. A chunk is a
-// four-character id, a 32-bit little-endian length and a body; a body of odd length is followed by a pad byte
-// that the length does not count.
+// four-character id, a 32-bit length - little-endian, in RIFX files big-endian - and a body; a body of odd
+// length is followed by a pad byte that the length does not count.
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -23,7 +23,7 @@ struct Chunk {
 /// when a chunk id, or the end, does not stand right there.
 class ChunkWalker {
  public:
-  explicit ChunkWalker(Bytes list) : list_(list) {}
+  explicit ChunkWalker(Bytes list, bool bigEndian = false) : list_(list), bigEndian_(bigEndian) {}
   /// False when fewer than 8 bytes remain.
   bool next(Chunk& chunk);
   /// Continues behind a body, for a chunk whose size stands outside its header; the body must lie within the
@@ -32,6 +32,7 @@ class ChunkWalker {
 
  private:
   Bytes list_;
+  bool bigEndian_;
   std::uint64_t position_ = 0;
 };
 

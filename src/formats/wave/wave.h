@@ -1,5 +1,5 @@
 #pragma once
-// RIFF WAVE and RF64: one waveform a file, with its loops, markers and texts.
+// RIFF WAVE, RF64 and RIFX: one waveform a file, with its loops, markers and texts.
 #include "io/format_entry.h"
 
 namespace vemko::wave {
@@ -7,7 +7,9 @@ namespace vemko::wave {
 int probeWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 int probeBroadcastWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 int probeSmartSound(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+int probeBigEndianWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readWave(Collection& collection, InputFile& file, std::uint32_t variant);
+bool readBigEndianWave(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& options);
 
 inline constexpr io::CapabilityMask kCapabilities =

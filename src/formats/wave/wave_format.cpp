@@ -144,7 +144,7 @@ bool setPcm(const Fields& fields, WaveFormat& format) {
   unsigned bytes = containerBytes(fields);
   if (fields.tag == kPcmTag && bytes > 4) {
     format.storage = WaveFormat::Storage::Integers;
-    format.integers = {static_cast<std::uint8_t>(bytes), static_cast<std::uint8_t>(bytes - 4), 0};
+    format.integers = {static_cast<std::uint8_t>(bytes), static_cast<std::uint8_t>(bytes - 4)};
     return true;
   }
   const TagRow* row = findRow(fields.tag, bytes * 8);
@@ -192,6 +192,7 @@ std::size_t decodeIntegers(Bytes block, const IntegerLayout& layout, std::span<f
   for (std::size_t i = 0; i < count; ++i, at += layout.stride) {
     std::uint32_t value;
     std::memcpy(&value, at, sizeof value);
+    if (layout.bigEndian) value = byteSwapped(value);
     out[i] = static_cast<float>(static_cast<std::int32_t>(value << layout.shift)) * (1.0f / 2147483648.0f);
   }
   return count;
@@ -229,19 +230,25 @@ bool parseFormat(Bytes body, WaveFormat& format) {
   return true;
 }
 
+void setBigEndian(WaveFormat& format) {
+  format.pcm.bigEndian = bytesPerSample(format.pcm) > 1;
+  format.integers.bigEndian = true;
+  format.integers.offset = 0;
+}
+
 void settleJustification(Bytes data, WaveFormat& format) {
   constexpr std::size_t kBytesLookedAt = 65536;
   if (!format.isJustifiedEitherWay) return;
   bool hasLowest = false;
   ByteReader reader(data.first(std::min(data.size(), kBytesLookedAt)));
   while (reader.remaining() >= 4) {
-    std::uint32_t sample = reader.u32();
+    std::uint32_t sample = format.pcm.bigEndian ? reader.big<std::uint32_t>() : reader.u32();
     hasLowest = hasLowest || (sample & 0xFF) != 0;
     if (sample >> 24 != 0 && sample >> 24 != 0xFF) return;
   }
   if (!hasLowest) return;
   format.storage = WaveFormat::Storage::Integers;
-  format.integers = {4, 0, 8};
+  format.integers = {4, 0, 8, format.pcm.bigEndian};
 }
 
 std::uint64_t framesIn(const WaveFormat& format, std::uint64_t byteCount) {

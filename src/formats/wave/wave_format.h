@@ -9,12 +9,13 @@
 
 namespace vemko::wave {
 
-/// Integers that PcmFormat has no word for: 32 bits from `offset` on in every `stride` bytes, little-endian,
-/// shifted left by `shift`.
+/// Integers that PcmFormat has no word for: 32 bits from `offset` on in every `stride` bytes, shifted left by
+/// `shift`.
 struct IntegerLayout {
   std::uint8_t stride = 8;
   std::uint8_t offset = 4;
   std::uint8_t shift = 0;
+  bool bigEndian = false;
 };
 
 /// Sample data as a "fmt " chunk describes them.
@@ -34,6 +35,10 @@ struct WaveFormat {
 /// sample rate of 0, for which 44100 Hz is taken. Integers of any width up to 64 bits are left-justified in
 /// their containers.
 bool parseFormat(Bytes body, WaveFormat& format);
+
+/// For samples that stand with their high byte first. Companded and ADPCM ones are strings of bytes, which
+/// have no order.
+void setBigEndian(WaveFormat& format);
 
 /// 24 bits in four bytes stand in the upper three as published, but recorders under Linux put them into the
 /// lower three: the data decide.

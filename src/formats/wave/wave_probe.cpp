@@ -39,4 +39,8 @@ int probeSmartSound(Bytes head, std::uint32_t, std::uint64_t) {
   return hasForm(head, {fourCc("SDSS")}) ? 6 : 0;
 }
 
+int probeBigEndianWave(Bytes head, std::uint32_t, std::uint64_t) {
+  return hasForm(head, {fourCc("RIFX")}) ? 6 : 0;
+}
+
 }  // namespace vemko::wave

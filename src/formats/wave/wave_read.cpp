@@ -7,6 +7,7 @@
 #include "codecs/id3.h"
 #include "formats/riff/riff.h"
 #include "formats/wave/wave.h"
+#include "formats/wave/wave_big_endian.h"
 #include "formats/wave/wave_description.h"
 #include "formats/wave/wave_format.h"
 #include "formats/wave/wave_text.h"
@@ -16,9 +17,11 @@ namespace {
 
 constexpr std::uint32_t kUnknownSize = 0xFFFFFFFF;  // stands elsewhere, or was never filled in
 
-// What the walk over the chunks finds. Bodies are views of the mapped file.
+// What the walk over the chunks finds. Bodies are views of the mapped file, or of what was made of it.
 struct WaveFile {
-  Bytes chunks;  // all behind the form type
+  bool bigEndian = false;
+  Bytes chunks;                                   // all behind the form type
+  std::vector<std::vector<std::byte>> converted;  // bodies of a big-endian file
   std::uint32_t riffSize = 0;
   std::optional<std::uint64_t> largeDataSize;  // from "ds64"
   std::optional<Bytes> format;
@@ -127,11 +130,29 @@ bool readHeader(Bytes bytes, WaveFile& file) {
   return isFile || isList ? true : fail(u"Not a RIFF WAVE file");
 }
 
+bool readBigEndianHeader(Bytes bytes, WaveFile& file) {
+  ByteReader reader(bytes);
+  const std::uint32_t id = reader.u32();
+  file.riffSize = reader.big<std::uint32_t>();
+  const std::uint32_t form = reader.u32();
+  file.bigEndian = true;
+  file.chunks = reader.rest();
+  return id == fourCc("RIFX") && form == fourCc("WAVE") ? true : fail(u"Not a RIFX WAVE file");
+}
+
+void makeLittleEndian(WaveFile& file, riff::Chunk& chunk) {
+  if (auto body = littleEndianBody(chunk.id, chunk.body))
+    chunk.body = file.converted.emplace_back(std::move(*body));
+}
+
 void walkChunks(WaveFile& file) {
-  riff::ChunkWalker walker(file.chunks);
+  riff::ChunkWalker walker(file.chunks, file.bigEndian);
   for (riff::Chunk chunk; walker.next(chunk);)
-    for (const ChunkRow& row : kChunkRows)
-      if (row.id == chunk.id) row.take(file, chunk, walker);
+    for (const ChunkRow& row : kChunkRows) {
+      if (row.id != chunk.id) continue;
+      if (file.bigEndian) makeLittleEndian(file, chunk);
+      row.take(file, chunk, walker);
+    }
 }
 
 // The frame count: the "fact" chunk's where it gives one that the data can hold.
@@ -151,19 +172,20 @@ void readTexts(const WaveFile& file, const Path& path, Waveform& waveform) {
   if (waveform.name().empty()) waveform.setName(textOf(path.stem()));
 }
 
-}  // namespace
+bool readMapped(InputFile& input, Bytes& bytes) {
+  bytes = input.bytes();
+  return !bytes.empty() || input.size() == 0;
+}
 
-bool readWave(Collection& collection, InputFile& input, std::uint32_t) {
-  const Bytes bytes = input.bytes();
-  if (bytes.empty() && input.size() != 0) return false;
-  WaveFile file;
-  if (!readHeader(bytes, file)) return false;
+// From the chunks to the waveform, for files of either byte order whose header has been read.
+bool readChunks(Collection& collection, const InputFile& input, WaveFile& file) {
   walkChunks(file);
   if (!file.format) return fail(u"No 'fmt ' chunk in this WAVE file");
   if (!file.dataOffset) return fail(u"No 'data' chunk in this WAVE file");
   WaveFormat format;
   std::uint64_t frames = 0;
   if (!parseFormat(*file.format, format)) return false;
+  if (file.bigEndian) setBigEndian(format);
   settleJustification(file.chunks.subspan(static_cast<std::size_t>(*file.dataOffset),
                                           static_cast<std::size_t>(file.dataSize)),
                       format);
@@ -173,11 +195,25 @@ bool readWave(Collection& collection, InputFile& input, std::uint32_t) {
   waveform.frames = static_cast<std::uint32_t>(frames);
   waveform.channels = format.channels;
   waveform.rate = format.rate;
-  const std::uint64_t offset = bytes.size() - file.chunks.size() + *file.dataOffset;
+  const std::uint64_t offset = input.size() - file.chunks.size() + *file.dataOffset;
   waveform.setSource(makeSource(format, SourceFile::at(input.path()), offset, file.dataSize, frames));
   readTexts(file, input.path(), waveform);
   readDescription(file.description, waveform);
   return true;
+}
+
+}  // namespace
+
+bool readWave(Collection& collection, InputFile& input, std::uint32_t) {
+  WaveFile file;
+  Bytes bytes;
+  return readMapped(input, bytes) && readHeader(bytes, file) && readChunks(collection, input, file);
+}
+
+bool readBigEndianWave(Collection& collection, InputFile& input, std::uint32_t) {
+  WaveFile file;
+  Bytes bytes;
+  return readMapped(input, bytes) && readBigEndianHeader(bytes, file) && readChunks(collection, input, file);
 }
 
 }  // namespace vemko::wave
