@@ -78,6 +78,9 @@ struct Region final : Item {
 PlaySection effectivePlaySection(const Region& region);
 /// The region's root key, else its waveform's, else 60.
 int effectiveRootKey(const Region& region);
+/// Equal in everything that decides when and how a region plays its waveform; the waveform and the
+/// articulation are not looked at. A field that Region gains belongs here too.
+bool playsAlike(const Region& a, const Region& b);
 
 struct Layer final : Item {
   explicit Layer(Collection& collection) : Item(collection) {}

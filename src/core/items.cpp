@@ -1,5 +1,6 @@
 // The kinds of items: their copies, their creation, and questions about the tree.
 #include <algorithm>
+#include <tuple>
 #include <unordered_set>
 
 #include "base/text.h"
@@ -138,6 +139,14 @@ int effectiveRootKey(const Region& region) {
   if (region.rootKey != Region::kNotSet) return region.rootKey;
   const Waveform* waveform = region.waveform();
   return waveform ? waveform->rootKey : kDefaultRootKey;
+}
+
+bool playsAlike(const Region& a, const Region& b) {
+  auto played = [](const Region& r) {
+    return std::tie(r.keys, r.velocities, r.rootKey, r.exclusiveGroup, r.trigger, r.delaySeconds,
+                    r.fadeInKeys, r.fadeOutKeys, r.fadeInVelocities, r.fadeOutVelocities, r.section);
+  };
+  return played(a) == played(b);
 }
 
 Waveform& createWaveform(Collection& collection, std::u16string_view name, ItemSerial serial) {

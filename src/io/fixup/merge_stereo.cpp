@@ -121,12 +121,8 @@ struct Voice {
   }
 
   friend bool operator==(const Voice& a, const Voice& b) {
-    const Region &r = *a.region, &s = *b.region;
-    return a.instrument == b.instrument && a.articulation == b.articulation && r.keys == s.keys &&
-           r.velocities == s.velocities && r.rootKey == s.rootKey && r.exclusiveGroup == s.exclusiveGroup &&
-           r.trigger == s.trigger && r.delaySeconds == s.delaySeconds && r.fadeInKeys == s.fadeInKeys &&
-           r.fadeOutKeys == s.fadeOutKeys && r.fadeInVelocities == s.fadeInVelocities &&
-           r.fadeOutVelocities == s.fadeOutVelocities && r.section == s.section;
+    return a.instrument == b.instrument && a.articulation == b.articulation &&
+           playsAlike(*a.region, *b.region);
   }
 };
 
