@@ -28,13 +28,12 @@ install_missing() {
   "${install[@]}" >&2 || { say "Refreshing the package lists"; "${root[@]}" apt-get update -q >&2 && "${install[@]}" >&2; }
 }
 
-# Builds a preset's target; prints the compiler's output only while there is something to do.
+# Builds a preset's targets; prints the compiler's output only where there is something to do. Needs pipefail.
 build() {
   local preset=$1; shift
   [ -f "build/$preset/build.ninja" ] || { say "Configuring $preset"; cmake --preset "$preset" >&2; }
-  local plan
-  plan=$(ninja -C "build/$preset" -n "$@" 2>&1) || true
-  case "$plan" in *"no work to do"*) return 0 ;; esac
-  say "Building $preset"
-  cmake --build "build/$preset" --target "$@" >&2
+  cmake --build "build/$preset" --target "$@" 2>&1 | awk -v head="Building $preset" '
+    /Re-checking globbed|no work to do/ { next }
+    !said { print head; said = 1 }
+    { print; fflush() }' >&2
 }
