@@ -56,27 +56,32 @@ void saveOne(Item& item, Path file, const BatchTarget& target, const io::SaveOpt
       return;
     }
     if (target.onExists == OnExists::Fail) {
-      result.error = u"File already exists: " + textOf(file);
+      result.error = u"File already exists";
+      result.failedOutput = file;
       return;
     }
     if (target.onExists == OnExists::Rename) file = io::freeFileName(file, fileExists);
   }
   std::vector<std::u16string> losses = lossTexts(item, target, options);
   result.ok = io::saveWithBackup(&item, file, target.row, options, false);
-  if (result.ok)
+  if (result.ok) {
     result.outputs.push_back({.file = file, .skipped = false, .losses = std::move(losses)});
-  else
+  } else {
     result.error = lastError();
+    result.failedOutput = file;
+  }
 }
 
 // The last failure, and how many others there were.
 struct Failures {
   std::size_t count = 0;
   std::u16string last;
+  Path lastFile;
 
-  void add(std::u16string_view message) {
+  void add(std::u16string_view message, const Path& file) {
     ++count;
     last = message;
+    lastFile = file;
   }
   std::u16string text(std::size_t total) const {
     return last + toUtf16(formatted(" (%zu of %zu files)", count, total));
@@ -109,11 +114,12 @@ void saveSeveral(Collection& collection, ItemKind kind, const BatchTask& task, c
            .skipped = skipped,
            .losses = skipped ? std::vector<std::u16string>{} : lossTexts(item, target, options)});
     else
-      failures.add(skipped ? u"File already exists: " + textOf(file) : lastError());
+      failures.add(skipped ? std::u16string_view(u"File already exists") : lastError(), file);
   };
   const bool started = io::saveAll(request).ok || failures.count > 0 || !result.outputs.empty();
   result.ok = started && failures.count == 0;
   if (!result.ok) result.error = started ? failures.text(collection.count(kind)) : lastError();
+  result.failedOutput = failures.lastFile;
 }
 
 void saveItems(Collection& collection, const BatchTask& task, const BatchTarget& target,

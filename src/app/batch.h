@@ -41,6 +41,7 @@ struct BatchResult {
   bool ok = false;
   std::u16string error;
   std::size_t failedInput = 0;  ///< The one of the task's inputs that the error concerns.
+  Path failedOutput;            ///< The file that could not be written, the last of several.
   std::vector<BatchOutput> outputs;
 };
 

@@ -331,7 +331,7 @@ TEST(CommandLine, AFileSizeLimitFailsTheFileAndKeepsTheOldOne) {
   shop.options.fileSizeLimit = 1000;
   const Ran ran = shop.run({"convert", "a.wav", "-o", "b.wav", "-q"});
   EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "a.wav: Writing to file failed\n");
+  EXPECT_EQ(ran.err, "a.wav: Writing to file failed (b.wav)\n");
   EXPECT_EQ(contentOf(shop.folder / "b.wav"), "old");
   EXPECT_FALSE(fileExists(shop.folder / "b.wav.bak"));
 }

@@ -21,6 +21,7 @@ TaskReport runTask(const app::BatchTask& task, const app::BatchTarget& target, c
                     .failedInput = result.failedInput,
                     .notes = notes.take(),
                     .results = {}};
+  if (!result.failedOutput.empty()) report.error += " (" + shownPath(result.failedOutput, startFolder) + ")";
   for (const app::BatchOutput& output : result.outputs) {
     const std::string path = printable(shownPath(output.file, startFolder));
     if (output.skipped && target.reportLosses) report.results.push_back(path + ": exists, skipped");
