@@ -13,4 +13,16 @@ bool fail(std::u16string_view message);
 void setLastError(std::u16string_view message);
 const std::u16string& lastError();
 
+/// Keeps the message through a clean-up that could set another one.
+class LastErrorKeeper {
+ public:
+  LastErrorKeeper() : message_(lastError()) {}
+  ~LastErrorKeeper() { setLastError(message_); }
+  LastErrorKeeper(const LastErrorKeeper&) = delete;
+  LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
+
+ private:
+  std::u16string message_;
+};
+
 }  // namespace vemko

@@ -10,11 +10,36 @@
 namespace vemko::io {
 namespace {
 
-// Features of the matrix that concern the loops of waveforms.
-constexpr int kFractions = 7, kReverse = 8, kUntilRelease = 9, kLoopTune = 11;
-constexpr int kLoopFeatures[] = {kFractions, kReverse, kUntilRelease, kLoopTune};
-using FeatureBits = std::uint64_t;
-constexpr FeatureBits bit(int feature) { return FeatureBits{1} << feature; }
+using FeatureBits = std::uint32_t;
+enum Feature : FeatureBits {
+  kLoops = 1 << 0,
+  kMoreLoops = 1 << 1,
+  kFractions = 1 << 2,
+  kReverse = 1 << 3,
+  kUntilRelease = 1 << 4,
+  kLoopTune = 1 << 5,
+  kMarkers = 1 << 6,
+  kSectionEnds = 1 << 7,
+};
+constexpr FeatureBits kAllFeatures = (1 << 8) - 1;
+// What is no news to somebody who was told that no loop is kept.
+constexpr FeatureBits kPartsOfLoops = kMoreLoops | kFractions | kReverse | kUntilRelease | kLoopTune;
+
+struct FeatureRow {
+  FeatureBits bit;
+  int matrixFeature;  // -1: none of the matrix
+  std::u16string_view text;
+};
+constexpr FeatureRow kFeatureRows[] = {
+    {kLoops, -1, u"Waves: Loops"},
+    {kMoreLoops, -1, u"Waves: Loops besides the main loop"},
+    {kFractions, 7, {}},
+    {kReverse, 8, {}},
+    {kUntilRelease, 9, {}},
+    {kLoopTune, 11, {}},
+    {kMarkers, -1, u"Waves: Markers"},
+    {kSectionEnds, -1, u"Waves: Ends of sections"},
+};
 
 struct Holding {
   std::u16string_view description;
@@ -22,7 +47,9 @@ struct Holding {
 };
 // Every row that writes waveforms, by its description.
 constexpr Holding kHoldings[] = {
-    {u"Microsoft wave", bit(kFractions) | bit(kReverse) | bit(kUntilRelease) | bit(kLoopTune)},
+    {u"Free lossless audio codec (default)", 0},
+    {u"Free lossless audio codec (max comp)", 0},
+    {u"Microsoft wave", kAllFeatures},
 };
 
 const Holding* holdingOf(int row) {
@@ -83,14 +110,23 @@ SampleEncoding precisionOf(const Waveform& waveform) {
 
 FeatureBits featuresOf(const Waveform& waveform) {
   FeatureBits used = 0;
+  std::size_t loops = 0;
   for (const LoopRecord& record : waveform.records) {
-    if (record.startHundredths != 0 || record.endHundredths != 0) used |= bit(kFractions);
+    if (record.startHundredths != 0 || record.endHundredths != 0) used |= kFractions;
+    if (record.type != RecordType::Loop) used |= kMarkers;
+    if (record.type == RecordType::SectionMarker) used |= kSectionEnds;
     if (record.type != RecordType::Loop || record.play == LoopPlay::Off) continue;
-    if (record.play != LoopPlay::Forward) used |= bit(kReverse);
-    if (record.count == LoopCount::UntilRelease) used |= bit(kUntilRelease);
-    if (record.tuneCents != 0) used |= bit(kLoopTune);
+    used |= ++loops > 1 ? kLoops | kMoreLoops : kLoops;
+    if (record.play != LoopPlay::Forward) used |= kReverse;
+    if (record.count == LoopCount::UntilRelease) used |= kUntilRelease;
+    if (record.tuneCents != 0) used |= kLoopTune;
   }
   return used;
+}
+
+FeatureBits lostFeatures(const Waveform& waveform, FeatureBits held) {
+  const FeatureBits lost = featuresOf(waveform) & ~held;
+  return lost & kLoops ? lost & ~kPartsOfLoops : lost;
 }
 
 struct Tally {
@@ -113,9 +149,9 @@ std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& o
   const FormatEntry* entry = formatRow(row);
   if (!entry) return {};
   const Holding* holding = holdingOf(row);
-  const FeatureBits held = holding ? holding->features : ~FeatureBits{0};
+  const FeatureBits held = holding ? holding->features : kAllFeatures;
   std::array<Tally, kPrecisions.size()> precisions;
-  std::array<Tally, std::size(kLoopFeatures)> features;
+  std::array<Tally, std::size(kFeatureRows)> features;
   Tally channels;
   for (const Waveform* waveform : waveformsOf(item)) {
     const SampleLayout layout = chooseLayout(*waveform, options, entry->capabilities);
@@ -124,16 +160,19 @@ std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& o
       if (kPrecisions[i].encoding == source && !(kPrecisions[i].heldBy & encodingBit(layout.encoding)))
         precisions[i].add(*waveform);
     if (layout.channels < waveform->channels) channels.add(*waveform);
-    const FeatureBits lost = featuresOf(*waveform) & ~held;
+    const FeatureBits lost = lostFeatures(*waveform, held);
     for (std::size_t i = 0; i < features.size(); ++i)
-      if (lost & bit(kLoopFeatures[i])) features[i].add(*waveform);
+      if (lost & kFeatureRows[i].bit) features[i].add(*waveform);
   }
   std::vector<Loss> losses;
   for (std::size_t i = 0; i < kPrecisions.size(); ++i)
     precisions[i].appendTo(losses, u"Samples: " + std::u16string(kPrecisions[i].text));
   channels.appendTo(losses, u"Samples: Separate channels");
-  for (std::size_t i = 0; i < features.size(); ++i)
-    features[i].appendTo(losses, std::u16string(featureName(kLoopFeatures[i])));
+  for (std::size_t i = 0; i < features.size(); ++i) {
+    const FeatureRow& row = kFeatureRows[i];
+    features[i].appendTo(losses,
+                         std::u16string(row.text.empty() ? featureName(row.matrixFeature) : row.text));
+  }
   return losses;
 }
 

@@ -45,9 +45,8 @@ bool writeFile(Item& item, const SaveTarget& target, FormatWriter writer, const 
   bool ok = callWriter(item, file, writer, options) && (!target.replacesFile() || file.flushToDisk()) &&
             file.close();
   if (!ok) {
-    const std::u16string message = lastError();
+    LastErrorKeeper message;
     file.close();
-    setLastError(message);
     target.removePartialFile();
   }
   return ok;

@@ -82,17 +82,14 @@ void SaveTarget::takeOverPermissions() const {
 }
 
 void SaveTarget::removePartialFile() const {
-  const std::u16string message = lastError();
   if (!isSpecial_) removeFile(path_);
-  setLastError(message);
 }
 
 void SaveTarget::restore() {
   if (backup_.empty()) return;
-  const std::u16string message = lastError();
+  LastErrorKeeper message;
   if (!replaceFile(backup_, path_)) logWarning(u"The old file is kept as " + textOf(backup_));
   backup_.clear();
-  setLastError(message);
 }
 
 void SaveTarget::finish() {

@@ -3,6 +3,7 @@
 
 #include "app/settings.h"
 #include "io/fixup.h"
+#include "io/open.h"
 #include "program.h"
 #include "wave_files.h"
 
@@ -216,6 +217,23 @@ TEST(CommandLine, OnExists) {
       removeFile(shop.folder / "out/a (2).wav");
     }
   }
+}
+
+TEST(CommandLine, ConvertsInPlace) {
+  const Workshop shop;
+  std::filesystem::create_directory_symlink("sub", shop.folder / "link");
+  const Names before = filesIn(shop.folder.path());
+  for (const char* jobs : {"1", "2"}) {
+    const Ran ran = shop.run({"convert", "a.wav", "s.wav", "-d", "link/..", "--to", "wav", "--encoding",
+                              "float32", "--jobs", jobs});
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_EQ(shop.run({"convert", "sub/a.wav", "-o", "link/a.wav", "--encoding", "pcm24"}).status, 0);
+  }
+  EXPECT_EQ(filesIn(shop.folder.path()), before);
+  EXPECT_EQ(filesIn(shop.folder / "sub"), Names{"a.wav"});
+  Collection collection;
+  ASSERT_TRUE(io::openFile(collection, shop.folder / "s.wav", false)) << toUtf8(lastError());
+  EXPECT_EQ(samplesOf(*collection.all<Waveform>().front()), ramp(2000));
 }
 
 TEST(CommandLine, MergesIntoNumberedFiles) {

@@ -46,12 +46,22 @@ TEST(LossReport, TellsWhatTheEncodingAndTheChannelsDrop) {
   }
 }
 
-TEST(LossReport, WaveKeepsEveryLoopFeature) {
+TEST(LossReport, TellsWhatLoopsAndMarkersLose) {
   Collection collection;
   Waveform& wave = createWaveform(collection, u"wave");
   defer(wave, std::vector<float>(100, 0.5f));
   wave.addLoop({LoopPlay::Alternating, LoopCount::UntilRelease, 10.5, 20.25, 0.5}, u"", true, false);
-  EXPECT_TRUE(lossesOfSaving(wave, findWritingRow(u"wav", 1), {}).empty());
+  wave.addLoop({LoopPlay::Forward, LoopCount::Infinite, 30, 40, 0}, u"", false, false);
+  wave.records.push_back(test::record(RecordType::SectionMarker, u"section", 1, 2));
+  auto featuresLostBy = [&](const char16_t* extension) {
+    std::vector<std::u16string> features;
+    for (const Loss& loss : lossesOfSaving(wave, findWritingRow(extension, 1), {}))
+      features.push_back(loss.feature);
+    return features;
+  };
+  EXPECT_EQ(featuresLostBy(u"wav"), (std::vector<std::u16string>{}));
+  EXPECT_EQ(featuresLostBy(u"flac"),
+            (std::vector<std::u16string>{u"Waves: Loops", u"Waves: Markers", u"Waves: Ends of sections"}));
 }
 
 }  // namespace

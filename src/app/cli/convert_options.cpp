@@ -4,6 +4,7 @@
 
 #include "app/cli/names.h"
 #include "app/cli/output.h"
+#include "app/cli/reading.h"
 #include "base/text.h"
 
 namespace vemko::cli {
@@ -58,13 +59,6 @@ app::OnExists onExistsOf(std::string_view name) {
   if (name == "rename") return app::OnExists::Rename;
   if (name == "skip") return app::OnExists::Skip;
   return name == "fail" ? app::OnExists::Fail : app::OnExists::Overwrite;
-}
-
-Path absolutePath(std::string_view text) {
-  std::error_code error;
-  const Path path = pathOf(toUtf16(text));
-  Path absolute = std::filesystem::absolute(path, error);
-  return error ? path : absolute.lexically_normal();
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <algorithm>
 
 #include "app/cli/definition.h"
+#include "base/text.h"
 #include "base/version.h"
 
 namespace vemko::cli {
@@ -141,7 +142,8 @@ std::string casesOfValues(const CLI::App& app) {
       const std::string words = choicesOf(*option);
       if (words.empty()) continue;
       for (const std::string& name : option->get_lnames())
-        cases += "    " + command->get_name() + ":--" + name + ") choices=\"" + words + "\" ;;\n";
+        cases += formatted("    %s:--%s) choices=\"%s\" ;;\n", command->get_name().c_str(), name.c_str(),
+                           words.c_str());
     }
   return cases;
 }
@@ -149,10 +151,9 @@ std::string casesOfValues(const CLI::App& app) {
 std::string casesOfWords(const CLI::App& app) {
   std::string cases;
   for (const CLI::App* command : shownCommands(app)) {
-    std::string words = optionWords(*command);
-    const std::string below = commandWords(*command);
-    cases += "    " + command->get_name() + ") words=\"" + (below.empty() ? words : below + " " + words) +
-             "\" ;;\n";
+    std::string words = commandWords(*command);
+    words.append(words.empty() ? "" : " ").append(optionWords(*command));
+    cases += formatted("    %s) words=\"%s\" ;;\n", command->get_name().c_str(), words.c_str());
   }
   return cases;
 }

@@ -15,13 +15,6 @@ constexpr std::string_view kUse = "use=";
 // The bank of ROM samples is asked for by this name, in questions and in dialogs.
 constexpr std::u16string_view kRomBank = u"1mgm.sf2";
 
-Path absolutePath(std::string_view text) {
-  std::error_code error;
-  Path path = pathOf(toUtf16(text));
-  Path absolute = std::filesystem::absolute(path, error);
-  return error ? path : absolute;
-}
-
 io::RawFormat rawFormatOf(const ConvertArguments& arguments) {
   return {.encoding = encodingOf(arguments.rawEncoding).value_or(SampleEncoding::Pcm16),
           .bigEndian = arguments.rawBigEndian,
@@ -71,6 +64,13 @@ bool applyFixup(const std::string& text) {
 }
 
 }  // namespace
+
+Path absolutePath(std::string_view text) {
+  std::error_code error;
+  const Path path = pathOf(toUtf16(text));
+  Path absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute;
+}
 
 NoteCollector::NoteCollector() {
   before_ = setLogSink([this](LogLevel level, std::u16string_view line) {

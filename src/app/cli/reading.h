@@ -6,8 +6,12 @@
 
 #include "app/cli/arguments.h"
 #include "base/log.h"
+#include "platform/files.h"
 
 namespace vemko::cli {
+
+/// The path, made independent of the current folder; ".." stays, links decide what it means.
+Path absolutePath(std::string_view text);
 
 /// Collects the warnings that are logged while it lives, the first few of them; a damaged file can cause
 /// thousands.
