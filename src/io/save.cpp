@@ -60,10 +60,7 @@ bool save(Item* item, int row, const Path& path, const SaveOptions& options, boo
   SaveTarget target(path);
   if (!target.pinSources(prepared.item->collection()) || !target.setAside()) return false;
   const bool ok = writeFile(*prepared.item, target, formatRow(row, rows)->writer, options);
-  if (ok)
-    target.finish();
-  else
-    target.restore();
+  if (ok) target.finish();
   return ok;
 }
 

@@ -11,6 +11,10 @@ namespace vemko::io {
 class SaveTarget {
  public:
   explicit SaveTarget(const Path& path);
+  /// Unless finish() was called, the file that was set aside is moved back.
+  ~SaveTarget() { restore(); }
+  SaveTarget(const SaveTarget&) = delete;
+  SaveTarget& operator=(const SaveTarget&) = delete;
 
   /// Where the bytes go, links followed.
   const Path& path() const { return path_; }
@@ -25,12 +29,12 @@ class SaveTarget {
   void takeOverPermissions() const;
   /// Deletes what was written; a device or folder stays.
   void removePartialFile() const;
-  /// Moves the backup back. The last error message stays.
-  void restore();
   /// The new file is complete and on the disk: its name is made lasting, then the backup goes.
   void finish();
 
  private:
+  void restore();
+
   Path path_;
   bool isSpecial_ = false;  // a device, a pipe, a folder
   std::optional<std::filesystem::perms> oldPermissions_;
