@@ -73,6 +73,8 @@ NormalizeOptions& normalizeOptions() {
   return options;
 }
 
+bool normalizeRelatesItems() { return normalizeOptions().singleRecording; }
+
 void applyNormalize(ToolContext& context) {
   const NormalizeOptions options = normalizeOptions();
   const bool separately =

@@ -4,6 +4,7 @@
 #include <functional>
 #include <optional>
 #include <span>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -23,8 +24,9 @@ struct FrameRange {
 };
 
 struct MeasuredVolume {
-  const Waveform* waveform;
-  float decibels;
+  ItemId waveform = kNoItem;
+  std::u16string name;  ///< As shown before the tool renamed it.
+  float decibels = 0;
 };
 
 inline constexpr std::u16string_view kErrorTitle = u"Error!";
@@ -66,6 +68,10 @@ struct ToolEntry {
   void (*apply)(ToolContext&) = nullptr;
   std::u16string_view description = {};  ///< Shown on the page; may be empty.
   std::span<const ToolOption> options = {};
+  /// Whether, with the options as they are, what is done to an item depends on the others; null: never.
+  bool (*relatesItems)() = nullptr;
+  /// Leaves something to be told in the context, so that it is of use also when no change is kept.
+  bool reports = false;
 };
 
 /// A list in the order in which it is shown.

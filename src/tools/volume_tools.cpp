@@ -80,7 +80,7 @@ void applyFindVolume(ToolContext& context) {
   for (std::size_t i = 0; i < waveforms.size(); ++i) {
     Waveform& waveform = *waveforms[i];
     const float volume = volumes[i];
-    context.volumes.push_back({&waveform, volume});
+    context.volumes.push_back({waveform.id(), waveform.displayName(), volume});
     if (options.appendToName) waveform.setName(waveform.name() + u" " + decimalText(volume) + u" dB");
     if (options.subtractFromAdjustment) waveform.volumeAdjustmentDb -= volume;
     if (options.normalize && !applyGain(waveform, -volume, 0, 0)) reportFailure(context, &waveform);

@@ -21,7 +21,7 @@ struct AdjustVolumeOptions {
 enum NormalizeTarget : int { kSetAdjustment, kModifyAudio };
 
 /// 89 dB is the reference level in common use today, 83 that of the measure itself. The audio is changed by
-/// default: hardly any file format stores the volume adjustment.
+/// default: few file formats store the volume adjustment.
 struct NormalizeOptions {
   double desiredDecibels = 89;
   bool equalLoudness = true;
@@ -33,6 +33,9 @@ struct NormalizeOptions {
 FindVolumeOptions& findVolumeOptions();
 AdjustVolumeOptions& adjustVolumeOptions();
 NormalizeOptions& normalizeOptions();
+
+/// The loudness of a single recording is that of all its waveforms.
+bool normalizeRelatesItems();
 
 void applyFindVolume(ToolContext& context);
 void applyAdjustVolume(ToolContext& context);

@@ -48,7 +48,8 @@ TEST(CommandLine, StatusesAndMessages) {
                 {"a.wav"},
                 2,
                 "",
-                "vemko: unknown command \"a.wav\"; the commands are formats, detect, info, convert, config\n"
+                "vemko: unknown command \"a.wav\"; the commands are formats, detect, info, convert, process, "
+                "config\n"
                 "Try 'vemko --help'.\n"},
            Case{"unknown option",
                 {"info", "--no", "a.wav"},

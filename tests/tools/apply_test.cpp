@@ -3,6 +3,7 @@
 #include "base/last_error.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "io/collections.h"
 #include "tools/tool_entry.h"
 #include "tools/waves.h"
 
@@ -12,30 +13,9 @@ namespace {
 using test::addWave;
 using test::samplesOf;
 
-/// Deferred samples of 1000 frames, which count how often they were read; or which cannot be had.
-class TestSource final : public SampleSource {
- public:
-  explicit TestSource(bool works) : works_(works) {}
-  std::unique_ptr<SampleStream> open(std::uint64_t) const override {
-    if (works_) return std::make_unique<Stream>();
-    fail(u"Could not open file");
-    return nullptr;
-  }
-
- private:
-  struct Stream final : SampleStream {
-    std::optional<std::size_t> read(std::span<float> out) override {
-      std::fill(out.begin(), out.end(), 0.5f);
-      return out.size();
-    }
-  };
-  bool works_;
-};
-
 Waveform& addDeferred(Collection& collection, bool works) {
-  Waveform& wave = createWaveform(collection, works ? u"deferred" : u"lost");
-  wave.frames = 1000;
-  wave.setSource(std::make_shared<TestSource>(works));
+  Waveform& wave = createWaveform(collection, u"deferred");
+  test::defer(wave, std::vector<float>(1000, 0.5f))->broken = !works;
   return wave;
 }
 
@@ -96,7 +76,7 @@ TEST(ApplyTool, StopsBeforeAnythingWhenSamplesAreMissing) {
   History history;
   const Applied run(u"Maximize amplitude", {&present, &lost}, &history);
   EXPECT_FALSE(run.applied);
-  EXPECT_EQ(run.errors, (std::vector<std::u16string>{u"Could not open file"}));
+  EXPECT_EQ(run.errors, (std::vector<std::u16string>{u"Broken source"}));
   EXPECT_TRUE(run.statuses.empty());
   EXPECT_EQ(samplesOf(present), (std::vector{0.5f}));
   EXPECT_EQ(history.stepCount(), 0u);

@@ -18,6 +18,8 @@ constexpr struct {
     {"info", Command::Info},
     {"convert", Command::Convert},
     {"convert-worker", Command::ConvertWorker},
+    {"process", Command::Process},
+    {"process-worker", Command::ProcessWorker},
     {"config", Command::Config},
 };
 
@@ -74,7 +76,7 @@ int reportUsageError(const CLI::App& app, const CLI::ParseError& error) {
 int reportUnknownCommand(std::string_view name) {
   std::string known;
   for (const auto& row : kCommands)
-    if (row.command != Command::ConvertWorker) known += (known.empty() ? "" : ", ") + std::string(row.name);
+    if (!row.name.ends_with("-worker")) known += (known.empty() ? "" : ", ") + std::string(row.name);
   return usageError("unknown command \"" + std::string(name) + "\"; the commands are " + known,
                     "vemko --help");
 }

@@ -52,6 +52,19 @@ struct ConvertArguments {
   bool quiet = false;
 };
 
+struct ProcessArguments {
+  std::string tool;
+  std::vector<std::string> inputs;
+  std::string output;
+  std::string folder;
+  bool inPlace = false;
+  std::vector<std::string> settings;  ///< "OPTION=VALUE"
+  int jobs = 1;
+  bool list = false;
+  bool json = false;
+  bool quiet = false;
+};
+
 struct ConfigArguments {
   enum class Action : std::uint8_t { List, Get, Set };
   Action action = Action::List;
@@ -66,6 +79,8 @@ enum class Command : std::uint8_t {
   Info,
   Convert,
   ConvertWorker,
+  Process,
+  ProcessWorker,
   Config
 };
 
@@ -76,6 +91,7 @@ struct Arguments {
   DetectArguments detect;
   InfoArguments info;
   ConvertArguments convert;
+  ProcessArguments process;
   ConfigArguments config;
   /// The options of `convert` as given, without inputs, outputs and target: what a worker is started with.
   std::vector<std::string> workerArguments;

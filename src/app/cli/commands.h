@@ -11,6 +11,9 @@ int runInfo(const InfoArguments& arguments);
 int runConvert(const ConvertArguments& arguments, std::vector<std::string> workerArguments);
 /// Converts the tasks that come as lines on standard input.
 int runConvertWorker(const ConvertArguments& arguments);
+int runProcess(const ProcessArguments& arguments);
+/// Processes the tasks that come as lines on standard input.
+int runProcessWorker(const ProcessArguments& arguments);
 int runConfig(const ConfigArguments& arguments);
 
 /// Reads the user's settings into the records of the rooms that use them.

@@ -4,7 +4,7 @@
 
 #include "app/cli/names.h"
 #include "app/cli/output.h"
-#include "app/cli/reading.h"
+#include "app/cli/paths.h"
 #include "base/text.h"
 
 namespace vemko::cli {

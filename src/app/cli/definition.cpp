@@ -136,6 +136,45 @@ void defineConvert(CLI::App& app, ConvertArguments& arguments) {
   defineReadingOptions(*worker, arguments);
 }
 
+void defineToolOptions(CLI::App& command, ProcessArguments& arguments) {
+  command.add_option("TOOL", arguments.tool, "Name of the tool, from --list");
+  command.add_option("--set", arguments.settings, "Set an option of the tool, by its label or short name")
+      ->allow_extra_args(false)
+      ->type_name("OPTION=VALUE");
+  command.add_flag("--json", arguments.json,
+                   "Print one JSON object a line for each input, or a list of tools");
+  command.add_flag("-q,--quiet", arguments.quiet, "No notes, no counts and no progress");
+}
+
+void defineProcess(CLI::App& app, ProcessArguments& arguments) {
+  CLI::App* command = app.add_subcommand(
+      "process", "Apply a tool to the waveforms of files: change or measure their volume.");
+  defineToolOptions(*command, arguments);
+  command->add_option("INPUT", arguments.inputs, "Files to process");
+  CLI::Option* output =
+      command->add_option("-o,--output", arguments.output, "File to write")->type_name("FILE");
+  CLI::Option* folder =
+      command
+          ->add_option("-d,--directory", arguments.folder,
+                       "Folder to write into, made when missing; files are named like their inputs")
+          ->type_name("DIR")
+          ->excludes(output);
+  command->add_flag("--in-place", arguments.inPlace, "Write the inputs themselves, those that were modified")
+      ->excludes(output)
+      ->excludes(folder);
+  command->add_option("-j,--jobs", arguments.jobs, "Worker processes, 0 for one a processor")
+      ->check(CLI::Range(0, 1024))
+      ->type_name("N");
+  command->add_flag("--list", arguments.list, "Print the tools with their options");
+  command->footer(
+      "Files keep their format and encoding. The file that is overwritten stays beside the new one as "
+      "FILE.bak "
+      "until\n"
+      "that is complete. Tools that measure need no output.");
+  CLI::App* worker = app.add_subcommand("process-worker", "")->group("");
+  defineToolOptions(*worker, arguments);
+}
+
 void defineConfig(CLI::App& app, ConfigArguments& arguments) {
   using Action = ConfigArguments::Action;
   CLI::App* command = app.add_subcommand("config", "Show and change the settings.");
@@ -174,6 +213,7 @@ void defineCommands(CLI::App& app, Arguments& arguments) {
   defineDetect(app, arguments.detect);
   defineInfo(app, arguments.info);
   defineConvert(app, arguments.convert);
+  defineProcess(app, arguments.process);
   defineConfig(app, arguments.config);
 }
 

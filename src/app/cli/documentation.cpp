@@ -119,6 +119,7 @@ constexpr char kEnd[] =
     "vemko convert drums.wav \\-o drums24.wav \\-\\-encoding pcm24\n"
     "vemko convert *.wav \\-d out \\-\\-to wav \\-\\-channels mono \\-\\-jobs 0\n"
     "vemko info drums.wav \\-\\-json\n"
+    "vemko process \"Normalize volume\" *.wav \\-d loud \\-\\-set level=89 \\-\\-jobs 0\n"
     ".fi\n";
 
 std::string optionWords(const CLI::App& command) {
@@ -164,7 +165,8 @@ std::string manPage(const CLI::App& app) {
   std::string page =
       std::string(".TH VEMKO 1 \"\" \"") + kProductName + " " + kVersion + "\" \"User Commands\"\n";
   page +=
-      ".SH NAME\nvemko \\- convert and inspect audio files, sampler instruments and songs\n.SH SYNOPSIS\n";
+      ".SH NAME\nvemko \\- convert, inspect and process audio files, sampler instruments and songs\n.SH "
+      "SYNOPSIS\n";
   appendSynopsis(page, app, "vemko ");
   page += ".SH DESCRIPTION\n" + escaped(app.get_description()) + "\n.SH OPTIONS\n";
   appendOptions(page, app);

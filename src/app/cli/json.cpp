@@ -5,6 +5,7 @@
 
 #include "app/cli/names.h"
 #include "base/text.h"
+#include "tools/levels.h"
 
 namespace vemko::cli {
 namespace {
@@ -149,6 +150,36 @@ Json layouts(io::CapabilityMask capabilities) {
   return json;
 }
 
+Json toolOption(const tools::ToolOption& option) {
+  Json json = {{"name", option.name}, {"label", toUtf8(option.label)}};
+  if (option.choices.empty() && option.format == nullptr) {
+    json["initial"] = option.initial != 0;
+  } else if (option.choices.empty()) {
+    json["initial"] = option.initial;
+    json["minimum"] = option.minimum;
+    json["maximum"] = option.maximum;
+    json["unit"] = toUtf8(option.unit);
+  } else {
+    json["initial"] = option.choices[static_cast<std::size_t>(option.initial)].name;
+    for (const tools::ToolChoice& choice : option.choices) json["choices"].push_back(choice.name);
+  }
+  return json;
+}
+
+Json statistics(const tools::Statistics& found) {
+  return {{"samples", found.samples},
+          {"seconds", found.seconds},
+          {"peak", shortest(found.peak)},
+          {"peakDecibels", shortest(tools::toDecibels(found.peak))},
+          {"rms", shortest(found.rms)},
+          {"rmsDecibels", shortest(tools::toDecibels(found.rms))},
+          {"minimum", shortest(found.minimum)},
+          {"maximum", shortest(found.maximum)},
+          {"mean", found.mean},
+          {"maximumDelta", shortest(found.maximumDelta)},
+          {"zeroCrossings", found.zeroCrossings}};
+}
+
 }  // namespace
 
 std::string formatsJson(std::span<const int> rows) {
@@ -192,6 +223,27 @@ std::string collectionJson(const Collection& collection) {
   json["waveforms"] = allOf<Waveform>(collection, waveform);
   json["songs"] = allOf<Song>(collection, song);
   return dump(json);
+}
+
+std::string toolsJson(std::span<const tools::ToolEntry* const> tools) {
+  Json list = Json::array();
+  for (const tools::ToolEntry* tool : tools) {
+    Json json = {{"name", toUtf8(tool->name)}, {"description", toUtf8(tool->description)}};
+    json["options"] = Json::array();
+    for (const tools::ToolOption& option : tool->options) json["options"].push_back(toolOption(option));
+    list.push_back(std::move(json));
+  }
+  return dump(list);
+}
+
+std::string processJson(const tools::ToolEntry& tool, std::span<const std::string> files,
+                        const app::ProcessResult& result) {
+  Json json = {{"files", files}, {"tool", toUtf8(tool.name)}, {"processed", result.processedCount}};
+  for (const tools::MeasuredVolume& volume : result.volumes)
+    json["volumes"].push_back(
+        {{"id", volume.waveform}, {"name", toUtf8(volume.name)}, {"decibels", shortest(volume.decibels)}});
+  if (result.statistics) json["statistics"] = statistics(*result.statistics);
+  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
 }  // namespace vemko::cli

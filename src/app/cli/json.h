@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "app/process_files.h"
 #include "core/collection.h"
 #include "io/detect.h"
 
@@ -17,5 +18,9 @@ struct DetectedFile {
 std::string formatsJson(std::span<const int> rows);
 std::string detectionsJson(std::span<const DetectedFile> files);
 std::string collectionJson(const Collection& collection);
+std::string toolsJson(std::span<const tools::ToolEntry* const> tools);
+/// What was made of these files, as one line without its end.
+std::string processJson(const tools::ToolEntry& tool, std::span<const std::string> files,
+                        const app::ProcessResult& result);
 
 }  // namespace vemko::cli

@@ -40,6 +40,10 @@ int run(const Arguments& arguments) {
       return runConvert(arguments.convert, arguments.workerArguments);
     case Command::ConvertWorker:
       return runConvertWorker(arguments.convert);
+    case Command::Process:
+      return runProcess(arguments.process);
+    case Command::ProcessWorker:
+      return runProcessWorker(arguments.process);
     case Command::Config:
       return runConfig(arguments.config);
   }

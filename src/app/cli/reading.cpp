@@ -4,6 +4,7 @@
 
 #include "app/cli/names.h"
 #include "app/cli/output.h"
+#include "app/cli/paths.h"
 #include "base/text.h"
 #include "io/decisions.h"
 #include "io/fixup.h"
@@ -64,13 +65,6 @@ bool applyFixup(const std::string& text) {
 }
 
 }  // namespace
-
-Path absolutePath(std::string_view text) {
-  std::error_code error;
-  const Path path = pathOf(toUtf16(text));
-  Path absolute = std::filesystem::absolute(path, error);
-  return error ? path : absolute;
-}
 
 NoteCollector::NoteCollector() {
   before_ = setLogSink([this](LogLevel level, std::u16string_view line) {

@@ -10,9 +10,6 @@
 
 namespace vemko::cli {
 
-/// The path, made independent of the current folder; ".." stays, links decide what it means.
-Path absolutePath(std::string_view text);
-
 /// Collects the warnings that are logged while it lives, the first few of them; a damaged file can cause
 /// thousands.
 class NoteCollector {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <deque>
+#include <thread>
 
 #include "platform/process.h"
 
@@ -105,6 +106,10 @@ class Pool {
 };
 
 }  // namespace
+
+std::size_t jobCount(int jobs) {
+  return jobs > 0 ? static_cast<std::size_t>(jobs) : std::max(1u, std::thread::hardware_concurrency());
+}
 
 void runOnWorkers(std::span<const app::BatchTask> tasks, std::size_t jobs,
                   const std::vector<std::string>& workerArguments, const RunTask& runHere,

@@ -6,6 +6,9 @@
 
 namespace vemko::cli {
 
+/// The number of processes that --jobs asks for: 0 is one a processor.
+std::size_t jobCount(int jobs);
+
 using RunTask = std::function<TaskReport(const app::BatchTask&)>;
 /// Called as tasks end, in any order.
 using TaskDone = std::function<void(std::size_t index, TaskReport report)>;
