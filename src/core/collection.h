@@ -13,6 +13,7 @@
 
 #include "core/articulation.h"
 #include "core/item.h"
+#include "core/sends.h"
 #include "core/waveform.h"
 
 namespace vemko {
@@ -56,6 +57,8 @@ struct Region final : Item {
   MidiRange velocities;
   std::uint8_t rootKey = kNotSet;   ///< Overrides the waveform's root key.
   std::uint8_t exclusiveGroup = 0;  ///< Starting one region of a group stops the others; 0 is no group.
+  std::uint8_t fixedKey = kNotSet;       ///< Every note sounds as if this key were played, ...
+  std::uint8_t fixedVelocity = kNotSet;  ///< ... and with this velocity.
   Trigger trigger = Trigger::Attack;
   float delaySeconds = 0;
   MidiRange fadeInKeys{0, 0}, fadeOutKeys{127, 127};  ///< Cross-fades between regions: silent at the
@@ -107,6 +110,7 @@ struct Patch {
 struct Instrument final : Item {
   explicit Instrument(Collection& collection) : Item(collection) {}
   Patch patch;
+  SendEffects sendEffects{};  ///< What the send channels of its regions lead to.
   ArticulationBlock articulation;
 
   ItemKind kind() const override { return ItemKind::Instrument; }

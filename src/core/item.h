@@ -69,6 +69,12 @@ inline constexpr TextProperty kTextProperties[] = {
 /// "Name", "Artist", ...; `alternative` asks for the wording used with music files ("Album name").
 std::u16string_view textPropertyLabel(TextProperty property, bool alternative = false);
 
+/// What the reader of a file leaves for the writer of the same format: the file's own words where the model
+/// rounds them or has none. Shared by an item's copies; nobody else looks inside.
+struct ReaderNotes {
+  virtual ~ReaderNotes() = default;
+};
+
 class Item {
  public:
   virtual ~Item();
@@ -82,6 +88,7 @@ class Item {
   ItemId parent = kNoItem;
   /// The user's order: an instrument's layers, a layer's regions, a song's tracks.
   std::vector<ItemId> children;
+  std::shared_ptr<const ReaderNotes> notes;  ///< Mostly null.
 
   /// The name, or "unnamed" when it is empty.
   std::u16string displayName() const;
