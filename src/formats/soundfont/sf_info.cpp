@@ -1,0 +1,64 @@
+#include "formats/soundfont/sf_info.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include "base/text.h"
+#include "base/version.h"
+#include "formats/soundfont/sf_notes.h"
+
+namespace vemko::soundfont {
+namespace {
+
+struct TextRow {
+  std::uint32_t id;
+  TextProperty property;
+};
+// In the order in which they are written.
+constexpr TextRow kTextRows[] = {
+    {fourCc("INAM"), TextProperty::Name},     {fourCc("IENG"), TextProperty::Engineer},
+    {fourCc("IPRD"), TextProperty::Product},  {fourCc("ICOP"), TextProperty::Copyright},
+    {fourCc("ICMT"), TextProperty::Comments}, {fourCc("IART"), TextProperty::Artist},
+};
+
+// Sizes with the terminating zero that the published format allows.
+constexpr std::size_t kTextBytes = 255, kCommentBytes = 65535;
+
+}  // namespace
+
+void readInfoTexts(const std::vector<InfoText>& info, const Path& path, Collection& collection) {
+  for (const TextRow& row : kTextRows) {
+    const auto text = std::ranges::find(info, row.id, &InfoText::id);
+    if (text != info.end()) collection.setText(row.property, decodeText(asBytes(text->text)));
+  }
+  if (std::ranges::find(info, fourCc("INAM"), &InfoText::id) == info.end())
+    collection.setName(vemko::textOf(path.stem()));
+}
+
+std::vector<InfoText> infoTextsOf(const Item& item) {
+  const Collection& collection = item.collection();
+  std::vector<InfoText> texts;
+  for (const TextRow& row : kTextRows) {
+    const std::size_t limit = row.property == TextProperty::Comments ? kCommentBytes : kTextBytes;
+    std::string text = toUtf8(collection.text(row.property), limit);
+    if (!text.empty()) texts.push_back({row.id, std::move(text)});
+  }
+  if (const auto* notes = notesOf<BankNotes>(collection))
+    for (const InfoText& text : notes->tables.info)
+      if (text.id == fourCc("ICRD")) texts.push_back(text);
+  return texts;
+}
+
+std::optional<SoftwareVersion> softwareVersion(const std::vector<InfoText>& info) {
+  constexpr std::size_t kNumberAt = 14, kShortest = 17;  // "Vemko Studio v"
+  const auto software = std::ranges::find(info, fourCc("ISFT"), &InfoText::id);
+  if (software == info.end() || software->text.size() < kShortest ||
+      !software->text.starts_with(kProductName))
+    return std::nullopt;
+  SoftwareVersion version;
+  if (std::sscanf(software->text.c_str() + kNumberAt, "%d.%d", &version.major, &version.minor) != 2)
+    return std::nullopt;
+  return version;
+}
+
+}  // namespace vemko::soundfont

@@ -1,0 +1,162 @@
+#include "formats/soundfont/sf_sample_data.h"
+
+#include <algorithm>
+#include <functional>
+
+#include "base/last_error.h"
+#include "base/progress.h"
+#include "codecs/pcm.h"
+#include "codecs/sample_writer.h"
+#include "formats/soundfont/sf_split_source.h"
+
+namespace vemko::soundfont {
+namespace {
+
+constexpr std::size_t kBlockFrames = 4096;
+
+class PickedStream final : public SampleStream {
+ public:
+  PickedStream(std::unique_ptr<SampleStream> stream, std::size_t channels, std::size_t channel)
+      : stream_(std::move(stream)), channels_(channels), channel_(channel), block_(kBlockFrames * channels) {}
+
+  std::optional<std::size_t> read(std::span<float> out) override {
+    std::size_t done = 0;
+    while (done < out.size()) {
+      const std::size_t ask = std::min(out.size() - done, kBlockFrames);
+      const auto got = stream_->read(std::span(block_).first(ask * channels_));
+      if (!got) return std::nullopt;
+      for (std::size_t i = 0; i < *got; ++i) out[done + i] = block_[i * channels_ + channel_];
+      done += *got;
+      if (*got < ask) break;
+    }
+    return done;
+  }
+
+ private:
+  std::unique_ptr<SampleStream> stream_;
+  std::size_t channels_, channel_;
+  std::vector<float> block_;
+};
+
+// Where the 16 bits of every point, or the upper ones, stand in a file.
+std::optional<std::uint64_t> storedOffset(const ChannelData& data) {
+  if (!data.source) return std::nullopt;
+  if (const SplitSamples* split = splitSamplesOf(data.source.get()))
+    return split->points == data.frames ? std::optional(split->highOffset) : std::nullopt;
+  const auto stored = data.source->stored();
+  if (!stored || stored->encoding != SampleEncoding::Pcm16 || stored->bigEndian ||
+      stored->byteCount != std::uint64_t{data.frames} * 2)
+    return std::nullopt;
+  return stored->offset;
+}
+
+bool appendZeros(std::size_t count, BlockWriter& out) {
+  while (count > 0) {
+    const std::span<std::byte> room = out.reserve(std::min(count, BlockWriter::kBlockBytes));
+    if (room.empty()) return false;
+    std::ranges::fill(room, std::byte{0});
+    count -= room.size();
+  }
+  return true;
+}
+
+bool copyBytes(const ChannelData& data, std::uint64_t offset, std::uint64_t count, BlockWriter& out) {
+  const auto file = data.source->file()->open();
+  return file && out.copyFrom(*file, offset, count);
+}
+
+using BlockSink = std::function<bool(std::span<const float> block)>;
+
+bool forEachBlock(const ChannelData& data, const BlockSink& sink) {
+  if (data.frames == 0) return true;
+  const auto stream = openChannel(data);
+  if (!stream) return false;
+  std::vector<float> block(kBlockFrames);
+  for (std::uint32_t done = 0; done < data.frames;) {
+    const std::size_t ask = std::min<std::size_t>(kBlockFrames, data.frames - done);
+    const auto got = stream->read(std::span(block).first(ask));
+    if (!got) return false;
+    if (*got < ask) return fail(u"Reading from file failed");
+    if (!sink(std::span(block).first(ask))) return false;
+    done += static_cast<std::uint32_t>(ask);
+  }
+  return true;
+}
+
+bool encodePoints(const ChannelData& data, BlockWriter& out) {
+  return forEachBlock(data, [&](std::span<const float> block) {
+    const std::span<std::byte> room = out.reserve(block.size() * 2);
+    if (room.empty()) return false;
+    encodePcm({SampleEncoding::Pcm16}, block, room);
+    return true;
+  });
+}
+
+// One part of 24-bit points, the other going to nowhere.
+bool encodeSplit(const ChannelData& data, bool low, BlockWriter& out) {
+  std::vector<std::byte> joined(kBlockFrames * 3), rest(kBlockFrames * 2);
+  return forEachBlock(data, [&](std::span<const float> block) {
+    const std::span<std::byte> room = out.reserve(block.size() * (low ? 1 : 2));
+    if (room.empty()) return false;
+    const std::span<std::byte> points = std::span(joined).first(block.size() * 3);
+    encodePcm({SampleEncoding::Pcm24}, block, points);
+    const std::span<std::byte> other = std::span(rest).first(block.size() * (low ? 2 : 1));
+    splitPoints(points, low ? other : room, low ? room : other);
+    return true;
+  });
+}
+
+template <class Write>
+bool writeAll(const std::vector<ChannelData>& data, std::size_t gapBytes, BlockWriter& out, Write write) {
+  for (std::size_t i = 0; i < data.size(); ++i) {
+    if (!write(data[i]) || !appendZeros(gapBytes, out)) return false;
+    if (i % 64 == 0) showProgress(static_cast<double>(i) / static_cast<double>(data.size()));
+  }
+  return true;
+}
+
+}  // namespace
+
+std::unique_ptr<SampleStream> openChannel(const ChannelData& data) {
+  if (data.source) return data.source->open();
+  const std::uint8_t channels = data.waveform->channels;
+  auto stream = openSamples(*data.waveform);
+  if (!stream || channels == 1) return stream;
+  if (data.channel == kAllChannels) return withChannels(std::move(stream), channels, 1);
+  return std::make_unique<PickedStream>(std::move(stream), channels, static_cast<std::size_t>(data.channel));
+}
+
+std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data) {
+  // Chunk lengths have 32 bits, and the other chunks of a bank are far smaller than what is left here.
+  constexpr std::uint64_t kMaxPoints = 0xE0000000 / 3;
+  std::vector<SamplePosition> positions;
+  std::uint64_t next = 0;
+  for (const ChannelData& each : data) {
+    const std::uint64_t end = next + each.frames;
+    if (end + kGapPoints > kMaxPoints) {
+      fail(u"Save failed - The samples are too much for one bank");
+      return std::nullopt;
+    }
+    positions.push_back({static_cast<std::uint32_t>(next), static_cast<std::uint32_t>(end), false});
+    next = end + kGapPoints;
+  }
+  return positions;
+}
+
+bool writePoints(const std::vector<ChannelData>& data, bool is24, BlockWriter& out) {
+  return writeAll(data, kGapPoints * 2, out, [&](const ChannelData& each) {
+    if (const auto offset = storedOffset(each))
+      return copyBytes(each, *offset, std::uint64_t{each.frames} * 2, out);
+    return is24 ? encodeSplit(each, false, out) : encodePoints(each, out);
+  });
+}
+
+bool writeLowBytes(const std::vector<ChannelData>& data, BlockWriter& out) {
+  return writeAll(data, kGapPoints, out, [&](const ChannelData& each) {
+    if (!storedOffset(each)) return encodeSplit(each, true, out);
+    const SplitSamples* split = splitSamplesOf(each.source.get());
+    return split ? copyBytes(each, split->lowOffset, each.frames, out) : appendZeros(each.frames, out);
+  });
+}
+
+}  // namespace vemko::soundfont

@@ -1,0 +1,166 @@
+#include "formats/soundfont/sf_samples.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "codecs/pcm_source.h"
+#include "formats/soundfont/sf_rom.h"
+#include "formats/soundfont/sf_split_source.h"
+
+namespace vemko::soundfont {
+namespace {
+
+// Zones that loop in more ways than this share the last one; nobody writes that by hand.
+constexpr std::size_t kMaxVariants = 64;
+
+constexpr PcmFormat kPcm16{SampleEncoding::Pcm16};
+
+struct Points {
+  std::uint64_t start = 0, count = 0;
+};
+
+// The header's points as far as the chunk holds them.
+Points pointsOf(const SampleHeader& header, std::uint64_t held, Complaints& complaints) {
+  if (header.start > header.end || header.start > held) {
+    complaints.add(u"A sample lies outside of the sample data");
+    return {};
+  }
+  const std::uint64_t end = std::min<std::uint64_t>(header.end, held);
+  if (end < header.end) complaints.add(u"A sample ends outside of the sample data");
+  return {header.start, end - header.start};
+}
+
+bool has24Bits(const BankFile& bank, Complaints& complaints) {
+  if (bank.sm24.size == 0) return false;
+  const bool isNewEnough = bank.versionMajor > 2 || bank.versionMinor >= 4;
+  const bool isComplete = bank.sm24.size >= bank.smpl.size / 2;
+  if (!isNewEnough || !isComplete)
+    complaints.add(u"The low bytes of 24-bit samples do not fit the bank and are ignored");
+  return isNewEnough && isComplete;
+}
+
+SamplePlace placePcm(const BankFile& bank, const SampleHeader& header, bool is24,
+                     const std::shared_ptr<SourceFile>& file, Complaints& complaints) {
+  const Points points = pointsOf(header, bank.smpl.size / 2, complaints);
+  const std::uint64_t high = bank.smpl.offset + points.start * 2;
+  SamplePlace place;
+  place.frames = static_cast<std::uint32_t>(points.count);
+  place.source = is24 ? makeSplitSource(file, {high, bank.sm24.offset + points.start, points.count})
+                      : makePcmSource(file, high, points.count, 1, kPcm16);
+  return place;
+}
+
+std::size_t variantAt(std::size_t count, std::size_t found) { return std::min(found, count - 1); }
+
+void addLoop(Waveform& waveform, const ZoneLoop& loop) {
+  if (!loop.exists) return;
+  LoopDescriptor descriptor;
+  descriptor.play = loop.play;
+  descriptor.count = loop.count;
+  descriptor.startFrames = loop.start;
+  descriptor.endFrames = loop.end;
+  waveform.addLoop(descriptor, {}, true, false);
+}
+
+}  // namespace
+
+std::vector<SamplePlace> placeSamples(const BankFile& bank, const std::shared_ptr<SourceFile>& file,
+                                      Complaints& complaints) {
+  const bool is24 = has24Bits(bank, complaints);
+  RomSamples rom;
+  std::vector<SamplePlace> places;
+  places.reserve(bank.samples.size());
+  for (const SampleHeader& header : bank.samples) {
+    if ((header.type & sample_type::Rom) != 0)
+      places.push_back(rom.place(header, complaints));
+    else
+      places.push_back(placePcm(bank, header, is24, file, complaints));
+  }
+  return places;
+}
+
+SampleWaveforms::SampleWaveforms(const BankTables& tables, const std::vector<SamplePlace>& places)
+    : tables_(tables), places_(places), variants_(tables.samples.size()) {}
+
+bool SampleWaveforms::isPlayable(std::uint32_t sample) const {
+  return sample < places_.size() && !places_[sample].isSkipped;
+}
+
+ZoneLoop SampleWaveforms::loopFor(std::uint32_t sample, const Generators& generators) const {
+  return loopOf(tables_.samples[sample], places_[sample].frames, generators);
+}
+
+void SampleWaveforms::use(std::uint32_t sample, const Generators& generators) {
+  if (!isPlayable(sample)) return;
+  const ZoneLoop loop = loopFor(sample, generators);
+  auto& variants = variants_[sample];
+  const auto known = std::ranges::find(variants, loop, &Variant::loop);
+  if (known != variants.end())
+    ++known->uses;
+  else if (variants.size() < kMaxVariants)
+    variants.push_back({loop, 1});
+}
+
+ItemId SampleWaveforms::find(std::uint32_t sample, const Generators& generators) const {
+  if (!isPlayable(sample)) return kNoItem;
+  const auto& variants = variants_[sample];
+  const auto known = std::ranges::find(variants, loopFor(sample, generators), &Variant::loop);
+  return variants[variantAt(variants.size(), static_cast<std::size_t>(known - variants.begin()))].id;
+}
+
+void SampleWaveforms::create(Collection& collection, const std::shared_ptr<BankNotes>& notes,
+                             Complaints& complaints) {
+  for (std::uint32_t sample = 0; sample < tables_.samples.size(); ++sample) {
+    if (!isPlayable(sample)) continue;
+    const SampleHeader& header = tables_.samples[sample];
+    auto& variants = variants_[sample];
+    if (variants.empty()) {
+      Generators looping;
+      looping[gen::SampleModes] = 1;
+      variants.push_back({loopFor(sample, looping)});
+    }
+    std::ranges::stable_sort(variants, std::ranges::greater(), &Variant::uses);
+    WaveformNotes& origin = notes->waveforms.emplace_back();
+    origin.bank = &tables_;
+    origin.sample = sample;
+    for (Variant& variant : variants) {
+      Waveform& waveform = createWaveform(collection, textOf(header.name));
+      waveform.frames = places_[sample].frames;
+      waveform.rate = rateOf(header);
+      waveform.rootKey = rootKeyOf(header);
+      waveform.fineTuneCents = header.correctionCents;
+      waveform.setSource(places_[sample].source);
+      waveform.notes = std::shared_ptr<const ReaderNotes>(notes, &origin);
+      addLoop(waveform, variant.loop);
+      variant.id = waveform.id();
+    }
+  }
+  link(collection, complaints);
+}
+
+// A left and a right sample that name each other are sides of one sound; so are their waveforms that loop
+// alike.
+void SampleWaveforms::link(Collection& collection, Complaints& complaints) {
+  for (std::uint32_t left = 0; left < tables_.samples.size(); ++left) {
+    const SampleHeader& header = tables_.samples[left];
+    if ((header.type & 0xF) != sample_type::Left || !isPlayable(left)) continue;
+    const std::uint32_t right = header.link;
+    if (!isPlayable(right) || (tables_.samples[right].type & 0xF) != sample_type::Right ||
+        tables_.samples[right].link != left) {
+      complaints.add(u"A stereo sample has no other side");
+      continue;
+    }
+    for (const Variant& variant : variants_[left]) {
+      const auto other = std::ranges::find(variants_[right], variant.loop, &Variant::loop);
+      if (other == variants_[right].end()) continue;
+      auto& leftWave = *collection.find<Waveform>(variant.id);
+      auto& rightWave = *collection.find<Waveform>(other->id);
+      leftWave.side = StereoSide::Left;
+      rightWave.side = StereoSide::Right;
+      leftWave.pairedWith = rightWave.id();
+      rightWave.pairedWith = leftWave.id();
+    }
+  }
+}
+
+}  // namespace vemko::soundfont

@@ -1,0 +1,123 @@
+#include <algorithm>
+
+#include "base/last_error.h"
+#include "base/version.h"
+#include "formats/riff/riff.h"
+#include "formats/soundfont/sf_bank_plan.h"
+#include "formats/soundfont/sf_bank_tables.h"
+#include "formats/soundfont/sf_info.h"
+#include "formats/soundfont/sf_sample_data.h"
+#include "formats/soundfont/sf_zone_amounts.h"
+#include "formats/soundfont/soundfont.h"
+#include "io/sample_layout.h"
+#include "platform/block_writer.h"
+
+namespace vemko::soundfont {
+namespace {
+
+// 16 bits unless 24 are asked for, or some samples have more than 16 to lose. What a lossy codec gave has
+// not.
+bool needs24Bits(std::span<Waveform* const> waveforms, const io::SaveOptions& options) {
+  return std::ranges::any_of(waveforms, [&](const Waveform* waveform) {
+    const bool isAsked = (options.requested & io::kEncodingBits) != 0;
+    const bool isLossy = waveform->sourceIsIntact() && waveform->source->encoding() == SampleEncoding::Codec;
+    if (isLossy && !isAsked) return false;
+    return io::chooseLayout(*waveform, options, kCapabilities).encoding == SampleEncoding::Pcm24;
+  });
+}
+
+std::vector<Instrument*> instrumentsOf(Item& item) {
+  if (item.kind() == ItemKind::Instrument) return {static_cast<Instrument*>(&item)};
+  return item.collection().all<Instrument>();
+}
+
+void addText(riff::ChunkBuilder& list, std::uint32_t id, std::string_view text) {
+  list.open(id);
+  list.out.text(text);
+  list.out.zeros(2 - text.size() % 2);  // at least one, and to an even length
+  list.close();
+}
+
+std::vector<std::byte> buildInfo(const Item& item, std::uint16_t major, std::uint16_t minor) {
+  riff::ChunkBuilder list;
+  list.openList(fourCc("INFO"));
+  list.open(fourCc("ifil"));
+  list.out.u16(major);
+  list.out.u16(minor);
+  list.close();
+  addText(list, fourCc("isng"), "EMU8000");
+  const std::vector<InfoText> texts = infoTextsOf(item);
+  for (const InfoText& text : texts) addText(list, text.id, text.text);
+  addText(list, fourCc("ISFT"), kSoftwareName);
+  list.close();
+  return std::move(list.out.bytes);
+}
+
+// Loops that zones of a file gave as offsets to the header's are written so again.
+void keepFileLoops(const std::vector<Instrument*>& instruments, SamplePool& pool) {
+  for (const Instrument* instrument : instruments)
+    for (const Region* region : regionsOf(*instrument))
+      if (hasFileLoop(*region)) pool.keepFileLoop(*region->waveform());
+}
+
+void appendHeader(ByteWriter& out, std::uint32_t id, std::uint64_t size) {
+  out.u32(id);
+  out.u32(static_cast<std::uint32_t>(size));
+}
+
+struct Chunks {
+  std::vector<std::byte> info, zones, headers;
+};
+
+bool writeFile(const Chunks& chunks, const std::vector<ChannelData>& data, std::uint64_t points, bool is24,
+               OutputFile& file) {
+  const std::uint64_t lowBytes = is24 ? 8 + points + points % 2 : 0;
+  const std::uint64_t sampleBytes = 4 + 8 + points * 2 + lowBytes;
+  const std::uint64_t tableBytes = 4 + chunks.zones.size() + chunks.headers.size();
+  ByteWriter head;
+  appendHeader(head, fourCc("RIFF"), 4 + chunks.info.size() + 8 + sampleBytes + 8 + tableBytes);
+  head.u32(fourCc("sfbk"));
+  head.append(chunks.info);
+  appendHeader(head, fourCc("LIST"), sampleBytes);
+  head.u32(fourCc("sdta"));
+  appendHeader(head, fourCc("smpl"), points * 2);
+
+  BlockWriter out(file);
+  if (!out.append(head.bytes) || !writePoints(data, is24, out)) return false;
+  if (is24) {
+    ByteWriter low;
+    appendHeader(low, fourCc("sm24"), points);
+    if (!out.append(low.bytes) || !writeLowBytes(data, out)) return false;
+    if (points % 2 != 0 && !out.append(std::vector<std::byte>(1))) return false;
+  }
+  ByteWriter tables;
+  appendHeader(tables, fourCc("LIST"), tableBytes);
+  tables.u32(fourCc("pdta"));
+  return out.append(tables.bytes) && out.append(chunks.zones) && out.append(chunks.headers) && out.flush();
+}
+
+}  // namespace
+
+bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
+  if (item.kind() != ItemKind::Collection && item.kind() != ItemKind::Instrument)
+    return fail(u"The file format can not save this item");
+  const std::vector<Waveform*> waveforms = waveformsOf(item);
+  const std::vector<Instrument*> instruments = instrumentsOf(item);
+  const bool mono = (options.requested & (io::kMono | io::kStereo)) == io::kMono;
+  SamplePool pool(waveforms, mono);
+  keepFileLoops(instruments, pool);
+
+  Chunks chunks;
+  auto zones = buildZoneTables(planBank(instruments, pool));
+  if (!zones) return false;
+  chunks.zones = std::move(*zones);
+  const auto positions = placePoints(pool.data());
+  if (!positions) return false;
+  chunks.headers = buildSampleHeaders(pool, *positions);
+  const bool is24 = needs24Bits(waveforms, options);
+  chunks.info = buildInfo(item, 2, is24 ? 4 : 1);
+  const std::uint64_t points = positions->empty() ? 0 : positions->back().end + std::uint64_t{kGapPoints};
+  return writeFile(chunks, pool.data(), points, is24, file);
+}
+
+}  // namespace vemko::soundfont

@@ -1,0 +1,24 @@
+#pragma once
+// SoundFont 2 banks: a collection whose presets are instruments, whose preset zones are layers and whose
+// instrument zones, summed with the preset zone above them, are regions. Three file types share the reader:
+// plain banks, banks with compressed samples, and packed ones; archives are unpacked first.
+#include "io/format_entry.h"
+
+namespace vemko::soundfont {
+
+int probeBank(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+int probeCompressedBank(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+int probePackedBank(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+
+/// Reads the tables; samples stay in the file. Fails with "Not a SoundFont2 file" and "Not a Sound Font v2.x
+/// file".
+bool readBank(Collection& collection, InputFile& file, std::uint32_t variant);
+
+/// Writes a collection or a single instrument. Fails with "The file format can not save this item" and, where
+/// the format's 16-bit indexes do not reach, with "Save failed - Too much data!" and what follows.
+bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options);
+
+inline constexpr io::CapabilityMask kCapabilities =
+    io::encodingBit(SampleEncoding::Pcm16) | io::encodingBit(SampleEncoding::Pcm24) | io::kMono | io::kStereo;
+
+}  // namespace vemko::soundfont
