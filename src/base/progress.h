@@ -16,6 +16,8 @@ struct ProgressSink {
 ProgressSink setProgressSink(ProgressSink sink);
 
 void showStatus(std::u16string_view text);
+/// Of the thread that installed the receiver; the fractions of worker threads, each of a part of the work,
+/// are dropped.
 void showProgress(double fraction);
 
 /// Shows the wait cursor while it lives.
