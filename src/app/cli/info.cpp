@@ -59,6 +59,12 @@ void printRecord(const LoopRecord& record, bool isMain) {
   printLine(line);
 }
 
+void printTexts(const Item& item, const char* indent) {
+  for (TextProperty property : kTextProperties)
+    if (property != TextProperty::Name && property != TextProperty::Image && !item.text(property).empty())
+      printLine(indent + toUtf8(textPropertyLabel(property)) + ": " + printable(toUtf8(item.text(property))));
+}
+
 void printWaveform(const Waveform& waveform) {
   const double seconds = waveform.rate > 0 ? static_cast<double>(waveform.frames) / waveform.rate : 0;
   printLine(
@@ -67,10 +73,7 @@ void printWaveform(const Waveform& waveform) {
                 waveform.channels == 1 ? "" : "s", waveform.frames, seconds, waveform.rootKey,
                 waveform.fineTuneCents == 0 ? "" : formatted(" %+d cents", waveform.fineTuneCents).c_str()));
   for (const LoopRecord& record : waveform.records) printRecord(record, record.id == waveform.mainLoopId);
-  for (TextProperty property : kTextProperties)
-    if (property != TextProperty::Name && property != TextProperty::Image && !waveform.text(property).empty())
-      printLine("  " + toUtf8(textPropertyLabel(property)) + ": " +
-                printable(toUtf8(waveform.text(property))));
+  printTexts(waveform, "  ");
 }
 
 void printSong(const Song& song) {
@@ -84,6 +87,7 @@ void printCollection(const Collection& collection) {
   printLine(formatted("%-12s %s, %d%%", "Format", toUtf8(io::descriptionOf(collection.formatRow)).c_str(),
                       collection.formatConfidence));
   printLine(formatted("%-12s %s", "Name", printable(toUtf8(collection.displayName())).c_str()));
+  printTexts(collection, "  ");
   printCounts(collection);
   collection.forEach<Instrument>(printInstrument);
   collection.forEach<Waveform>(printWaveform);

@@ -31,6 +31,14 @@ Json articulation(const ArticulationBlock& block) {
   return slots;
 }
 
+Json texts(const Item& item) {
+  Json json = Json::object();
+  for (TextProperty property : kTextProperties)
+    if (property != TextProperty::Name && property != TextProperty::Image && !item.text(property).empty())
+      json[toUtf8(textPropertyLabel(property))] = toUtf8(item.text(property));
+  return json;
+}
+
 Json named(const Item& item) { return {{"id", item.id()}, {"name", toUtf8(item.name())}}; }
 
 Json region(const Region& item) {
@@ -109,10 +117,7 @@ Json waveform(const Waveform& item) {
   json["records"] = Json::array();
   for (const LoopRecord& loop : item.records)
     json["records"].push_back(record(loop, loop.id == item.mainLoopId));
-  json["text"] = Json::object();
-  for (TextProperty property : kTextProperties)
-    if (property != TextProperty::Name && property != TextProperty::Image && !item.text(property).empty())
-      json["text"][toUtf8(textPropertyLabel(property))] = toUtf8(item.text(property));
+  json["text"] = texts(item);
   return json;
 }
 
@@ -211,7 +216,8 @@ std::string collectionJson(const Collection& collection) {
   auto count = [&](ItemKind kind) { return collection.count(kind); };
   Json json = {{"format", toUtf8(io::descriptionOf(collection.formatRow))},
                {"confidence", collection.formatConfidence},
-               {"name", toUtf8(collection.name())}};
+               {"name", toUtf8(collection.name())},
+               {"text", texts(collection)}};
   json["counts"] = {{"instruments", count(ItemKind::Instrument)},
                     {"layers", count(ItemKind::Layer)},
                     {"regions", count(ItemKind::Region)},
