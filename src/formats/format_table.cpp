@@ -20,7 +20,7 @@ constexpr FormatEntry kRows[] = {
   {u"sds", wave::readWave, nullptr,         wave::probeSmartSound,    u"SmartSound SDS", kWaveform, 0,                   0, nullptr},
   {u"sf2", soundfont::readBank, soundfont::writeBank, soundfont::probeBank, u"SoundFont v2 bank", kBank, soundfont::kCapabilities, 0, nullptr},
   {u"sf2pack", soundfont::readBank, nullptr, soundfont::probePackedBank, u"sf2pack", kBank, 0, 0, nullptr},
-  {u"sf3", soundfont::readBank, nullptr, soundfont::probeCompressedBank, u"Compressed SoundFont", kBank, 0, 1, nullptr},
+  {u"sf3", soundfont::readBank, soundfont::writeBank, soundfont::probeCompressedBank, u"Compressed SoundFont", kBank, soundfont::kCompressedCapabilities, soundfont::kCompressedVariant, soundfont::describeSetting, soundfont::missingLibraries},
   {u"wav", wave::readWave, wave::writeWave, wave::probeWave,          u"Microsoft wave", kWaveform, wave::kCapabilities, 0, nullptr},
   {u"wav", wave::readBigEndianWave, nullptr, wave::probeBigEndianWave, u"Microsoft wave (big-endian)", kWaveform, 0, 0, nullptr},
   {u"wav", wave::readWave, nullptr,         wave::probeBroadcastWave, u"Broadcast wave", kWaveform, 0,                   0, nullptr},

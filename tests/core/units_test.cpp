@@ -17,7 +17,7 @@ TEST(Units, TimecentsRoundLongTimes) {
     {"last zero",            -12000, 0.0f},
     {"first above zero",     -11999, 0.000977127f},
     {"one second",           0,      1.0f},
-    {"unrounded",            365,    1.23472f},
+    {"unrounded",            365,    1.234705f},
     {"two seconds",          1200,   2.0f},
     {"hundredths",           2147,   3.46f},   // 3.4569
     {"still hundredths",     5501,   23.99f},  // 23.990

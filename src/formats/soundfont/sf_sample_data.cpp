@@ -4,15 +4,22 @@
 #include <functional>
 
 #include "base/last_error.h"
+#include "base/parallel_for.h"
 #include "base/progress.h"
 #include "codecs/pcm.h"
 #include "codecs/sample_writer.h"
+#include "formats/soundfont/sf_compressed.h"
 #include "formats/soundfont/sf_split_source.h"
 
 namespace vemko::soundfont {
 namespace {
 
 constexpr std::size_t kBlockFrames = 4096;
+
+// Chunk lengths have 32 bits, and the other chunks of a bank are far smaller than what three bytes for each
+// of these points leave.
+constexpr std::uint64_t kMaxPoints = 0xE0000000 / 3;
+constexpr std::u16string_view kTooManySamples = u"Save failed - The samples are too much for one bank";
 
 class PickedStream final : public SampleStream {
  public:
@@ -127,14 +134,12 @@ std::unique_ptr<SampleStream> openChannel(const ChannelData& data) {
 }
 
 std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data) {
-  // Chunk lengths have 32 bits, and the other chunks of a bank are far smaller than what is left here.
-  constexpr std::uint64_t kMaxPoints = 0xE0000000 / 3;
   std::vector<SamplePosition> positions;
   std::uint64_t next = 0;
   for (const ChannelData& each : data) {
     const std::uint64_t end = next + each.frames;
     if (end + kGapPoints > kMaxPoints) {
-      fail(u"Save failed - The samples are too much for one bank");
+      fail(kTooManySamples);
       return std::nullopt;
     }
     positions.push_back({static_cast<std::uint32_t>(next), static_cast<std::uint32_t>(end), false});
@@ -149,6 +154,33 @@ bool writePoints(const std::vector<ChannelData>& data, bool is24, BlockWriter& o
       return copyBytes(each, *offset, std::uint64_t{each.frames} * 2, out);
     return is24 ? encodeSplit(each, false, out) : encodePoints(each, out);
   });
+}
+
+bool writeStreams(const std::vector<ChannelData>& data, std::uint32_t setting, BlockWriter& out,
+                  std::vector<SamplePosition>& positions) {
+  // So many are encoded at a time, which keeps all processors busy and little in memory.
+  constexpr std::size_t kBatch = 32;
+  const std::uint64_t start = out.position();
+  for (std::size_t first = 0; first < data.size(); first += kBatch) {
+    const std::size_t count = std::min(kBatch, data.size() - first);
+    showStatus(u"Compressing: " + data[first].waveform->displayName());
+    std::vector<std::vector<std::byte>> streams(count);
+    const bool ok = parallelFor(count, [&](std::size_t index) {
+      auto stream = compress(data[first + index], setting);
+      if (stream) streams[index] = std::move(*stream);
+      return stream.has_value();
+    });
+    if (!ok) return false;
+    for (const auto& stream : streams) {
+      const std::uint64_t offset = out.position() - start;
+      if (offset + stream.size() > kMaxPoints * 2) return fail(kTooManySamples);
+      positions.push_back({static_cast<std::uint32_t>(offset),
+                           static_cast<std::uint32_t>(offset + stream.size()), !stream.empty()});
+      if (!out.append(stream)) return false;
+    }
+    showProgress(static_cast<double>(first + count) / static_cast<double>(data.size()));
+  }
+  return true;
 }
 
 bool writeLowBytes(const std::vector<ChannelData>& data, BlockWriter& out) {

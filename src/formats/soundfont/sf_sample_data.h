@@ -20,6 +20,10 @@ std::optional<std::vector<SamplePosition>> placePoints(const std::vector<Channel
 
 /// Appends 16 bits of every point: all of them, or the upper ones of 24. Stored bytes are copied.
 bool writePoints(const std::vector<ChannelData>& data, bool is24, BlockWriter& out);
+/// Appends a stream for each sample, of the given compression setting or as it came, and tells where they
+/// are.
+bool writeStreams(const std::vector<ChannelData>& data, std::uint32_t setting, BlockWriter& out,
+                  std::vector<SamplePosition>& positions);
 /// Appends the lower 8 of 24 bits.
 bool writeLowBytes(const std::vector<ChannelData>& data, BlockWriter& out);
 

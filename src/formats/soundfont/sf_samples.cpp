@@ -3,7 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/last_error.h"
+#include "base/log.h"
+#include "base/parallel_for.h"
 #include "codecs/pcm_source.h"
+#include "formats/soundfont/sf_compressed.h"
 #include "formats/soundfont/sf_rom.h"
 #include "formats/soundfont/sf_split_source.h"
 
@@ -30,6 +34,10 @@ Points pointsOf(const SampleHeader& header, std::uint64_t held, Complaints& comp
   return {header.start, end - header.start};
 }
 
+bool isCompressed(const SampleHeader& header) {
+  return (header.type & (sample_type::Compressed | sample_type::Rom)) == sample_type::Compressed;
+}
+
 bool has24Bits(const BankFile& bank, Complaints& complaints) {
   if (bank.sm24.size == 0) return false;
   const bool isNewEnough = bank.versionMajor > 2 || bank.versionMinor >= 4;
@@ -48,6 +56,31 @@ SamplePlace placePcm(const BankFile& bank, const SampleHeader& header, bool is24
   place.source = is24 ? makeSplitSource(file, {high, bank.sm24.offset + points.start, points.count})
                       : makePcmSource(file, high, points.count, 1, kPcm16);
   return place;
+}
+
+// The streams are opened to learn their lengths: several at once, and none that is decoded yet.
+void openStreams(const BankFile& bank, const std::shared_ptr<SourceFile>& file,
+                 std::vector<SamplePlace>& places, Complaints& complaints) {
+  std::vector<std::size_t> streams;
+  for (std::size_t i = 0; i < places.size(); ++i)
+    if (isCompressed(bank.samples[i])) streams.push_back(i);
+  std::vector<char> isLost(streams.size());
+  parallelFor(streams.size(), [&](std::size_t index) {
+    const SampleHeader& header = bank.samples[streams[index]];
+    CompressedSamples samples;
+    const bool isInside = header.start < header.end && header.end <= bank.smpl.size;
+    if (isInside &&
+        openCompressed({file, bank.smpl.offset + header.start, header.end - header.start, {}}, samples))
+      places[streams[index]] = {false, samples.source, static_cast<std::uint32_t>(samples.facts.frames)};
+    else
+      isLost[index] = true;
+    return true;
+  });
+  for (std::size_t i = 0; i < streams.size(); ++i) {
+    if (!isLost[i]) continue;
+    complaints.add(u"A compressed sample cannot be read and is empty");
+    places[streams[i]].source = makePcmSource(file, bank.smpl.offset, 0, 1, kPcm16);
+  }
 }
 
 std::size_t variantAt(std::size_t count, std::size_t found) { return std::min(found, count - 1); }
@@ -73,9 +106,12 @@ std::vector<SamplePlace> placeSamples(const BankFile& bank, const std::shared_pt
   for (const SampleHeader& header : bank.samples) {
     if ((header.type & sample_type::Rom) != 0)
       places.push_back(rom.place(header, complaints));
+    else if (isCompressed(header))
+      places.emplace_back();
     else
       places.push_back(placePcm(bank, header, is24, file, complaints));
   }
+  openStreams(bank, file, places, complaints);
   return places;
 }
 

@@ -69,31 +69,59 @@ struct Chunks {
   std::vector<std::byte> info, zones, headers;
 };
 
-bool writeFile(const Chunks& chunks, const std::vector<ChannelData>& data, std::uint64_t points, bool is24,
-               OutputFile& file) {
-  const std::uint64_t lowBytes = is24 ? 8 + points + points % 2 : 0;
-  const std::uint64_t sampleBytes = 4 + 8 + points * 2 + lowBytes;
+// Everything from the start of the file to the first sample; of sizes that are not known yet, 0.
+ByteWriter buildHead(const Chunks& chunks, std::uint64_t smplBytes, std::uint64_t listBytes) {
   const std::uint64_t tableBytes = 4 + chunks.zones.size() + chunks.headers.size();
   ByteWriter head;
-  appendHeader(head, fourCc("RIFF"), 4 + chunks.info.size() + 8 + sampleBytes + 8 + tableBytes);
+  appendHeader(head, fourCc("RIFF"), 4 + chunks.info.size() + 8 + listBytes + 8 + tableBytes);
   head.u32(fourCc("sfbk"));
   head.append(chunks.info);
-  appendHeader(head, fourCc("LIST"), sampleBytes);
+  appendHeader(head, fourCc("LIST"), listBytes);
   head.u32(fourCc("sdta"));
-  appendHeader(head, fourCc("smpl"), points * 2);
+  appendHeader(head, fourCc("smpl"), smplBytes);
+  return head;
+}
 
+bool appendTables(const Chunks& chunks, BlockWriter& out) {
+  ByteWriter tables;
+  appendHeader(tables, fourCc("LIST"), 4 + chunks.zones.size() + chunks.headers.size());
+  tables.u32(fourCc("pdta"));
+  return out.append(tables.bytes) && out.append(chunks.zones) && out.append(chunks.headers) && out.flush();
+}
+
+bool appendPad(std::uint64_t size, BlockWriter& out) {
+  return size % 2 == 0 || out.append(std::vector<std::byte>(1));
+}
+
+bool writePlain(Chunks chunks, const SamplePool& pool, bool is24, OutputFile& file) {
+  const auto positions = placePoints(pool.data());
+  if (!positions) return false;
+  chunks.headers = buildSampleHeaders(pool, *positions);
+  const std::uint64_t points = positions->empty() ? 0 : positions->back().end + std::uint64_t{kGapPoints};
+  const std::uint64_t lowBytes = is24 ? 8 + points + points % 2 : 0;
   BlockWriter out(file);
-  if (!out.append(head.bytes) || !writePoints(data, is24, out)) return false;
+  if (!out.append(buildHead(chunks, points * 2, 12 + points * 2 + lowBytes).bytes) ||
+      !writePoints(pool.data(), is24, out))
+    return false;
   if (is24) {
     ByteWriter low;
     appendHeader(low, fourCc("sm24"), points);
-    if (!out.append(low.bytes) || !writeLowBytes(data, out)) return false;
-    if (points % 2 != 0 && !out.append(std::vector<std::byte>(1))) return false;
+    if (!out.append(low.bytes) || !writeLowBytes(pool.data(), out) || !appendPad(points, out)) return false;
   }
-  ByteWriter tables;
-  appendHeader(tables, fourCc("LIST"), tableBytes);
-  tables.u32(fourCc("pdta"));
-  return out.append(tables.bytes) && out.append(chunks.zones) && out.append(chunks.headers) && out.flush();
+  return appendTables(chunks, out);
+}
+
+// The length of the streams is known when they are written; the head is written once more then.
+bool writeCompressed(Chunks chunks, const SamplePool& pool, std::uint32_t setting, OutputFile& file) {
+  BlockWriter out(file);
+  std::vector<SamplePosition> positions;
+  const std::uint64_t headBytes = buildHead(chunks, 0, 0).size();
+  if (!out.append(buildHead(chunks, 0, 0).bytes) || !writeStreams(pool.data(), setting, out, positions))
+    return false;
+  const std::uint64_t smplBytes = out.position() - headBytes;
+  chunks.headers = buildSampleHeaders(pool, positions);
+  if (!appendPad(smplBytes, out) || !appendTables(chunks, out)) return false;
+  return file.writeAt(0, buildHead(chunks, smplBytes, 12 + smplBytes + smplBytes % 2).bytes);
 }
 
 }  // namespace
@@ -107,17 +135,15 @@ bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
   SamplePool pool(waveforms, mono);
   keepFileLoops(instruments, pool);
 
-  Chunks chunks;
   auto zones = buildZoneTables(planBank(instruments, pool));
   if (!zones) return false;
+  const bool compressed = options.variant == kCompressedVariant;
+  const bool is24 = !compressed && needs24Bits(waveforms, options);
+  Chunks chunks;
   chunks.zones = std::move(*zones);
-  const auto positions = placePoints(pool.data());
-  if (!positions) return false;
-  chunks.headers = buildSampleHeaders(pool, *positions);
-  const bool is24 = needs24Bits(waveforms, options);
-  chunks.info = buildInfo(item, 2, is24 ? 4 : 1);
-  const std::uint64_t points = positions->empty() ? 0 : positions->back().end + std::uint64_t{kGapPoints};
-  return writeFile(chunks, pool.data(), points, is24, file);
+  chunks.info = buildInfo(item, compressed ? 3 : 2, compressed ? 0 : is24 ? 4 : 1);
+  return compressed ? writeCompressed(std::move(chunks), pool, options.setting, file)
+                    : writePlain(std::move(chunks), pool, is24, file);
 }
 
 }  // namespace vemko::soundfont

@@ -21,4 +21,12 @@ bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options);
 inline constexpr io::CapabilityMask kCapabilities =
     io::encodingBit(SampleEncoding::Pcm16) | io::encodingBit(SampleEncoding::Pcm24) | io::kMono | io::kStereo;
 
+inline constexpr io::CapabilityMask kCompressedCapabilities =
+    io::encodingBit(SampleEncoding::Codec) | io::kMono | io::kStereo;
+
+/// Variant of the row whose writer compresses the samples: Ogg Vorbis or FLAC by the compression setting.
+inline constexpr std::uint32_t kCompressedVariant = 1;
+double describeSetting(int index, std::uint32_t variant, std::u16string* label);
+std::u16string missingLibraries(bool writing);
+
 }  // namespace vemko::soundfont

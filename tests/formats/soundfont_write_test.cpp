@@ -1,0 +1,382 @@
+// From items back to banks.
+#include <random>
+
+#include "base/version.h"
+#include "core/parameters.h"
+#include "formats/soundfont/sf_articulation.h"
+#include "formats/soundfont_support.h"
+
+namespace vemko::test {
+namespace {
+
+// What the record tables of bytes hold.
+soundfont::BankFile parsed(const Block& bytes) {
+  soundfont::BankFile bank;
+  soundfont::Complaints complaints;
+  EXPECT_TRUE(soundfont::parseBank(bytes, bank, complaints)) << toUtf8(lastError());
+  return bank;
+}
+
+std::string infoOf(const soundfont::BankFile& bank, const char (&id)[5]) {
+  for (const soundfont::InfoText& text : bank.info)
+    if (text.id == fourCc(id)) return text.text;
+  return "";
+}
+
+void expectSameRegions(const Collection& a, const Collection& b) {
+  const auto before = regionsOf(a), after = regionsOf(b);
+  ASSERT_EQ(before.size(), after.size());
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    SCOPED_TRACE("region " + std::to_string(i));
+    const ArticulationBlock one = effective(*before[i]), other = effective(*after[i]);
+    for (int slot = 0; slot < kSlotCount; ++slot)
+      EXPECT_EQ(one.get(static_cast<Slot>(slot)), other.get(static_cast<Slot>(slot))) << "slot " << slot;
+    EXPECT_EQ(before[i]->keys, after[i]->keys);
+    EXPECT_EQ(before[i]->velocities, after[i]->velocities);
+    EXPECT_EQ(before[i]->rootKey, after[i]->rootKey);
+    EXPECT_EQ(before[i]->section, after[i]->section);
+    EXPECT_EQ(before[i]->waveform()->frames, after[i]->waveform()->frames);
+  }
+}
+
+// Presets that share instruments, ranges that cut zones off, global zones, stereo, loops that differ.
+Bank richBank() {
+  Bank bank;
+  bank.info.push_back({"ICRD", "Today"});
+  bank.samples = {{"Mono"}, {"Pair L"}, {"Pair R"}, {"Unused"}};
+  bank.samples[1].type = 4;
+  bank.samples[1].link = 2;
+  bank.samples[2].type = 2;
+  bank.samples[2].link = 1;
+  bank.samples[2].points.assign(100, -1000);
+  bank.samples[3].points.assign(100, 500);
+  bank.instruments = {
+      {"Wide",
+       {{{amount(gen::FilterCutoff, 8001), amount(gen::VolEnvRelease, 2003), amount(gen::SampleModes, 1)},
+         {route(0x502, 34, 77), route(0x81, 6, 10)}},
+        {{range(gen::KeyRange, 0, 59), amount(gen::Sample, 0)}, {}},
+        {{range(gen::KeyRange, 60, 90), amount(gen::FilterCutoff, 7777), amount(gen::SampleModes, 0),
+          amount(gen::Sample, 0)},
+         {}},
+        {{range(gen::KeyRange, 91, 127), amount(gen::LoopStartOffset, 3), amount(gen::Sample, 0)}, {}}}},
+      {"Stereo",
+       {{{amount(gen::Pan, -500), amount(gen::SampleModes, 1), amount(gen::Sample, 1)}, {}},
+        {{amount(gen::Pan, 500), amount(gen::SampleModes, 1), amount(gen::Sample, 2)}, {}}}},
+  };
+  bank.presets = {
+      {"One", 0, 0, {{{amount(gen::Instrument, 0)}, {}}, {{amount(gen::Instrument, 1)}, {}}}},
+      {"Two",
+       1,
+       0,
+       {{{amount(gen::Attenuation, 30)}, {}},
+        {{range(gen::KeyRange, 20, 70), amount(gen::FilterCutoff, -500), amount(gen::Instrument, 0)},
+         {route(0x81, 6, 5), route(0x502, 48, -100)}},
+        {{range(gen::VelocityRange, 0, 64), amount(gen::Attenuation, 0), amount(gen::Instrument, 0)}, {}}}},
+      {"Drums", 2, 128, {{{amount(gen::Instrument, 1)}, {}}}},
+      {"High bank", 3, 300, {{{amount(gen::Instrument, 1)}, {}}}},
+  };
+  return bank;
+}
+
+TEST(SoundFontWriter, GivesABankBack) {
+  for (bool tidied : {false, true}) {
+    SCOPED_TRACE(tidied ? "tidied" : "as read");
+    ReadBank read(richBank());
+    ASSERT_TRUE(read.ok);
+    if (tidied) io::fixUp(read.collection, io::kAllKinds, false);
+    const Block once = bytesOfSaved(read.collection);
+    ReadBank again(once);
+    ASSERT_TRUE(again.ok) << toUtf8(lastError());
+    if (tidied) {
+      EXPECT_EQ(read.collection.count(ItemKind::Waveform), 5u) << "the pair is one stereo waveform";
+      io::fixUp(again.collection, io::kAllKinds, false);
+    }
+    expectSameRegions(read.collection, again.collection);
+    EXPECT_TRUE(bytesOfSaved(again.collection) == once);
+
+    const soundfont::BankFile bank = parsed(once);
+    EXPECT_EQ(bank.instruments.size(), 2u) << "shared as before";
+    EXPECT_EQ(bank.presets.size(), 4u);
+    std::vector<int> banks;
+    for (const soundfont::PresetHeader& preset : bank.presets) banks.push_back(preset.bank);
+    EXPECT_EQ(banks, tidied ? (std::vector{0, 0, 300, 128}) : (std::vector{0, 0, 128, 300}));
+    EXPECT_EQ(bank.samples.size(), 4u);
+    EXPECT_EQ(infoOf(bank, "ICRD"), "Today");
+  }
+}
+
+TEST(SoundFontWriter, StampsItsFiles) {
+  ReadBank read(simpleBank());
+  const soundfont::BankFile bank = parsed(bytesOfSaved(read.collection));
+  EXPECT_EQ(bank.versionMajor, 2);
+  EXPECT_EQ(bank.versionMinor, 1);
+  EXPECT_EQ(infoOf(bank, "isng"), "EMU8000");
+  EXPECT_EQ(infoOf(bank, "INAM"), "Bank");
+  EXPECT_EQ(infoOf(bank, "ISFT"), "Vemko Studio v12.13");
+}
+
+// An edit changes what it must; amounts that the model rounds or does not know stay.
+TEST(SoundFontWriter, KeepsWhatAnEditLeavesAlone) {
+  const std::vector<Generator> given = {amount(gen::FilterCutoff, 8001), amount(gen::VolEnvRelease, 2003),
+                                        amount(gen::ModEnvRelease, 77), amount(gen::Pan, 100)};
+  struct Case {
+    const char* name;
+    void (*edit)(Region&);
+    std::vector<Generator> expected;
+  };
+  const Case cases[] = {
+      {"nothing", [](Region&) {}, given},
+      {"pan",
+       [](Region& region) { region.articulation.set(slots::Pan, -0.5f); },
+       {amount(gen::FilterCutoff, 8001), amount(gen::Pan, -250), amount(gen::ModEnvRelease, 77),
+        amount(gen::VolEnvRelease, 2003)}},
+      {"cutoff",
+       [](Region& region) { region.articulation.set(slots::FilterCutoff, 440); },
+       {amount(gen::FilterCutoff, 6900), amount(gen::Pan, 100), amount(gen::ModEnvRelease, 77),
+        amount(gen::VolEnvRelease, 2003)}},
+      {"root key",
+       [](Region& region) { region.rootKey = 64; },
+       {amount(gen::FilterCutoff, 8001), amount(gen::Pan, 100), amount(gen::ModEnvRelease, 77),
+        amount(gen::VolEnvRelease, 2003), amount(gen::RootKey, 64)}},
+      {"section",
+       [](Region& region) {
+         region.section = {10, 90};
+       },
+       {amount(gen::StartOffset, 10), amount(gen::EndOffset, -10), amount(gen::FilterCutoff, 8001),
+        amount(gen::Pan, 100), amount(gen::ModEnvRelease, 77), amount(gen::VolEnvRelease, 2003)}},
+      {"keys",
+       [](Region& region) {
+         region.keys = {10, 20};
+       },
+       {range(gen::KeyRange, 10, 20), amount(gen::FilterCutoff, 8001), amount(gen::Pan, 100),
+        amount(gen::ModEnvRelease, 77), amount(gen::VolEnvRelease, 2003)}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    ReadBank read(simpleBank(given, {route(0x502, 34, 77)}));
+    c.edit(*read.regions()[0]);
+    const soundfont::BankFile bank = parsed(bytesOfSaved(read.collection));
+    std::vector<Generator> expected = c.expected, written = bank.instrumentGenerators;
+    expected.push_back(amount(gen::Sample, 0));
+    written.pop_back();  // the terminal
+    std::ranges::sort(expected, {}, &Generator::number);
+    std::ranges::sort(written, {}, &Generator::number);
+    EXPECT_TRUE(written == expected);
+    EXPECT_TRUE(bank.instrumentModulators.at(0) == route(0x502, 34, 77));
+  }
+}
+
+TEST(SoundFontWriter, ChangesTheModulatorThatWasEdited) {
+  ReadBank read(simpleBank({}, {route(0x102, 48, 960), route(0x502, 48, 0), route(0x81, 6, 20)}));
+  read.regions()[0]->articulation.set(slots::VelocityResponse, 0.5f);
+  const soundfont::BankFile bank = parsed(bytesOfSaved(read.collection));
+  EXPECT_EQ(bank.instrumentModulators.size(), 3u);
+  EXPECT_TRUE(bank.instrumentModulators.at(0) == route(0x81, 6, 20));
+  EXPECT_TRUE(bank.instrumentModulators.at(1) == route(0x502, 48, 480));
+}
+
+TEST(SoundFontWriter, EditsOneOfTwoPresetsThatShareAnInstrument) {
+  ReadBank read(richBank());
+  Region& edited = *regionsOf(*read.collection.all<Instrument>()[1])[0];
+  edited.articulation.set(slots::Pan, 0.5f);
+  const Block bytes = bytesOfSaved(read.collection);
+  ReadBank again(bytes);
+  EXPECT_EQ(parsed(bytes).instruments.size(), 3u);
+  const auto before = read.collection.all<Instrument>(), after = again.collection.all<Instrument>();
+  EXPECT_EQ(regionsOf(*after[1]).size(), regionsOf(*before[1]).size());
+  for (std::size_t i : {0u, 2u, 3u}) {
+    const auto a = regionsOf(*before[i]), b = regionsOf(*after[i]);
+    ASSERT_EQ(a.size(), b.size());
+    for (std::size_t j = 0; j < a.size(); ++j) EXPECT_TRUE(effective(*a[j]) == effective(*b[j]));
+  }
+  EXPECT_EQ(std::ranges::count_if(regionsOf(*after[1]),
+                                  [](Region* region) { return effective(*region).get(slots::Pan) == 0.5f; }),
+            1);
+}
+
+TEST(SoundFontWriter, SavesOneInstrument) {
+  ReadBank read(richBank());
+  Instrument& instrument = *read.collection.all<Instrument>()[2];
+  const soundfont::BankFile bank = parsed(bytesOfSaved(instrument));
+  ASSERT_EQ(bank.presets.size(), 1u);
+  EXPECT_EQ(soundfont::charactersOf(bank.presets[0].name), "Drums");
+  EXPECT_EQ(bank.samples.size(), 2u);
+  TempFolder folder;
+  OutputFile file;
+  ASSERT_TRUE(file.create(folder / "out.sf2"));
+  EXPECT_FALSE(soundfont::writeBank(*read.collection.all<Waveform>()[0], file, {}));
+  EXPECT_EQ(lastError(), u"The file format can not save this item");
+}
+
+// --- Items that no bank made
+
+Waveform& addWaveform(Collection& collection, std::uint8_t channels, float value) {
+  Waveform& waveform = createWaveform(collection, u"Tone");
+  auto buffer = SampleBuffer::allocate(50, channels, 48000);
+  for (std::size_t i = 0; i < buffer->samples().size(); ++i)
+    buffer->samples()[i] = value * static_cast<float>(1 + i % channels);
+  waveform.rate = 48000;
+  waveform.setSamples(buffer);
+  return waveform;
+}
+
+TEST(SoundFontWriter, SplitsStereoIntoLinkedSamples) {
+  Collection collection;
+  Waveform& waveform = addWaveform(collection, 2, 0.25f);
+  waveform.sourceFormat = static_cast<SourceFormat>(SampleEncoding::Pcm16);
+  Layer& layer = createLayer(createInstrument(collection, u"New"), u"");
+  createRegion(layer, u"").setWaveform(waveform.id());
+  const Block bytes = bytesOfSaved(collection);
+  const soundfont::BankFile bank = parsed(bytes);
+  ASSERT_EQ(bank.samples.size(), 2u);
+  EXPECT_EQ(soundfont::charactersOf(bank.samples[1].name), "Tone R");
+  EXPECT_EQ(bank.samples[0].type, 4);
+  EXPECT_EQ(bank.samples[1].type, 2);
+  EXPECT_EQ(bank.samples[0].link, 1);
+  EXPECT_EQ(bank.samples[1].link, 0);
+  EXPECT_EQ(bank.samples[1].start, 96u) << "behind 46 points of silence";
+  EXPECT_EQ(bank.smpl.size, 192u * 2);
+
+  ReadBank read(bytes);
+  io::fixUp(read.collection, io::kAllKinds, false);
+  ASSERT_EQ(read.collection.count(ItemKind::Waveform), 1u);
+  const auto stream = openSamples(*read.collection.all<Waveform>()[0]);
+  float frame[2] = {};
+  ASSERT_TRUE(stream && stream->read(frame) == 1u);
+  EXPECT_EQ(frame[0], 0.25f);
+  EXPECT_EQ(frame[1], 0.5f);
+  EXPECT_EQ(effective(read.region()).get(slots::Pan), 0);
+
+  const soundfont::BankFile mono = parsed(bytesOfSaved(collection, {.requested = io::kMono}));
+  EXPECT_EQ(mono.samples.size(), 1u);
+}
+
+TEST(SoundFontWriter, ChoosesTheWidth) {
+  struct Case {
+    const char* name;
+    SourceFormat format;
+    io::CapabilityMask requested;
+    int minor;
+    float expected;
+  };
+  const auto of = [](SampleEncoding encoding) { return static_cast<SourceFormat>(encoding); };
+  constexpr float kValue = 12345679 / 16777216.0f, k24 = 6172840 / 8388608.0f, k16 = 24113 / 32768.0f;
+  const Case cases[] = {
+      {"16 bits stay", of(SampleEncoding::Pcm16), 0, 1, k16},
+      {"24 bits stay", of(SampleEncoding::Pcm24), 0, 4, k24},
+      {"floats", of(SampleEncoding::Float32), 0, 4, k24},
+      {"16 asked for", of(SampleEncoding::Pcm24), io::encodingBit(SampleEncoding::Pcm16), 1, k16},
+      {"24 asked for", of(SampleEncoding::Pcm16), io::encodingBit(SampleEncoding::Pcm24), 4, k24},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Collection collection;
+    Waveform& waveform = addWaveform(collection, 1, kValue);
+    waveform.sourceFormat = c.format;
+    const Block bytes = bytesOfSaved(collection, {.requested = c.requested});
+    EXPECT_EQ(parsed(bytes).versionMinor, c.minor);
+    ReadBank read(bytes);
+    ASSERT_EQ(read.collection.count(ItemKind::Waveform), 1u);
+    const auto stream = openSamples(*read.collection.all<Waveform>()[0]);
+    float sample = 0;
+    ASSERT_TRUE(stream && stream->read({&sample, 1}) == 1u);
+    EXPECT_EQ(sample, c.expected);
+  }
+}
+
+TEST(SoundFontWriter, KeepsSampleBytes) {
+  std::mt19937 random(5);
+  for (bool is24 : {false, true}) {
+    SCOPED_TRACE(is24 ? "24 bits" : "16 bits");
+    Bank bank = simpleBank();
+    bank.samples[0].points.resize(3001);
+    for (auto& point : bank.samples[0].points) point = static_cast<std::int16_t>(random());
+    if (is24) {
+      bank.minor = 4;
+      bank.lowBytes.resize(3047);
+      for (std::size_t i = 0; i < 3001; ++i) bank.lowBytes[i] = static_cast<std::uint8_t>(random());
+    }
+    const Block original = bytesOf(bank);
+    ReadBank read(original);
+    const Block written = bytesOfSaved(read.collection);
+    auto bytesAt = [](const Block& bytes, const soundfont::FileRange& place) {
+      return Block(bytes.begin() + static_cast<std::ptrdiff_t>(place.offset),
+                   bytes.begin() + static_cast<std::ptrdiff_t>(place.offset + place.size));
+    };
+    EXPECT_TRUE(bytesAt(original, parsed(original).smpl) == bytesAt(written, parsed(written).smpl));
+    EXPECT_TRUE(bytesAt(original, parsed(original).sm24) == bytesAt(written, parsed(written).sm24));
+
+    // The same through floats, as after an edit.
+    Waveform& waveform = *read.collection.all<Waveform>()[0];
+    auto buffer = SampleBuffer::allocate(waveform.frames, 1, waveform.rate);
+    ASSERT_EQ(openSamples(waveform)->read(buffer->samples()), waveform.frames);
+    waveform.setSamples(buffer);
+    waveform.sourceFormat = static_cast<SourceFormat>(is24 ? SampleEncoding::Pcm24 : SampleEncoding::Pcm16);
+    const Block encoded = bytesOfSaved(read.collection);
+    EXPECT_TRUE(bytesAt(original, parsed(original).smpl) == bytesAt(encoded, parsed(encoded).smpl));
+    EXPECT_TRUE(bytesAt(original, parsed(original).sm24) == bytesAt(encoded, parsed(encoded).sm24));
+  }
+}
+
+TEST(SoundFontWriter, SharesWhatIsEqual) {
+  Collection collection;
+  Waveform& waveform = addWaveform(collection, 1, 0.5f);
+  auto addInstrument = [&](float pan) {
+    Layer& layer = createLayer(createInstrument(collection, u"Same"), u"");
+    for (std::uint8_t key = 0; key < 100; ++key) {
+      Region& region = createRegion(layer, u"", {.keys = {key, key}});
+      region.setWaveform(waveform.id());
+      region.articulation.set(slots::Pan, key == 50 ? 0.0f : pan);
+      region.articulation.set(slots::MasterVolume, key % 2 == 0 ? -2.0f : -4.0f);
+    }
+  };
+  addInstrument(0.25f);
+  addInstrument(0.25f);
+  addInstrument(0.5f);
+  const soundfont::BankFile bank = parsed(bytesOfSaved(collection));
+  EXPECT_EQ(bank.presets.size(), 3u);
+  EXPECT_EQ(bank.instruments.size(), 2u);
+  // Per zone the keys and the sample, once the pan, for every other zone its volume, and the terminal.
+  EXPECT_LE(bank.instrumentGenerators.size(), 2u * (200 + 50 + 6) + 1);
+  ReadBank read(bytesOfSaved(collection));
+  expectSameRegions(collection, read.collection);
+}
+
+TEST(SoundFontWriter, RefusesTooMuchData) {
+  struct Case {
+    const char* name;
+    std::size_t regions;
+    bool isSaved;
+  };
+  // Four records a region, less 532 that the global zone saves, and the terminal: 65533 and 65537.
+  for (const Case& c : {Case{"as many as go", 16516, true}, Case{"one more", 16517, false}}) {
+    SCOPED_TRACE(c.name);
+    Collection collection;
+    Waveform& waveform = addWaveform(collection, 1, 0.5f);
+    Instrument& instrument = createInstrument(collection, u"");
+    Layer& layer = createLayer(instrument, u"");
+    // Slots at what the format has by default, so that there is no global zone.
+    const ArticulationBlock plain = soundfont::articulationOf({}, {});
+    for (std::size_t i = 0; i < c.regions; ++i) {
+      Region& region = createRegion(layer, u"", {.keys = {1, 100}});
+      region.setWaveform(waveform.id());
+      region.articulation = plain;
+      region.articulation.set(slots::Pan, static_cast<float>(i % 500 + 1) * 0.002f);
+      region.articulation.set(slots::MasterVolume, static_cast<float>(i / 500 + 1) * -0.04f);
+    }
+    TempFolder folder;
+    OutputFile file;
+    ASSERT_TRUE(file.create(folder / "out.sf2"));
+    EXPECT_EQ(soundfont::writeBank(collection, file, {}), c.isSaved) << toUtf8(lastError());
+    if (!c.isSaved) {
+      EXPECT_EQ(
+          lastError(),
+          u"Save failed - Too much data!\n\nThe SF2 file format is by its construction limited to storing a "
+          u"maximum of 65536 parameter values...nRemove some instruments then try saving again!\n");
+      EXPECT_EQ(file.size(), 0u);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace vemko::test
