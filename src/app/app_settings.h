@@ -110,9 +110,6 @@ struct FormatSettings {
   bool aacMidSide = true;
   bool mp2Id3Tag = false;
   bool mp2JointStereo = true;
-  bool mp3ApeTag = false;
-  bool mp3Id3Tag = true;
-  bool mp3JointStereo = true;
   bool sd2Ask = true;
   std::uint32_t sd2SampleRate = 44100;
   std::int32_t sd2Bits = 16;

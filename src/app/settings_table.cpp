@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "app/app_settings.h"
+#include "formats/audio/audio.h"
 #include "formats/wave/wave.h"
 #include "io/fixup.h"
 
@@ -153,9 +154,9 @@ constexpr SettingRow kRows[] = {
   row("fmt.aac.bWriteMS",            B, 1, u"1", u"AAC: code mid and side", field<fmt, &FormatSettings::aacMidSide>),
   row("fmt.mp2.bWriteID3",           B, 1, u"0", u"MP2: write an ID3 tag", field<fmt, &FormatSettings::mp2Id3Tag>),
   row("fmt.mp2.bWriteJS",            B, 1, u"1", u"MP2: joint stereo", field<fmt, &FormatSettings::mp2JointStereo>),
-  row("fmt.mp3.bWriteAPE",           B, 1, u"0", u"MP3: write an APE tag", field<fmt, &FormatSettings::mp3ApeTag>),
-  row("fmt.mp3.bWriteID3",           B, 1, u"1", u"MP3: write an ID3 tag", field<fmt, &FormatSettings::mp3Id3Tag>),
-  row("fmt.mp3.bWriteJS",            B, 1, u"1", u"MP3: joint stereo", field<fmt, &FormatSettings::mp3JointStereo>),
+  row("fmt.mp3.bWriteAPE",           B, 1, u"0", u"MP3: write an APE tag", field<audio::options, &audio::Options::mp3ApeTag>),
+  row("fmt.mp3.bWriteID3",           B, 1, u"1", u"MP3: write an ID3 tag", field<audio::options, &audio::Options::mp3Id3Tag>),
+  row("fmt.mp3.bWriteJS",            B, 1, u"1", u"MP3: joint stereo", field<audio::options, &audio::Options::mp3JointStereo>),
   row("fmt.sd2.bReadAsk",            B, 1, u"1", u"Sound Designer II: ask for the data format", field<fmt, &FormatSettings::sd2Ask>),
   row("fmt.sd2.dwSampleRate",        D, 4, u"44100", u"Sound Designer II: sample rate in Hz", field<fmt, &FormatSettings::sd2SampleRate>),
   row("fmt.sd2.iBits",               D, 4, u"16", u"Sound Designer II: bits", field<fmt, &FormatSettings::sd2Bits>),

@@ -122,6 +122,7 @@ std::optional<std::span<const float>> EncoderBlocks::next() {
 }
 
 void reorderChannels(std::span<float> samples, std::span<const std::uint8_t> order) {
+  if (order.empty()) return;
   std::array<float, 256> frame;
   for (std::size_t at = 0; at + order.size() <= samples.size(); at += order.size()) {
     for (std::size_t i = 0; i < order.size(); ++i) frame[i] = samples[at + order[i]];

@@ -122,7 +122,7 @@ class EncoderBlocks {
 };
 
 /// Reorders the channels of each frame in place; order[i] is the present place of the channel that becomes
-/// channel i.
+/// channel i. An empty order changes nothing.
 void reorderChannels(std::span<float> samples, std::span<const std::uint8_t> order);
 
 }  // namespace vemko

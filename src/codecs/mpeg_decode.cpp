@@ -13,6 +13,8 @@ std::u16string missingEncoder();  // the other half of this bridge
 namespace {
 
 constexpr std::size_t kRunSamples = 8192;
+// A frame's bits may lie up to 511 bytes before it: in so many of the smallest frames.
+constexpr long kFramesBeforeSeek = 24;
 
 constexpr LibraryNames kLibrary = {u"libmpg123",
                                    u"Debian package libmpg123-0, Windows libmpg123-0.dll",
@@ -33,7 +35,6 @@ struct Functions {
   decltype(&mpg123_scan) scan = library.find("mpg123_scan");
   decltype(&mpg123_length) length = library.find("mpg123_length");
   decltype(&mpg123_read) read = library.find("mpg123_read");
-  decltype(&mpg123_tell) tell = library.find("mpg123_tell");
   decltype(&mpg123_seek) seek = library.find("mpg123_seek");
   bool isReady = library.isAvailable() && init() == MPG123_OK;
 };
@@ -69,6 +70,7 @@ Handle openHandle(PartInput& input, Format& format) {
   int encoding = 0;
   const bool ok = handle && use.parameter(handle.get(), MPG123_ADD_FLAGS, kFlags, 0) == MPG123_OK &&
                   use.parameter(handle.get(), MPG123_RESYNC_LIMIT, -1, 0) == MPG123_OK &&
+                  use.parameter(handle.get(), MPG123_PREFRAMES, kFramesBeforeSeek, 0) == MPG123_OK &&
                   use.replaceReader(handle.get(), onRead, onSeek, nullptr) == MPG123_OK &&
                   use.open(handle.get(), &input) == MPG123_OK &&
                   use.getFormat(handle.get(), &format.rate, &format.channels, &encoding) == MPG123_OK;
@@ -98,23 +100,26 @@ class MpegDecoder final : public Decoder {
                                           samples_.size() * sizeof(float), &bytes);
       const std::size_t channels = static_cast<std::size_t>(format_.channels);
       const std::size_t frames = bytes / sizeof(float) / channels;
-      const auto end = static_cast<std::uint64_t>(functions().tell(handle_.get()));
-      if (frames > 0 && end > delay_) {
-        const std::size_t kept = static_cast<std::size_t>(std::min<std::uint64_t>(frames, end - delay_));
+      position_ += frames;
+      if (frames > 0 && position_ > delay_) {
+        const auto kept = static_cast<std::size_t>(std::min<std::uint64_t>(frames, position_ - delay_));
         const auto run = std::span(samples_).first(frames * channels).last(kept * channels);
-        return {end - kept - delay_, run};
+        return {position_ - kept - delay_, run};
       }
       if (frames == 0 && result != MPG123_OK && result != MPG123_NEW_FORMAT) return {};
     }
   }
 
   bool seek(std::uint64_t frame) override {
-    return functions().seek(handle_.get(), static_cast<off_t>(frame + delay_), SEEK_SET) >= 0;
+    const off_t reached = functions().seek(handle_.get(), static_cast<off_t>(frame + delay_), SEEK_SET);
+    position_ = static_cast<std::uint64_t>(std::max(reached, off_t{0}));
+    return reached >= 0;
   }
 
  private:
   std::unique_ptr<PartInput> input_;
   std::uint64_t delay_;
+  std::uint64_t position_ = 0;  // counted here: the library's own is wrong in the last frame
   Handle handle_;
   Format format_;
   std::vector<float> samples_;

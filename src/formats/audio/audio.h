@@ -5,18 +5,116 @@
 
 namespace vemko::audio {
 
-inline constexpr io::CapabilityMask kMonoAndStereo = io::kMono | io::kStereo;
-inline constexpr io::CapabilityMask kCodecCapabilities =
-    io::encodingBit(SampleEncoding::Codec) | kMonoAndStereo;
+struct Options {
+  bool mp3ApeTag = false;
+  bool mp3Id3Tag = true;
+  bool mp3JointStereo = true;
+};
+Options& options();
+
+constexpr io::CapabilityMask encodings(std::initializer_list<SampleEncoding> list) {
+  io::CapabilityMask mask = io::kMono | io::kStereo;
+  for (SampleEncoding each : list) mask |= io::encodingBit(each);
+  return mask;
+}
+inline constexpr io::CapabilityMask kCodecCapabilities = encodings({SampleEncoding::Codec});
+
+// --- FLAC. Writer variant 0: default compression, 1: the most.
 
 int probeFlac(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readFlac(Collection& collection, InputFile& file, std::uint32_t variant);
-/// Variant 0: default compression, 1: the most.
 bool writeFlac(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForFlac(bool writing);
 inline constexpr io::CapabilityMask kFlacCapabilities =
-    io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm12) |
-    io::encodingBit(SampleEncoding::Pcm16) | io::encodingBit(SampleEncoding::Pcm20) |
-    io::encodingBit(SampleEncoding::Pcm24) | kMonoAndStereo;
+    encodings({SampleEncoding::Pcm8, SampleEncoding::Pcm12, SampleEncoding::Pcm16, SampleEncoding::Pcm20,
+               SampleEncoding::Pcm24});
+
+// --- Ogg Vorbis and Opus. The settings run from the best quality down.
+
+int probeVorbis(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readVorbis(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeVorbis(Item& item, OutputFile& file, const io::SaveOptions& options);
+std::u16string missingForVorbis(bool writing);
+double describeVorbisSetting(int index, std::uint32_t variant, std::u16string* label);
+
+int probeOpus(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readOpus(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeOpus(Item& item, OutputFile& file, const io::SaveOptions& options);
+std::u16string missingForOpus(bool writing);
+double describeOpusSetting(int index, std::uint32_t variant, std::u16string* label);
+
+// --- MPEG audio. Reading variant: the layer, 0 for any. Writing variant: constant, average, variable bit
+// rate.
+
+inline constexpr std::uint32_t kMp3Constant = 0, kMp3Average = 1, kMp3Variable = 2;
+int probeMpeg(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readMpeg(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeMp3(Item& item, OutputFile& file, const io::SaveOptions& options);
+std::u16string missingForMpeg(bool writing);
+/// Bit rates in kbit/s, from the highest down.
+double describeMp3Setting(int index, std::uint32_t variant, std::u16string* label);
+
+// --- WavPack.
+
+int probeWavpack(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readWavpack(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeWavpack(Item& item, OutputFile& file, const io::SaveOptions& options);
+std::u16string missingForWavpack(bool writing);
+inline constexpr io::CapabilityMask kWavpackCapabilities =
+    encodings({SampleEncoding::Pcm8, SampleEncoding::Pcm12, SampleEncoding::Pcm16, SampleEncoding::Pcm20,
+               SampleEncoding::Pcm24, SampleEncoding::Float32});
+
+// --- GSM 06.10 without a header: mono, taken to be 8000 Hz.
+
+int probeRawGsm(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readRawGsm(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeRawGsm(Item& item, OutputFile& file, const io::SaveOptions& options);
+std::u16string missingForGsm(bool writing);
+inline constexpr io::CapabilityMask kGsmCapabilities = io::encodingBit(SampleEncoding::Gsm610) | io::kMono;
+
+// --- Files that libsndfile knows. The variant is one of these.
+
+enum SndfileType : std::uint32_t {
+  kAiff,  ///< Integers.
+  kAifc,  ///< The same with floats and companded samples.
+  kAu,
+  kAvr,
+  kCoreAudio,
+  kIff,
+  kNist,
+  kParis,
+  kIrcam,
+  kVoc,
+  kWave64,
+};
+int probeSndfile(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readSndfile(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeSndfile(Item& item, OutputFile& file, const io::SaveOptions& options);
+std::u16string missingForSndfile(bool writing);
+
+constexpr io::CapabilityMask sndfileCapabilities(SndfileType type) {
+  using enum SampleEncoding;
+  switch (type) {
+    case kAiff:
+      return encodings({Pcm8, Pcm16, Pcm24, Pcm32});
+    case kAifc:
+    case kAu:
+    case kCoreAudio:
+    case kWave64:
+      return encodings({Pcm8, Pcm16, Pcm24, Pcm32, Float32, Float64, MuLaw, ALaw});
+    case kAvr:
+    case kIff:
+      return encodings({Pcm8, Pcm16});
+    case kNist:
+      return encodings({Pcm8, Pcm16, Pcm24, Pcm32, MuLaw, ALaw});
+    case kParis:
+      return encodings({Pcm8, Pcm16, Pcm24});
+    case kIrcam:
+      return encodings({Pcm16, Pcm32, Float32, MuLaw, ALaw});
+    case kVoc:
+      return encodings({Pcm8, Pcm16, MuLaw, ALaw});
+  }
+  return 0;
+}
 
 }  // namespace vemko::audio

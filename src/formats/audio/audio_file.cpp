@@ -3,6 +3,8 @@
 #include <cstdint>
 
 #include "base/last_error.h"
+#include "base/log.h"
+#include "base/text.h"
 #include "codecs/sample_writer.h"
 
 namespace vemko::audio {
@@ -30,11 +32,31 @@ bool isNamedAfterFile(const Waveform& waveform, const Path& target) {
          waveform.name() == textOf(waveform.source->file()->path().stem());
 }
 
+unsigned bitsOf(SampleEncoding encoding) {
+  switch (encoding) {
+    case SampleEncoding::Pcm8:
+      return 8;
+    case SampleEncoding::Pcm12:
+      return 12;
+    case SampleEncoding::Pcm16:
+      return 16;
+    case SampleEncoding::Pcm20:
+      return 20;
+    default:
+      return 24;
+  }
+}
+
 bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask capabilities,
-                  WriteJob& job) {
+                  std::uint8_t mostChannels, WriteJob& job) {
   if (item.kind() != ItemKind::Waveform) return fail(u"The file format can not save this item");
   job.waveform = static_cast<const Waveform*>(&item);
   job.layout = io::chooseLayout(*job.waveform, options, capabilities);
+  if (job.layout.channels > mostChannels) {
+    logWarning(toUtf16(
+        formatted("Only the first %d of %d channels are written", mostChannels, job.layout.channels)));
+    job.layout.channels = mostChannels;
+  }
   job.stream = withChannels(openSamples(*job.waveform), job.waveform->channels, job.layout.channels);
   return job.stream != nullptr;
 }

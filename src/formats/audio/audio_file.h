@@ -27,8 +27,12 @@ struct WriteJob {
 
   EncoderInput input() const { return {*stream, waveform->frames, waveform->rate, layout.channels}; }
 };
-/// Fails with "The file format can not save this item" for anything but a waveform, and as opening samples
-/// does.
-bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask capabilities, WriteJob& job);
+/// Channels above `mostChannels` are left out, with a warning. Fails with "The file format can not save this
+/// item" for anything but a waveform, and as opening samples does.
+bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask capabilities,
+                  std::uint8_t mostChannels, WriteJob& job);
+
+/// Width of the integers of an encoding; 24 for any other.
+unsigned bitsOf(SampleEncoding encoding);
 
 }  // namespace vemko::audio

@@ -11,21 +11,7 @@ namespace vemko::audio {
 namespace {
 
 constexpr std::uint32_t kMaxCompression = 1;  // variant
-
-unsigned bitsOf(SampleEncoding encoding) {
-  switch (encoding) {
-    case SampleEncoding::Pcm8:
-      return 8;
-    case SampleEncoding::Pcm12:
-      return 12;
-    case SampleEncoding::Pcm16:
-      return 16;
-    case SampleEncoding::Pcm20:
-      return 20;
-    default:
-      return 24;
-  }
-}
+constexpr std::uint8_t kMostChannels = 8;
 
 void readMetadata(const flac::Metadata& metadata, Waveform& waveform) {
   readVorbisComments(metadata.comments, waveform);
@@ -76,7 +62,7 @@ bool readFlac(Collection& collection, InputFile& file, std::uint32_t) {
 
 bool writeFlac(Item& item, OutputFile& file, const io::SaveOptions& save) {
   WriteJob job;
-  if (!prepareWrite(item, save, kFlacCapabilities, job)) return false;
+  if (!prepareWrite(item, save, kFlacCapabilities, kMostChannels, job)) return false;
   flac::EncodeOptions options;
   options.bits = bitsOf(job.layout.encoding);
   options.maxCompression = save.variant == kMaxCompression;

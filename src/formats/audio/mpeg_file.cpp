@@ -1,0 +1,182 @@
+// MPEG audio files with ID3 and APE tags. They hold neither loops nor markers.
+#include <cmath>
+#include <iterator>
+#include <optional>
+
+#include "base/log.h"
+#include "base/text.h"
+#include "codecs/ape.h"
+#include "codecs/id3.h"
+#include "codecs/mpeg.h"
+#include "formats/audio/audio.h"
+#include "formats/audio/audio_file.h"
+#include "formats/audio/probes.h"
+
+namespace vemko::audio {
+namespace {
+
+constexpr double kBitRates[] = {320, 256, 224, 192, 160, 128, 112, 96, 80, 64, 56, 48, 40, 32, 24, 16, 8};
+// What the library's ten steps of variable bit rate come to on average, in stereo at 44100 Hz.
+constexpr double kVariableBitRates[] = {245, 225, 190, 175, 165, 130, 115, 100, 85, 65};
+constexpr std::uint32_t kFallbackBitRate = 128000;
+constexpr double kLowestBitRate = 8000, kHighestBitRate = 320000;
+
+// --- Frame headers, as far as probing goes.
+
+struct FrameHeader {
+  unsigned layer = 0;
+  std::size_t bytes = 0;       // of the whole frame, 0 where the header does not tell
+  std::uint32_t constant = 0;  // the bits that all frames of a stream share
+};
+
+// clang-format off
+// kbit/s by version 1 or 2 and layer, then by the header's index.
+constexpr std::uint16_t kFrameRates[2][3][15] = {
+  {{0, 32, 64, 96, 128, 160, 192, 224, 256, 288, 320, 352, 384, 416, 448},
+   {0, 32, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320, 384},
+   {0, 32, 40, 48, 56, 64, 80, 96, 112, 128, 160, 192, 224, 256, 320}},
+  {{0, 32, 48, 56, 64, 80, 96, 112, 128, 144, 160, 176, 192, 224, 256},
+   {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160},
+   {0, 8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160}}};
+constexpr std::uint32_t kFrameSampleRates[] = {44100, 48000, 32000};
+// clang-format on
+
+std::optional<FrameHeader> parseFrame(Bytes bytes) {
+  ByteReader reader(bytes);
+  const auto word = reader.big<std::uint32_t>();
+  const unsigned version = word >> 19 & 3, layerCode = word >> 17 & 3, rateIndex = word >> 12 & 15,
+                 sampleRateIndex = word >> 10 & 3, padding = word >> 9 & 1;
+  if (!reader.ok || word >> 21 != 0x7FF || version == 1 || layerCode == 0 || rateIndex == 15 ||
+      sampleRateIndex == 3)
+    return std::nullopt;
+  FrameHeader header;
+  header.layer = 4 - layerCode;
+  header.constant = word & 0xFFFE0C00;
+  const bool isLow = version != 3;  // MPEG 2 and 2.5
+  const std::uint32_t rate = kFrameSampleRates[sampleRateIndex] >> (version == 3 ? 0 : version == 2 ? 1 : 2);
+  const std::uint32_t bitRate = kFrameRates[isLow][header.layer - 1][rateIndex] * 1000u;
+  if (header.layer == 1)
+    header.bytes = (12 * bitRate / rate + padding) * 4;
+  else
+    header.bytes = (header.layer == 3 && isLow ? 72 : 144) * bitRate / rate + padding;
+  return bitRate == 0 ? std::nullopt : std::optional(header);
+}
+
+// How many frames follow each other from the start on, at most `enough`.
+int countFrames(Bytes bytes, int enough, unsigned& layer) {
+  int count = 0;
+  std::uint32_t constant = 0;
+  while (count < enough) {
+    const auto header = parseFrame(bytes);
+    if (!header || (count > 0 && header->constant != constant)) break;
+    constant = header->constant;
+    layer = header->layer;
+    ++count;
+    if (header->bytes >= bytes.size()) break;
+    bytes = bytes.subspan(header->bytes);
+  }
+  return count;
+}
+
+// --- Tags at the end.
+
+constexpr std::size_t kId3v1Bytes = 128;
+
+void readId3v1(Bytes tag, Waveform& waveform) {
+  constexpr std::size_t kFieldBytes = 30;
+  ByteReader reader(tag);
+  reader.skip(3);
+  for (TextProperty property : {TextProperty::Name, TextProperty::Artist, TextProperty::Product}) {
+    const std::u16string text = decodeText(reader.take(kFieldBytes));
+    if (waveform.text(property).empty()) waveform.setText(property, text);
+  }
+  reader.skip(4);  // year
+  if (waveform.text(TextProperty::Comments).empty())
+    waveform.setText(TextProperty::Comments, decodeText(reader.take(kFieldBytes)));
+}
+
+void readTags(Bytes bytes, Waveform& waveform) {
+  readId3(bytes, waveform);
+  Bytes oldTag;
+  if (bytes.size() >= kId3v1Bytes && startsWith(bytes, "TAG", bytes.size() - kId3v1Bytes)) {
+    oldTag = bytes.last(kId3v1Bytes);
+    bytes = bytes.first(bytes.size() - kId3v1Bytes);
+  }
+  readApe(bytes, waveform);
+  if (!oldTag.empty()) readId3v1(oldTag, waveform);
+}
+
+mpeg::EncodeOptions encodeOptions(const io::SaveOptions& save) {
+  mpeg::EncodeOptions result;
+  const int setting = static_cast<int>(std::min<std::uint32_t>(save.setting, 1000));
+  const double bitRate = std::round(describeMp3Setting(setting, save.variant, nullptr) * 1000);
+  result.bitsPerSecond = bitRate >= kLowestBitRate && bitRate <= kHighestBitRate
+                             ? static_cast<std::uint32_t>(bitRate)
+                             : kFallbackBitRate;
+  result.mode = save.variant == kMp3Average    ? mpeg::RateMode::Average
+                : save.variant == kMp3Variable ? mpeg::RateMode::Variable
+                                               : mpeg::RateMode::Constant;
+  result.quality = std::min(setting, static_cast<int>(std::size(kVariableBitRates)) - 1);
+  result.jointStereo = options().mp3JointStereo;
+  return result;
+}
+
+}  // namespace
+
+Options& options() {
+  static Options current;
+  return current;
+}
+
+int probeMpeg(Bytes head, std::uint32_t variant, std::uint64_t fileSize) {
+  constexpr int kCertain = 4, kLikely = 2;
+  const Id3Head tag = skipId3(head);
+  if (tag.isLongerThanHead) return 2;
+  unsigned layer = 0;
+  const int frames = countFrames(tag.rest, kCertain, layer);
+  if (frames == 0 || (variant != 0 && layer != variant)) return 0;
+  const bool isWhole = head.size() == fileSize;
+  return frames >= (isWhole ? kLikely : kCertain) ? 6 : 2;
+}
+
+bool readMpeg(Collection& collection, InputFile& file, std::uint32_t) {
+  CompressedSamples samples;
+  if (!mpeg::open(FilePart::whole(file), samples)) return false;
+  Waveform* waveform = addWaveform(collection, samples);
+  if (!waveform) return false;
+  readTags(file.bytes(), *waveform);
+  nameAfterFile(*waveform, file);
+  return true;
+}
+
+bool writeMp3(Item& item, OutputFile& file, const io::SaveOptions& save) {
+  constexpr std::uint8_t kMostChannels = 2;
+  WriteJob job;
+  if (!prepareWrite(item, save, kCodecCapabilities, kMostChannels, job)) return false;
+  const std::uint32_t rate = mpeg::storedRate(job.waveform->rate);
+  if (rate != job.waveform->rate)
+    logInfo(
+        toUtf16(formatted("Converted from %u to %u Hz, which MP3 is limited to", job.waveform->rate, rate)));
+  FileSink sink(file);
+  if (options().mp3Id3Tag && !sink.write(buildId3(*job.waveform))) return false;
+  if (!mpeg::encode(job.input(), encodeOptions(save), sink)) return false;
+  if (options().mp3ApeTag && !sink.write(buildApe(*job.waveform))) return false;
+  return sink.flush();
+}
+
+std::u16string missingForMpeg(bool writing) { return mpeg::missingLibrary(writing); }
+
+double describeMp3Setting(int index, std::uint32_t variant, std::u16string* label) {
+  const std::span<const double> rates =
+      variant == kMp3Variable ? std::span<const double>(kVariableBitRates) : kBitRates;
+  if (index < 0 || index >= static_cast<int>(rates.size())) return 0;
+  const double rate = rates[static_cast<std::size_t>(index)];
+  if (label)
+    *label = toUtf16(
+        variant == kMp3Variable
+            ? formatted("MP3 VBR Quality %d", index + 1)
+            : formatted(variant == kMp3Average ? "MP3 ABR %.0f kbit/s" : "MP3 CBR %.0f kbit/s", rate));
+  return rate;
+}
+
+}  // namespace vemko::audio
