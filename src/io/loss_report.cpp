@@ -47,9 +47,31 @@ struct Holding {
 };
 // Every row that writes waveforms, by its description.
 constexpr Holding kHoldings[] = {
+    {u"Audio interchange", kLoops | kMarkers},
+    {u"Audio interchange (aiff)", kLoops | kMarkers},
+    {u"Audio interchange, compressed", kLoops | kMarkers},
+    {u"Sun/NeXT/DEC audio", 0},
+    {u"Audio Visual Research", 0},
+    {u"Apple CoreAudio", kLoops | kFractions | kMarkers},
+    {u"Apple CoreAudio (caff)", kLoops | kFractions | kMarkers},
     {u"Free lossless audio codec (default)", 0},
     {u"Free lossless audio codec (max comp)", 0},
+    {u"Raw GSM 06.10", 0},
+    {u"Amiga IFF", 0},
+    {u"MPEG layer III - CBR", 0},
+    {u"MPEG layer III - ABR", 0},
+    {u"MPEG layer III - VBR", 0},
+    {u"NIST Sphere", 0},
+    {u"Ogg Vorbis", kLoops},
+    {u"Opus", kLoops},
+    {u"Ensoniq PARIS", 0},
+    {u"IRCAM sound", 0},
+    {u"Sun/NeXT/DEC audio (snd)", 0},
+    {u"Amiga 8SVX", 0},
+    {u"Creative voice", 0},
+    {u"Wave-64", 0},
     {u"Microsoft wave", kAllFeatures},
+    {u"WavPack", 0},
 };
 
 const Holding* holdingOf(int row) {
