@@ -6,13 +6,10 @@
 #include <limits>
 #include <new>
 
-#include "platform/memory.h"
-
 namespace vemko {
 namespace {
 
 constexpr std::size_t kAlignment = 16;
-constexpr std::size_t kLargeBlock = 4 << 20;  // a few large pages at least
 constexpr std::uint64_t kGuardFramesBefore = 1, kGuardFramesBehind = 3;
 
 }  // namespace
@@ -32,7 +29,6 @@ std::shared_ptr<SampleBuffer> SampleBuffer::allocate(std::uint32_t frames, std::
   std::size_t room = static_cast<std::size_t>(total);
   void* block = std::malloc(room);
   if (!block) return nullptr;
-  if (room >= kLargeBlock) preferLargePages(block, room);
   void* aligned = block;
   std::align(kAlignment, room - kAlignment, aligned, room);
 
