@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 
+#include "core/filter.h"
 #include "core/parameters.h"
 #include "core/units.h"
 
@@ -65,53 +66,6 @@ constexpr GeneratorRow kRows[] = {
 };
 // clang-format on
 
-// --- All slots at once: the block's own look-ups are too slow for hundreds a region.
-
-struct Values {
-  std::array<float, kSlotCount> slots;
-  float operator[](Slot slot) const { return slots[slot]; }
-  float& operator[](Slot slot) { return slots[slot]; }
-};
-
-const Values& initialValues() {
-  static const Values initial = [] {
-    Values values;
-    for (const Parameter& row : parameterTable()) values[row.slot] = row.initial;
-    return values;
-  }();
-  return initial;
-}
-
-Values valuesOf(const ArticulationBlock& block) {
-  Values values = initialValues();
-  block.forEach([&](Slot slot, float value) { values[slot] = value; });
-  return values;
-}
-
-bool anyOf(const Values& values, std::initializer_list<int> slots) {
-  return std::ranges::any_of(slots, [&](int slot) { return values[static_cast<Slot>(slot)] != 0; });
-}
-
-bool isInUse(const Values& values, Carrier carrier) {
-  switch (carrier) {
-    case Carrier::None:
-      return true;
-    case Carrier::PLfo:
-      return anyOf(values, {4, 5, 6, 7});
-    case Carrier::VLfo:
-      return anyOf(values, {19, 20, 21, 22});
-    case Carrier::FLfo:
-      return anyOf(values, {31, 32, 33, 34});
-    case Carrier::XLfo:
-      return anyOf(values, {8, 9, 10, 11});
-    case Carrier::PEnv:
-      return anyOf(values, {12, 13});
-    case Carrier::FEnv:
-      return anyOf(values, {35, 36});
-  }
-  return false;
-}
-
 // --- One amount
 
 float valueOf(const GeneratorRow& row, std::int16_t amount) {
@@ -155,81 +109,39 @@ std::int16_t amountOf(const GeneratorRow& row, float value) {
 
 // --- Rules that span several slots. Each has its undo, called in the reverse order.
 
-void applyTuning(const Generators& generators, Values& values) {
+void applyTuning(const Generators& generators, SlotValues& values) {
   values[slots::MasterTuning] =
       static_cast<float>(generators[gen::CoarseTune] + generators[gen::FineTune] * 0.01);
 }
 
-void undoTuning(const Values& values, Generators& generators) {
+void undoTuning(const SlotValues& values, Generators& generators) {
   const int cents = roundedWithin(values[slots::MasterTuning] * 100.0, -12000, 12000);
   generators[gen::CoarseTune] = static_cast<std::int16_t>(cents / 100);
   generators[gen::FineTune] = static_cast<std::int16_t>(cents % 100);
 }
 
-// A filter that is wide open and has no peak is none.
-bool applyFilterRule(Values& values) {
-  if (values[slots::FilterCutoff] < 19900 || values[slots::FilterResonance] > 0) {
-    values[slots::FilterType] = 2;
-    return true;
-  }
-  const SlotRange filter = slotsOf(SlotGroup::Filter);
-  for (Slot slot = filter.first; slot <= filter.last; ++slot) values[slot] = initialValues()[slot];
-  return false;
+// Velocity lowers the cutoff from what it is at full velocity.
+void applyVelocityRoute(const ModulatorAmounts& amounts, SlotValues& values) {
+  applyVelocityToCutoff(amounts[Entry::VelocityToCutoff] * -0.01f, values);
 }
 
-// Low-pass types of one, two and four poles, as the other instrument formats know them.
-bool isLowPass(float type) {
-  constexpr float kTypes[] = {1, 2, 3, 4, 9, 10};
-  return std::ranges::find(kTypes, type) != std::end(kTypes);
+void undoVelocityRoute(SlotValues& values, ModulatorAmounts& amounts) {
+  amounts[Entry::VelocityToCutoff] = undoVelocityToCutoff(values) / -0.01f;
 }
 
-void undoFilterRule(Values& values) {
-  if (isLowPass(values[slots::FilterType])) return;
-  const SlotRange filter = slotsOf(SlotGroup::Filter);
-  for (Slot slot = filter.first; slot <= filter.last; ++slot) values[slot] = 0;
-  values[slots::FilterCutoff] = 20000;
-}
-
-constexpr double kLogPerSemitone = 0.0577622652;  // ln 2 / 12
-
-void scaleCutoff(Values& values, double log) {
-  values[slots::FilterCutoff] = static_cast<float>(values[slots::FilterCutoff] * std::exp(log));
-}
-
-// Velocity as a source that is 0 in the middle.
-void applyVelocityToCutoff(const ModulatorAmounts& amounts, Values& values) {
-  const float full = amounts[Entry::VelocityToCutoff] * -0.01f;
-  if (full == 0) return;
-  values[slots::VelocityToCutoff] = full / 2;
-  scaleCutoff(values, values[slots::VelocityToCutoff] * kLogPerSemitone);
-}
-
-void undoVelocityToCutoff(Values& values, ModulatorAmounts& amounts) {
-  const float half = values[slots::VelocityToCutoff];
-  amounts[Entry::VelocityToCutoff] = half * 2 / -0.01f;
-  scaleCutoff(values, -half * kLogPerSemitone);
-}
-
-// Key numbers as a source that is 0 at middle C, from one that is 0 at key 64 or at key 0.
-void applyKeyToCutoff(const ModulatorAmounts& amounts, Values& values) {
+void applyKeyRoute(const ModulatorAmounts& amounts, SlotValues& values) {
   const float bipolar = amounts[Entry::KeyToCutoffBipolar], unipolar = amounts[Entry::KeyToCutoffUnipolar];
-  float& slot = values[slots::KeyToCutoff];
-  if (bipolar != 0) {
-    slot = bipolar * 0.001875f;
-    scaleCutoff(values, slot * -0.019254088);
-  } else if (unipolar != 0) {
-    slot = unipolar * 0.0009375f;
-    scaleCutoff(values, slot * 0.28881133);
-  }
+  if (bipolar != 0)
+    applyKeyToCutoff(bipolar * 0.001875f, KeySource::Bipolar, values);
+  else if (unipolar != 0)
+    applyKeyToCutoff(unipolar * 0.0009375f, KeySource::Unipolar, values);
 }
 
-void undoKeyToCutoff(Values& values, ModulatorAmounts& amounts) {
-  const float slot = values[slots::KeyToCutoff];
-  amounts[Entry::KeyToCutoffBipolar] = slot / 0.001875f;
-  scaleCutoff(values, slot * 0.019254088);
+void undoKeyRoute(SlotValues& values, ModulatorAmounts& amounts) {
+  amounts[Entry::KeyToCutoffBipolar] = undoKeyToCutoff(values) / 0.001875f;
 }
 
-void applyKeyToVolume(const ModulatorAmounts& amounts, Values& values) {
+void applyKeyToVolume(const ModulatorAmounts& amounts, SlotValues& values) {
   const float bipolar = amounts[Entry::KeyToVolumeBipolar], unipolar = amounts[Entry::KeyToVolumeUnipolar];
   float& slot = values[slots::KeyToVolume];
   if (bipolar != 0) {
@@ -241,32 +153,24 @@ void applyKeyToVolume(const ModulatorAmounts& amounts, Values& values) {
   }
 }
 
-void undoKeyToVolume(Values& values, ModulatorAmounts& amounts) {
+void undoKeyToVolume(SlotValues& values, ModulatorAmounts& amounts) {
   const float slot = values[slots::KeyToVolume];
   amounts[Entry::KeyToVolumeBipolar] = slot / 0.0075f;
   values[slots::MasterVolume] += slot / 3;
 }
 
-// A peak makes the sound louder; half of it is taken back.
-void applyResonanceToVolume(Values& values) {
-  values[slots::MasterVolume] -= 0.5f * values[slots::FilterResonance];
-}
-void undoResonanceToVolume(Values& values) {
-  values[slots::MasterVolume] += 0.5f * values[slots::FilterResonance];
-}
-
-void applyBend(const ModulatorAmounts& amounts, Values& values) {
+void applyBend(const ModulatorAmounts& amounts, SlotValues& values) {
   values[slots::BendToPitch] = amounts[Entry::BendRange] / 6350 + amounts[Entry::BendToPitch] * 0.01f;
 }
 
 // The range stays the controller's own two semitones.
-void undoBend(const Values& values, ModulatorAmounts& amounts) {
+void undoBend(const SlotValues& values, ModulatorAmounts& amounts) {
   amounts[Entry::BendRange] = 12700;
   amounts[Entry::BendToPitch] = (values[slots::BendToPitch] - 2) * 100;
 }
 
 void applySends(const Generators& generators, const ModulatorAmounts& amounts, const SendChannels& sends,
-                Values& values) {
+                SlotValues& values) {
   auto apply = [&](int channel, int level, Entry controller) {
     values[sendLevelSlot(channel)] = static_cast<float>(std::clamp<int>(generators[level], 0, 1000)) * 0.001f;
     values[sendControllerSlot(channel)] = amounts[controller] * 0.001f;
@@ -275,7 +179,7 @@ void applySends(const Generators& generators, const ModulatorAmounts& amounts, c
   apply(sends.chorus, gen::ChorusSend, Entry::Cc93ToChorus);
 }
 
-void undoSends(const Values& values, const SendChannels& sends, Generators& generators,
+void undoSends(const SlotValues& values, const SendChannels& sends, Generators& generators,
                ModulatorAmounts& amounts) {
   auto undo = [&](int channel, int level, Entry controller) {
     generators[level] =
@@ -304,7 +208,7 @@ constexpr Stage kKeyStages[kTimeStages] = {Stage::KeyToAttack1, Stage::KeyToAtta
 constexpr float kBipolarTime = 0.1875f, kUnipolarTime = 0.09375f;
 
 // Velocity in percent at its ends, the key number in timecents an octave.
-void applyTimes(const ModulatorAmounts& amounts, Values& values) {
+void applyTimes(const ModulatorAmounts& amounts, SlotValues& values) {
   for (const TimeSlots& each : kTimeSlots)
     for (int stage = 0; stage < kTimeStages; ++stage) {
       auto sum = [&](TimeSource bipolar, TimeSource unipolar) {
@@ -322,7 +226,7 @@ void applyTimes(const ModulatorAmounts& amounts, Values& values) {
 // What hold and decay take from the key number has a generator of its own.
 bool hasKeyGenerator(int stage) { return stage == 2 || stage == 3; }
 
-void undoTimes(const Values& values, ModulatorAmounts& amounts) {
+void undoTimes(const SlotValues& values, ModulatorAmounts& amounts) {
   for (const TimeSlots& each : kTimeSlots) {
     if (!isInUse(values, each.carrier)) continue;
     for (int stage = 0; stage < kTimeStages; ++stage) {
@@ -338,13 +242,13 @@ void undoTimes(const Values& values, ModulatorAmounts& amounts) {
   }
 }
 
-void applyRows(const Generators& generators, bool carriersInUse, Values& values) {
+void applyRows(const Generators& generators, bool carriersInUse, SlotValues& values) {
   for (const GeneratorRow& row : kRows)
     if (row.onlyInUse == carriersInUse && (!carriersInUse || isInUse(values, row.carrier)))
       values[row.slot] = valueOf(row, generators[row.generator]);
 }
 
-void undoRows(const Values& values, Generators& generators) {
+void undoRows(const SlotValues& values, Generators& generators) {
   const GeneratorRow* written = nullptr;
   for (const GeneratorRow& row : kRows) {
     if (written && written->generator == row.generator) continue;
@@ -361,16 +265,16 @@ std::span<const GeneratorRow> generatorRows() { return kRows; }
 ArticulationBlock articulationOf(const Generators& generators, std::span<const Modulator> modulators,
                                  const SendChannels& sends) {
   const ModulatorAmounts amounts = amountsOf(modulators);
-  Values values = initialValues();
+  SlotValues values = initialValues();
   applyRows(generators, false, values);
   applyTuning(generators, values);
   values[slots::VelocityResponse] = amounts[Entry::VelocityToVolume] / 960;
   applyBend(amounts, values);
   applyKeyToVolume(amounts, values);
-  const bool filter = applyFilterRule(values);
+  const bool filter = applyOpenFilterRule(values);
   if (filter) {
-    applyVelocityToCutoff(amounts, values);
-    applyKeyToCutoff(amounts, values);
+    applyVelocityRoute(amounts, values);
+    applyKeyRoute(amounts, values);
   }
   for (const ModulationRow& row : modulationRows())
     if (filter || !row.needsFilter) values[row.slot] = row.factor * amounts[row.entry];
@@ -379,25 +283,20 @@ ArticulationBlock articulationOf(const Generators& generators, std::span<const M
   applySends(generators, amounts, sends, values);
   applyRows(generators, true, values);
 
-  ArticulationBlock block;
-  for (int slot = 0; slot < kSlotCount; ++slot) {
-    const auto at = static_cast<Slot>(slot);
-    if (values[at] != initialValues()[at]) block.set(at, values[at]);
-  }
-  return block;
+  return blockOf(values);
 }
 
 ZoneAmounts amountsOf(const ArticulationBlock& block, const SendChannels& sends) {
-  Values values = valuesOf(block);
+  SlotValues values = valuesOf(block);
   ZoneAmounts result;
   ModulatorAmounts amounts;
-  undoFilterRule(values);
+  undoOpenFilterRule(values);
   undoSends(values, sends, result.generators, amounts);
   undoTimes(values, amounts);
   undoResonanceToVolume(values);
   for (const ModulationRow& row : modulationRows()) amounts[row.entry] = values[row.slot] / row.factor;
-  undoKeyToCutoff(values, amounts);
-  undoVelocityToCutoff(values, amounts);
+  undoKeyRoute(values, amounts);
+  undoVelocityRoute(values, amounts);
   undoKeyToVolume(values, amounts);
   undoBend(values, amounts);
   amounts[Entry::VelocityToVolume] = values[slots::VelocityResponse] * 960;
@@ -407,6 +306,6 @@ ZoneAmounts amountsOf(const ArticulationBlock& block, const SendChannels& sends)
   return result;
 }
 
-bool hasFilter(const ArticulationBlock& block) { return isLowPass(block.get(slots::FilterType)); }
+bool hasFilter(const ArticulationBlock& block) { return isLowPass(filterTypeOf(valuesOf(block))); }
 
 }  // namespace vemko::soundfont

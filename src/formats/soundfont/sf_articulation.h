@@ -4,6 +4,7 @@
 
 #include "core/articulation.h"
 #include "core/sends.h"
+#include "core/slot_values.h"
 #include "formats/soundfont/sf_modulators.h"
 #include "formats/soundfont/sf_zones.h"
 
@@ -17,9 +18,6 @@ enum class Scale : std::uint8_t {
   Sustain,    ///< 1 - amount x factor, within 0..1
   PerOctave,  ///< timecents a key: 2^(-amount/100)
 };
-
-/// The part of the model that a slot belongs to, where several take the values of one generator.
-enum class Carrier : std::uint8_t { None, PLfo, VLfo, FLfo, XLfo, PEnv, FEnv };
 
 /// One row serves both directions. Of several rows of a generator all are read, and the first whose carrier
 /// is in use is written.

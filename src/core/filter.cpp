@@ -1,0 +1,84 @@
+#include "core/filter.h"
+
+#include <cmath>
+
+#include "core/parameters.h"
+
+namespace vemko {
+namespace {
+
+constexpr double kLogPerSemitone = 0.0577622652;  // ln 2 / 12
+
+void scaleCutoff(SlotValues& values, double log) {
+  values[slots::FilterCutoff] = static_cast<float>(values[slots::FilterCutoff] * std::exp(log));
+}
+
+}  // namespace
+
+FilterType filterTypeOf(const SlotValues& values) {
+  const float number = values[slots::FilterType];
+  return number >= 1 && number <= 12 ? static_cast<FilterType>(static_cast<int>(number)) : FilterType::Off;
+}
+
+bool isLowPass(FilterType type) {
+  switch (type) {
+    case FilterType::LowPass1:
+    case FilterType::LowPass2:
+    case FilterType::LowPass3:
+    case FilterType::LowPass4:
+    case FilterType::LowPass6:
+    case FilterType::LowPass2Ladder:
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool applyOpenFilterRule(SlotValues& values) {
+  if (values[slots::FilterCutoff] < 19900 || values[slots::FilterResonance] > 0) {
+    values[slots::FilterType] = static_cast<float>(FilterType::LowPass2);
+    return true;
+  }
+  resetGroup(values, SlotGroup::Filter);
+  return false;
+}
+
+void undoOpenFilterRule(SlotValues& values) {
+  if (isLowPass(filterTypeOf(values))) return;
+  const SlotRange filter = slotsOf(SlotGroup::Filter);
+  for (Slot slot = filter.first; slot <= filter.last; ++slot) values[slot] = 0;
+  values[slots::FilterCutoff] = 20000;
+}
+
+void applyVelocityToCutoff(float semitones, SlotValues& values) {
+  if (semitones == 0) return;
+  values[slots::VelocityToCutoff] = semitones / 2;
+  scaleCutoff(values, values[slots::VelocityToCutoff] * kLogPerSemitone);
+}
+
+float undoVelocityToCutoff(SlotValues& values) {
+  const float half = values[slots::VelocityToCutoff];
+  scaleCutoff(values, -half * kLogPerSemitone);
+  return half * 2;
+}
+
+void applyKeyToCutoff(float slotValue, KeySource source, SlotValues& values) {
+  values[slots::KeyToCutoff] = slotValue;
+  scaleCutoff(values, slotValue * (source == KeySource::Bipolar ? -0.019254088 : 0.28881133));
+}
+
+float undoKeyToCutoff(SlotValues& values) {
+  const float slotValue = values[slots::KeyToCutoff];
+  scaleCutoff(values, slotValue * 0.019254088);
+  return slotValue;
+}
+
+void applyResonanceToVolume(SlotValues& values) {
+  values[slots::MasterVolume] -= 0.5f * values[slots::FilterResonance];
+}
+
+void undoResonanceToVolume(SlotValues& values) {
+  values[slots::MasterVolume] += 0.5f * values[slots::FilterResonance];
+}
+
+}  // namespace vemko
