@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <set>
 
 #include "base/last_error.h"
 #include "base/text.h"
@@ -82,7 +83,11 @@ struct OpenFile {
 
 class Run {
  public:
-  Run(const tools::ToolEntry& tool, const std::vector<ProcessFile>& files) : tool_(tool), files_(files) {}
+  Run(const tools::ToolEntry& tool, const std::vector<ProcessFile>& files,
+      std::optional<tools::FrameRange> range)
+      : tool_(tool), files_(files) {
+    context_.range = range;
+  }
 
   ProcessResult run() {
     result_.ok = openAll() && apply() && saveAll();
@@ -154,14 +159,22 @@ Path canonicalOf(const Path& path) {
 
 }  // namespace
 
-ProcessResult processFiles(const tools::ToolEntry& tool, const std::vector<ProcessFile>& files) {
+ProcessResult processFiles(const tools::ToolEntry& tool, const std::vector<ProcessFile>& files,
+                           std::optional<tools::FrameRange> range) {
   try {
-    return Run(tool, files).run();
+    return Run(tool, files, range).run();
   } catch (const std::bad_alloc&) {
     ProcessResult result;
     result.error = u"Out of memory";
     return result;
   }
+}
+
+const ProcessFile* findOutputTwice(const std::vector<ProcessFile>& files) {
+  std::set<Path> outputs;
+  for (const ProcessFile& file : files)
+    if (!file.output.empty() && !outputs.insert(canonicalOf(file.output)).second) return &file;
+  return nullptr;
 }
 
 std::vector<ProcessFile> planFolder(const std::vector<Path>& inputs, const Path& folder) {

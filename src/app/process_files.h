@@ -28,7 +28,12 @@ struct ProcessResult {
 /// Opens the files, applies the tool once to the waveforms of all of them in order, with its options as they
 /// are, and saves each file in its own format and encoding. A file that was not modified is not written over
 /// itself. Nothing is saved when a file cannot be opened, or when the tool fails on a waveform.
-ProcessResult processFiles(const tools::ToolEntry& tool, const std::vector<ProcessFile>& files);
+/// A range of frames limits tools that work within a selection.
+ProcessResult processFiles(const tools::ToolEntry& tool, const std::vector<ProcessFile>& files,
+                           std::optional<tools::FrameRange> range = {});
+
+/// The first file that is written twice; null when there is none.
+const ProcessFile* findOutputTwice(const std::vector<ProcessFile>& files);
 
 /// Where the inputs' outputs go in a folder: named like the inputs, a second file of one name gets " (2)" and
 /// so on, and no output takes the place of another one's input.

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "app/app_settings.h"
+#include "core/history.h"
 #include "formats/audio/audio.h"
 #include "formats/wave/wave.h"
 #include "io/fixup.h"
@@ -166,6 +167,7 @@ constexpr SettingRow kRows[] = {
   row("fmt.wav.bNoLoopOff",          B, 1, u"1", u"WAV: do not write loops that are off", field<wave::options, &wave::Options::noLoopOff>),
   row("batch.options",               B, 24, u"00 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 00 00 00 00", u"choices of a batch conversion", field<batch, &BatchSettings::options>),
   row("batch.SaveFmts",              B, kMaxListBytes, u"", u"target formats of a batch conversion", field<batch, &BatchSettings::formats>),
+  row("app.iUndoMemory",             D, 4, u"256", u"memory for undo in MiB", field<historyOptions, &HistoryOptions::memoryMiB>),
 };
 // clang-format on
 

@@ -119,6 +119,21 @@ TEST(Process, StatusesAndMessages) {
        2,
        "",
        "vemko: --output excludes --in-place" + help},
+      {"listed twice",
+       {"Maximize amplitude", "loud.wav", "sub/../loud.wav", "--in-place"},
+       2,
+       "",
+       "vemko: sub/../loud.wav: this file is listed twice" + help},
+      {"range of a tool for whole waveforms",
+       {"Find volume", "loud.wav", "--range", "1:2"},
+       2,
+       "",
+       "vemko: --range: \"Find volume\" works on whole waveforms" + help},
+      {"empty range",
+       {"Adjust volume/gain", "loud.wav", "--in-place", "--range", "7:7"},
+       2,
+       "",
+       "vemko: --range: \"7:7\" is not START:END with END behind START" + help},
       {"other format",
        {"Maximize amplitude", "loud.wav", "-o", "x.mp3"},
        1,
@@ -191,6 +206,23 @@ TEST(Process, ChangesTheSamplesAndKeepsTheEncoding) {
     EXPECT_NEAR(tools::peak(*after.wave).level, c.peak, 0.03f * c.peak);
     EXPECT_EQ(after.wave->source->encoding(), before.wave->source->encoding());
     EXPECT_EQ(after.wave->frames, before.wave->frames);
+  }
+}
+
+TEST(Process, ARangeLimitsTheChange) {
+  const Workshop shop;
+  const Loaded before(shop.folder / "soft.wav");
+  const Ran ran = shop.run({"Adjust volume/gain", "soft.wav", "loud.wav", "-d", "out", "--jobs", "2", "--set",
+                            "gain=6", "--range", "100:20000"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  const Loaded after(shop.folder / "out/soft.wav");
+  const auto sampleOf = [](const Loaded& file, std::size_t frame) {
+    return static_cast<double>(file.wave->buffer->samples()[frame * 2]);
+  };
+  for (const auto& [frame, factor] : {std::pair{99, 1.0}, {101, 1.995262}, {19999, 1.995262}, {20000, 1.0}}) {
+    SCOPED_TRACE(frame);
+    const auto at = static_cast<std::size_t>(frame);
+    EXPECT_NEAR(sampleOf(after, at), sampleOf(before, at) * factor, 1e-6);
   }
 }
 

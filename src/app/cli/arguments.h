@@ -59,6 +59,7 @@ struct ProcessArguments {
   std::string folder;
   bool inPlace = false;
   std::vector<std::string> settings;  ///< "OPTION=VALUE"
+  std::string range;                  ///< "START:END" in frames; empty: the whole waveforms.
   int jobs = 1;
   bool list = false;
   bool json = false;

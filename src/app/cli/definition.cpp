@@ -141,6 +141,10 @@ void defineToolOptions(CLI::App& command, ProcessArguments& arguments) {
   command.add_option("--set", arguments.settings, "Set an option of the tool, by its label or short name")
       ->allow_extra_args(false)
       ->type_name("OPTION=VALUE");
+  command
+      .add_option("--range", arguments.range,
+                  "Frames from START to before END, for tools that work within a selection")
+      ->type_name("START:END");
   command.add_flag("--json", arguments.json,
                    "Print one JSON object a line for each input, or a list of tools");
   command.add_flag("-q,--quiet", arguments.quiet, "No notes, no counts and no progress");

@@ -1,4 +1,6 @@
+#include <charconv>
 #include <iostream>
+#include <optional>
 
 #include "app/cli/commands.h"
 #include "app/cli/json.h"
@@ -76,6 +78,23 @@ bool applySettings(const ToolEntry& tool, const std::vector<std::string>& settin
   return true;
 }
 
+/// Takes the range into `range`. Only tools that work within a selection have a use for one.
+bool parseRange(const ToolEntry& tool, const std::string& text, std::optional<tools::FrameRange>& range) {
+  if (text.empty()) return true;
+  if (!(tool.optionsByte & tools::kUsesSelection))
+    return refuse("--range: " + inQuotes(toUtf8(tool.name)) + " works on whole waveforms");
+  tools::FrameRange frames;
+  const char* const end = text.data() + text.size();
+  const auto start = std::from_chars(text.data(), end, frames.start);
+  if (start.ec != std::errc() || start.ptr == end || *start.ptr != ':')
+    return refuse("--range: " + inQuotes(text) + " is not START:END");
+  const auto stop = std::from_chars(start.ptr + 1, end, frames.end);
+  if (stop.ec != std::errc() || stop.ptr != end || frames.end <= frames.start)
+    return refuse("--range: " + inQuotes(text) + " is not START:END with END behind START");
+  range = frames;
+  return true;
+}
+
 bool checkDestination(const ToolEntry& tool, const ProcessArguments& arguments) {
   const std::string& output = arguments.output;
   if (arguments.inputs.empty()) return refuse("INPUT is required");
@@ -120,9 +139,15 @@ std::vector<std::string> resultLines(const ToolEntry& tool, const std::vector<st
   return lines;
 }
 
-TaskReport runTask(const ToolEntry& tool, const Files& files, const ProcessArguments& arguments) {
+struct Job {
+  const ToolEntry* tool = nullptr;
+  std::optional<tools::FrameRange> range;
+};
+
+TaskReport runTask(const Job& job, const Files& files, const ProcessArguments& arguments) {
+  const ToolEntry& tool = *job.tool;
   NoteCollector notes;
-  const app::ProcessResult result = app::processFiles(tool, files);
+  const app::ProcessResult result = app::processFiles(tool, files, job.range);
   const Path startFolder = currentFolder();
   std::vector<std::string> paths;
   for (const app::ProcessFile& file : files) paths.push_back(shownPath(file.input, startFolder));
@@ -138,22 +163,22 @@ TaskReport runTask(const ToolEntry& tool, const Files& files, const ProcessArgum
 std::vector<std::string> workerArguments(const ProcessArguments& arguments) {
   std::vector<std::string> words = {"process-worker", arguments.tool};
   for (const std::string& setting : arguments.settings) words.push_back("--set=" + setting);
+  if (!arguments.range.empty()) words.push_back("--range=" + arguments.range);
   if (arguments.json) words.emplace_back("--json");
   if (arguments.quiet) words.emplace_back("--quiet");
   return words;
 }
 
-int runAlone(const ToolEntry& tool, const std::vector<Files>& groups, const ProcessArguments& arguments) {
+int runAlone(const Job& job, const std::vector<Files>& groups, const ProcessArguments& arguments) {
   TaskPrinter printer(arguments.inputs, groups.size(), arguments.quiet);
   setProgressSink(
       {.status = {}, .advance = [&](double fraction) { printer.showProgress(fraction); }, .waitCursor = {}});
-  for (std::size_t i = 0; i < groups.size(); ++i) printer.add(i, runTask(tool, groups[i], arguments));
+  for (std::size_t i = 0; i < groups.size(); ++i) printer.add(i, runTask(job, groups[i], arguments));
   setProgressSink({});
   return printer.status();
 }
 
-int runWithWorkers(const ToolEntry& tool, const Files& files, std::size_t jobs,
-                   const ProcessArguments& arguments) {
+int runWithWorkers(const Job& job, const Files& files, std::size_t jobs, const ProcessArguments& arguments) {
   std::vector<app::BatchTask> tasks;
   for (const app::ProcessFile& file : files)
     tasks.push_back({.inputs = {file.input}, .output = file.output, .severalOutput = {}});
@@ -161,7 +186,7 @@ int runWithWorkers(const ToolEntry& tool, const Files& files, std::size_t jobs,
   runOnWorkers(
       tasks, jobs, workerArguments(arguments),
       [&](const app::BatchTask& task) {
-        return runTask(tool, {{task.inputs.front(), task.output}}, arguments);
+        return runTask(job, {{task.inputs.front(), task.output}}, arguments);
       },
       [&](std::size_t index, TaskReport report) { printer.add(index, std::move(report)); });
   return printer.status();
@@ -200,33 +225,45 @@ int listTools(bool asJson) {
   return kDone;
 }
 
+/// The tool with its options set; nothing after a usage error was printed.
+std::optional<Job> jobFor(const ProcessArguments& arguments) {
+  Job job{toolNamed(arguments.tool), {}};
+  if (!job.tool || !applySettings(*job.tool, arguments.settings) ||
+      !parseRange(*job.tool, arguments.range, job.range))
+    return {};
+  return job;
+}
+
 }  // namespace
 
 int runProcess(const ProcessArguments& arguments) {
   useSettings();
   if (arguments.list) return listTools(arguments.json);
   if (arguments.tool.empty()) return usageError("TOOL is required", kHelp);
-  const ToolEntry* tool = toolNamed(arguments.tool);
-  if (!tool || !applySettings(*tool, arguments.settings) || !checkDestination(*tool, arguments))
-    return kUsage;
+  const auto job = jobFor(arguments);
+  if (!job || !checkDestination(*job->tool, arguments)) return kUsage;
   if (!arguments.folder.empty() && !createFolder(absolutePath(arguments.folder))) return kSomeFailed;
   const Files files = filesOf(arguments);
-  if (tool->relatesItems && tool->relatesItems()) return runAlone(*tool, {files}, arguments);
+  if (const app::ProcessFile* twice = app::findOutputTwice(files)) {
+    refuse(shownPath(twice->input, currentFolder()) + ": this file is listed twice");
+    return kUsage;
+  }
+  if (job->tool->relatesItems && job->tool->relatesItems()) return runAlone(*job, {files}, arguments);
   const std::size_t jobs = jobCount(arguments.jobs);
-  if (jobs > 1 && files.size() > 1) return runWithWorkers(*tool, files, jobs, arguments);
+  if (jobs > 1 && files.size() > 1) return runWithWorkers(*job, files, jobs, arguments);
   std::vector<Files> groups;
   for (const app::ProcessFile& file : files) groups.push_back({file});
-  return runAlone(*tool, groups, arguments);
+  return runAlone(*job, groups, arguments);
 }
 
 int runProcessWorker(const ProcessArguments& arguments) {
   useSettings();
-  const ToolEntry* tool = toolNamed(arguments.tool);
-  if (!tool || !applySettings(*tool, arguments.settings)) return kUsage;
+  const auto job = jobFor(arguments);
+  if (!job) return kUsage;
   for (std::string line; std::getline(std::cin, line);) {
     const auto task = parseTaskLine(line);
     if (!task) return kUsage;
-    print(reportLine(runTask(*tool, {{task->inputs.front(), task->output}}, arguments)) + "\n");
+    print(reportLine(runTask(*job, {{task->inputs.front(), task->output}}, arguments)) + "\n");
     if (!finishOutput()) return kSomeFailed;
   }
   return kDone;
