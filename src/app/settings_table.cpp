@@ -3,7 +3,7 @@
 #include "app/app_settings.h"
 #include "core/history.h"
 #include "formats/audio/audio.h"
-#include "formats/wave/wave.h"
+#include "formats/riff/description.h"
 #include "io/fixup.h"
 
 namespace vemko::app {
@@ -164,7 +164,7 @@ constexpr SettingRow kRows[] = {
   row("fmt.sd2.iChannels",           D, 4, u"2", u"Sound Designer II: channels", field<fmt, &FormatSettings::sd2Channels>),
   row("fmt.vox.bReadAsk",            B, 1, u"1", u"VOX: ask for the data format", field<fmt, &FormatSettings::voxAsk>),
   row("fmt.vox.dwDataFormat",        D, 4, u"134225920", u"VOX: packed word of the data format", field<fmt, &FormatSettings::voxDataFormat>),
-  row("fmt.wav.bNoLoopOff",          B, 1, u"1", u"WAV: do not write loops that are off", field<wave::options, &wave::Options::noLoopOff>),
+  row("fmt.wav.bNoLoopOff",          B, 1, u"1", u"WAV: do not write loops that are off", field<riff::options, &riff::Options::noLoopOff>),
   row("batch.options",               B, 24, u"00 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 00 00 00 00", u"choices of a batch conversion", field<batch, &BatchSettings::options>),
   row("batch.SaveFmts",              B, kMaxListBytes, u"", u"target formats of a batch conversion", field<batch, &BatchSettings::formats>),
   row("app.iUndoMemory",             D, 4, u"256", u"memory for undo in MiB", field<historyOptions, &HistoryOptions::memoryMiB>),

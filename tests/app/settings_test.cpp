@@ -4,7 +4,7 @@
 
 #include "app/app_settings.h"
 #include "app/save_formats.h"
-#include "formats/wave/wave.h"
+#include "formats/riff/description.h"
 #include "io/fixup.h"
 #include "io/registry.h"
 #include "settings_folder.h"
@@ -22,7 +22,7 @@ class Settings : public testing::Test {
   static void reset() {
     appSettings() = {};
     io::fixupOptions() = {};
-    wave::options() = {};
+    riff::options() = {};
   }
   static void load() {
     SettingsStore store;

@@ -5,6 +5,7 @@
 #include <sys/resource.h>
 
 #include "codecs/pcm_source.h"
+#include "formats/riff/description.h"
 #include "formats/wave_support.h"
 #include "io/format_entry.h"
 
@@ -371,7 +372,7 @@ TEST(WaveWriter, TellsOtherProgramsPitchAndLoopLength) {
 TEST(WaveWriter, WritesLoopsThatAreOffWhenAsked) {
   TempFolder folder;
   for (bool noLoopOff : {true, false}) {
-    wave::options().noLoopOff = noLoopOff;
+    riff::options().noLoopOff = noLoopOff;
     Collection collection;
     Waveform& waveform =
         makeRecordWaveform(collection, {"", {record(kLoop, u"L", 10, 20)}, 0, 60, 0, 0, "", false});
@@ -381,7 +382,7 @@ TEST(WaveWriter, WritesLoopsThatAreOffWhenAsked) {
     ByteReader reader(asBytes(smpl).subspan(40));
     EXPECT_EQ(reader.u32(), 255u);
   }
-  wave::options() = {};
+  riff::options() = {};
 }
 
 TEST(WaveWriter, KeepsTextsAndTheImage) {

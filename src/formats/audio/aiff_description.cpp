@@ -8,6 +8,7 @@
 #include "codecs/id3.h"
 #include "formats/audio/big_endian.h"
 #include "formats/audio/descriptions.h"
+#include "formats/audio/iff_texts.h"
 
 namespace vemko::audio {
 namespace {
@@ -16,26 +17,6 @@ constexpr std::size_t kFormHeaderBytes = 12;
 constexpr std::u16string_view kEndSuffix = u" end";
 constexpr std::size_t kMostMarkers = 0xFFFF;
 constexpr int kMostDetuneCents = 50;
-
-struct TextRow {
-  std::uint32_t id;
-  std::string_view name;
-  TextProperty property;
-};
-// clang-format off
-constexpr TextRow kTextRows[] = {
-  {fourCc("NAME"), "NAME", TextProperty::Name},
-  {fourCc("AUTH"), "AUTH", TextProperty::Artist},
-  {fourCc("(c) "), "(c) ", TextProperty::Copyright},
-  {fourCc("ANNO"), "ANNO", TextProperty::Comments},
-};
-// clang-format on
-
-void takeText(const IffChunk& chunk, Waveform& waveform) {
-  for (const TextRow& row : kTextRows)
-    if (row.id == chunk.id && waveform.text(row.property).empty())
-      waveform.setText(row.property, decodeText(chunk.body));
-}
 
 Bytes formContents(Bytes file) { return file.subspan(std::min(file.size(), kFormHeaderBytes)); }
 
@@ -48,14 +29,6 @@ bool appendToForm(const ByteWriter& chunks, ByteSink& sink) {
   putBig(length, static_cast<std::uint32_t>(sink.size() - 8));
   return sink.writeAt(4, length.bytes);
 }
-
-void putTexts(const DescriptionToWrite& what, ByteWriter& chunks) {
-  for (const TextRow& row : kTextRows)
-    if (row.property != TextProperty::Name || what.name)
-      putIffChunk(chunks, row.name, asBytes(toUtf8(what.waveform.text(row.property))));
-}
-
-// --- Markers and the instrument, AIFF only.
 
 struct Marker {
   std::uint16_t id = 0;
@@ -218,6 +191,18 @@ Instrument buildInstrument(const Waveform& waveform, MarkerWriter& markers) {
   return instrument;
 }
 
+// What AIFF has no chunk for: two texts, the image, and letters beyond ASCII, for which programs take
+// different encodings.
+bool needsId3(const Waveform& waveform) {
+  if (!waveform.image().empty()) return true;
+  for (TextProperty property : {TextProperty::Engineer, TextProperty::Product})
+    if (!waveform.text(property).empty()) return true;
+  for (TextProperty property :
+       {TextProperty::Name, TextProperty::Artist, TextProperty::Copyright, TextProperty::Comments})
+    if (std::ranges::any_of(waveform.text(property), [](char16_t c) { return c > 127; })) return true;
+  return false;
+}
+
 std::vector<std::byte> instrumentChunk(const Instrument& instrument) {
   ByteWriter body;
   body.u8(instrument.rootKey);
@@ -237,7 +222,7 @@ void readAiffDescription(Bytes file, Waveform& waveform) {
   bool hasInstrument = false;
   IffWalker walker(formContents(file));
   for (IffChunk chunk; walker.next(chunk);) {
-    takeText(chunk, waveform);
+    takeIffText(chunk, waveform);
     if (chunk.id == fourCc("ID3 ")) readId3(chunk.body, waveform);
     if (chunk.id == fourCc("MARK") && markers.empty()) markers = readMarkers(chunk.body);
     if (chunk.id == fourCc("INST") && !hasInstrument) hasInstrument = readInstrument(chunk.body, instrument);
@@ -259,47 +244,9 @@ bool writeAiffDescription(const DescriptionToWrite& what, ByteSink& sink) {
   ByteWriter chunks;
   putIffChunk(chunks, "MARK", markers.chunk());
   putIffChunk(chunks, "INST", instrumentChunk(instrument));
-  putTexts(what, chunks);
-  // Texts that AIFF has no chunk for, and the image.
-  bool needsTag = !what.waveform.image().empty();
-  for (TextProperty property : {TextProperty::Engineer, TextProperty::Product})
-    needsTag = needsTag || !what.waveform.text(property).empty();
-  if (needsTag) putIffChunk(chunks, "ID3 ", buildId3(what.waveform));
+  putIffTexts(what.waveform, what.name, chunks);
+  if (needsId3(what.waveform)) putIffChunk(chunks, "ID3 ", buildId3(what.waveform));
   return appendToForm(chunks, sink);
-}
-
-// --- 8SVX and 16SV
-
-namespace {
-
-// Where the "VHDR" chunk, always the first, has its two lengths: frames before the loop, frames in it.
-constexpr std::size_t kVoiceHeaderAt = kFormHeaderBytes + 8;
-
-}  // namespace
-
-void readIffDescription(Bytes file, Waveform& waveform) {
-  IffWalker walker(formContents(file));
-  for (IffChunk chunk; walker.next(chunk);) {
-    takeText(chunk, waveform);
-    if (chunk.id != fourCc("VHDR") || waveform.mainLoop()) continue;
-    ByteReader reader(chunk.body);
-    LoopDescriptor loop;
-    loop.startFrames = reader.big<std::uint32_t>();
-    loop.endFrames = std::min<double>(loop.startFrames + reader.big<std::uint32_t>(), waveform.frames);
-    if (reader.ok && loop.startFrames < loop.endFrames) waveform.addLoop(loop, {}, true, true);
-  }
-}
-
-bool writeIffDescription(const DescriptionToWrite& what, ByteSink& sink) {
-  ByteWriter chunks;
-  putTexts(what, chunks);
-  if (!appendToForm(chunks, sink)) return false;
-  const LoopRecord* loop = what.waveform.mainLoop();
-  if (!loop || loop->play == LoopPlay::Off || loop->end <= loop->start) return true;
-  ByteWriter lengths;
-  putBig(lengths, roundedStart(*loop));
-  putBig(lengths, roundedEnd(*loop) - roundedStart(*loop));
-  return sink.writeAt(kVoiceHeaderAt, lengths.bytes);
 }
 
 }  // namespace vemko::audio

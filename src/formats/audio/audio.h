@@ -72,6 +72,14 @@ bool writeRawGsm(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForGsm(bool writing);
 inline constexpr io::CapabilityMask kGsmCapabilities = io::encodingBit(SampleEncoding::Gsm610) | io::kMono;
 
+// --- Amiga IFF, one channel: 8SVX and 16SV. Needs no library.
+
+int probeIff(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+bool readIff(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeIff(Item& item, OutputFile& file, const io::SaveOptions& options);
+inline constexpr io::CapabilityMask kIffCapabilities =
+    io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono;
+
 // --- Files that libsndfile knows. The variant is one of these.
 
 enum SndfileType : std::uint32_t {
@@ -80,7 +88,6 @@ enum SndfileType : std::uint32_t {
   kAu,
   kAvr,
   kCoreAudio,
-  kIff,
   kNist,
   kParis,
   kIrcam,
@@ -103,7 +110,6 @@ constexpr io::CapabilityMask sndfileCapabilities(SndfileType type) {
     case kWave64:
       return encodings({Pcm8, Pcm16, Pcm24, Pcm32, Float32, Float64, MuLaw, ALaw});
     case kAvr:
-    case kIff:
       return encodings({Pcm8, Pcm16});
     case kNist:
       return encodings({Pcm8, Pcm16, Pcm24, Pcm32, MuLaw, ALaw});

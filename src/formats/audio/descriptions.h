@@ -19,10 +19,6 @@ struct DescriptionToWrite {
 void readAiffDescription(Bytes file, Waveform& waveform);
 bool writeAiffDescription(const DescriptionToWrite& what, ByteSink& sink);
 
-/// 8SVX and 16SV: texts and one loop.
-void readIffDescription(Bytes file, Waveform& waveform);
-bool writeIffDescription(const DescriptionToWrite& what, ByteSink& sink);
-
 /// Apple CoreAudio: texts, markers, every section and loop with its fractions of a frame, root key, gain.
 void readCoreAudioDescription(Bytes file, Waveform& waveform);
 bool writeCoreAudioDescription(const DescriptionToWrite& what, ByteSink& sink);

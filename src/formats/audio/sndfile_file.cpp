@@ -38,7 +38,6 @@ constexpr TypeRow kTypes[] = {
   {Container::Au,        {{".snd", ""}, {"dns.", ""}},         kMostChannels, readAuDescription, nullptr},
   {Container::Avr,       {{"2BIT", ""}},                       2, readAvrDescription, writeAvrDescription},
   {Container::CoreAudio, {{"caff", ""}},                       kMostChannels, readCoreAudioDescription, writeCoreAudioDescription},
-  {Container::Svx,       {{"FORM", "8SVX"}, {"FORM", "16SV"}}, 1, readIffDescription, writeIffDescription},
   {Container::Nist,      {{"NIST_1A\n", ""}},                  kMostChannels, nullptr, nullptr},
   {Container::Paf,       {{" paf", ""}, {"fap ", ""}},         kMostChannels, nullptr, nullptr},
   {Container::Ircam,     {{"\x64\xA3\x01\0"sv, ""}, {"\x64\xA3\x02\0"sv, ""}, {"\0\x02\xA3\x64"sv, ""}, {"\x64\xA3\x03\0"sv, ""}}, kMostChannels, nullptr, nullptr},

@@ -21,9 +21,4 @@ inline constexpr io::CapabilityMask kCapabilities =
 inline constexpr std::uint32_t kExtensible = 65534;  ///< Writer variant: extensible "fmt " body.
 inline constexpr std::uint32_t kBare = 0xFFFFFFFF;   ///< Writer variant: nothing after "data".
 
-struct Options {
-  bool noLoopOff = true;  ///< Loops that are off are not written to "smpl".
-};
-Options& options();
-
 }  // namespace vemko::wave

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <utility>
 
+#include "formats/riff/format_body.h"
 #include "formats/riff/riff.h"
 
 namespace vemko::wave {
@@ -32,10 +33,9 @@ constexpr FieldRow kFieldRows[] = {
 // clang-format on
 // Up to the sub-format GUID with its one long and two short numbers.
 constexpr FieldRow kExtensibleFormat = {fourCc("fmt "), "224422224422", ""};
-constexpr std::uint16_t kExtensibleTag = 0xFFFE;
 
 const FieldRow* rowOf(std::uint32_t id, Bytes body) {
-  if (id == fourCc("fmt ") && ByteReader(body).big<std::uint16_t>() == kExtensibleTag)
+  if (id == fourCc("fmt ") && ByteReader(body).big<std::uint16_t>() == riff::kExtensibleTag)
     return &kExtensibleFormat;
   for (const FieldRow& row : kFieldRows)
     if (row.id == id) return &row;

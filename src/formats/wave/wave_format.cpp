@@ -10,12 +10,13 @@
 #include "base/text.h"
 #include "codecs/block_source.h"
 #include "codecs/pcm_source.h"
+#include "formats/riff/format_body.h"
 
 namespace vemko::wave {
 namespace {
 
-constexpr std::uint16_t kPcmTag = 1, kMicrosoftAdpcmTag = 2, kFloatTag = 3, kImaAdpcmTag = 0x11,
-                        kExtensibleTag = 0xFFFE;
+using riff::kExtensibleTag, riff::kFloatTag, riff::kPcmTag;
+constexpr std::uint16_t kMicrosoftAdpcmTag = 2, kImaAdpcmTag = 0x11;
 
 struct TagRow {
   std::uint16_t tag;
@@ -81,10 +82,6 @@ constexpr CodecName kCodecNames[] = {
 };
 // clang-format on
 
-// What stands behind the format tag in a sub-format GUID of the standard family.
-constexpr std::uint8_t kBaseGuid[14] = {0x00, 0x00, 0x00, 0x00, 0x10, 0x00, 0x80,
-                                        0x00, 0x00, 0xAA, 0x00, 0x38, 0x9B, 0x71};
-
 struct Fields {
   std::uint16_t tag = 0;
   std::uint16_t channels = 0;
@@ -118,8 +115,8 @@ bool resolveSubformat(Fields& fields) {
   reader.u16();  // valid bits: samples are left-justified, so that the container's width says enough
   reader.u32();  // speaker positions
   fields.tag = reader.u16();
-  Bytes family = reader.take(sizeof kBaseGuid);
-  if (!reader.ok || std::memcmp(family.data(), kBaseGuid, sizeof kBaseGuid) != 0)
+  Bytes family = reader.take(sizeof riff::kBaseGuid);
+  if (!reader.ok || std::memcmp(family.data(), riff::kBaseGuid, sizeof riff::kBaseGuid) != 0)
     return fail(u"Unsupported 'Extensible' subformat GUID");
   return true;
 }
@@ -295,29 +292,16 @@ FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uin
                                    [&](const TagRow& each) { return each.encoding == encoding; });
   FormatChunk chunk;
   if (row == std::end(kRows)) return chunk;
-  extensible = extensible || channels > 2;
-  const std::uint32_t blockAlign = channels * row->bits / 8u;
-  const std::uint64_t bytesPerSecond = std::uint64_t{rate} * blockAlign;
-  const std::uint16_t tag = extensible ? kExtensibleTag : row->tag;
-  chunk.needsFact = tag != kPcmTag;
-
-  ByteWriter& body = chunk.body;
-  body.bytes.reserve(40);
-  body.u16(tag);
-  body.u16(channels);
-  body.u32(rate);
-  body.u32(static_cast<std::uint32_t>(std::min<std::uint64_t>(bytesPerSecond, 0xFFFFFFFF)));
-  body.u16(static_cast<std::uint16_t>(blockAlign));
-  body.u16(row->bits);
-  if (extensible) {
-    body.u16(22);
-    body.u16(row->bits);
-    body.u32(channels == 1 ? 4 : channels == 2 ? 3 : 0);
-    body.u16(row->tag);
-    body.append(std::as_bytes(std::span(kBaseGuid)));
-  } else if (row->hasExtraSize) {
-    body.u16(0);
-  }
+  riff::FormatFields fields;
+  fields.tag = row->tag;
+  fields.channels = channels;
+  fields.rate = rate;
+  fields.blockAlign = static_cast<std::uint16_t>(channels * row->bits / 8u);
+  fields.bits = fields.validBits = row->bits;
+  fields.extensible = extensible || channels > 2;
+  fields.hasExtra = row->hasExtraSize;
+  chunk.body = riff::buildFormatBody(fields);
+  chunk.needsFact = fields.extensible || row->tag != kPcmTag;
   return chunk;
 }
 

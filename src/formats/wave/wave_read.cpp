@@ -5,12 +5,12 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "codecs/id3.h"
+#include "formats/riff/description.h"
+#include "formats/riff/info.h"
 #include "formats/riff/riff.h"
 #include "formats/wave/wave.h"
 #include "formats/wave/wave_big_endian.h"
-#include "formats/wave/wave_description.h"
 #include "formats/wave/wave_format.h"
-#include "formats/wave/wave_text.h"
 
 namespace vemko::wave {
 namespace {
@@ -28,7 +28,7 @@ struct WaveFile {
   std::optional<std::uint64_t> dataOffset;  // within chunks
   std::uint64_t dataSize = 0;
   std::uint32_t factFrames = 0;
-  DescriptionChunks description;
+  riff::DescriptionChunks description;
   std::vector<Bytes> infoLists;
   Bytes broadcast, tag;
 };
@@ -69,25 +69,15 @@ void takeData(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker& walke
 }
 
 void takeList(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  std::uint32_t type = riff::listType(chunk.body);
-  if (type == fourCc("INFO")) file.infoLists.push_back(riff::listContents(chunk.body));
-  if (type == fourCc("adtl")) file.description.cueNotes.push_back(riff::listContents(chunk.body));
+  if (riff::listType(chunk.body) == fourCc("INFO")) file.infoLists.push_back(riff::listContents(chunk.body));
+  riff::takeDescriptionChunk(chunk, file.description);
 }
 
 void takeFirst(Bytes& place, const riff::Chunk& chunk) {
   if (place.empty()) place = chunk.body;
 }
-void takeSampler(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  takeFirst(file.description.sampler, chunk);
-}
-void takeInstrument(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  takeFirst(file.description.instrument, chunk);
-}
-void takeWaveSample(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  takeFirst(file.description.waveSample, chunk);
-}
-void takeCues(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  takeFirst(file.description.cues, chunk);
+void takeDescription(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
+  riff::takeDescriptionChunk(chunk, file.description);
 }
 void takeBroadcast(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   takeFirst(file.broadcast, chunk);
@@ -106,10 +96,10 @@ constexpr ChunkRow kChunkRows[] = {
   {fourCc("fact"), takeFact},
   {fourCc("data"), takeData},
   {fourCc("LIST"), takeList},
-  {fourCc("smpl"), takeSampler},
-  {fourCc("inst"), takeInstrument},
-  {fourCc("wsmp"), takeWaveSample},
-  {fourCc("cue "), takeCues},
+  {fourCc("smpl"), takeDescription},
+  {fourCc("inst"), takeDescription},
+  {fourCc("wsmp"), takeDescription},
+  {fourCc("cue "), takeDescription},
   {fourCc("bext"), takeBroadcast},
   {fourCc("ID3 "), takeTag},
   {fourCc("id3 "), takeTag},
@@ -166,8 +156,8 @@ bool countFrames(const WaveFile& file, const WaveFormat& format, std::uint64_t& 
 }
 
 void readTexts(const WaveFile& file, const Path& path, Waveform& waveform) {
-  for (Bytes list : file.infoLists) readInfo(list, waveform);
-  readBroadcastText(file.broadcast, waveform);
+  for (Bytes list : file.infoLists) riff::readInfo(list, waveform);
+  riff::readBroadcastText(file.broadcast, waveform);
   readId3(file.tag, waveform);
   if (waveform.name().empty()) waveform.setName(textOf(path.stem()));
 }
@@ -198,7 +188,7 @@ bool readChunks(Collection& collection, const InputFile& input, WaveFile& file) 
   const std::uint64_t offset = input.size() - file.chunks.size() + *file.dataOffset;
   waveform.setSource(makeSource(format, SourceFile::at(input.path()), offset, file.dataSize, frames));
   readTexts(file, input.path(), waveform);
-  readDescription(file.description, waveform);
+  riff::readDescription(file.description, waveform);
   return true;
 }
 

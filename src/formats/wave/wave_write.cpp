@@ -4,11 +4,11 @@
 #include "base/text.h"
 #include "codecs/id3.h"
 #include "codecs/sample_writer.h"
+#include "formats/riff/description.h"
+#include "formats/riff/info.h"
 #include "formats/riff/riff.h"
 #include "formats/wave/wave.h"
-#include "formats/wave/wave_description.h"
 #include "formats/wave/wave_format.h"
-#include "formats/wave/wave_text.h"
 #include "io/sample_layout.h"
 
 namespace vemko::wave {
@@ -35,26 +35,15 @@ struct Plan {
 // A name that only repeats a file's is left to the file's name.
 bool isFileName(const std::u16string& name, const Path& path) { return name == textOf(path.stem()); }
 
-void addWhereFilled(riff::ChunkBuilder& builder, std::uint32_t id, Bytes body) {
-  if (!body.empty()) builder.add(id, body);
-}
-
 std::vector<std::byte> buildTrailer(const Waveform& waveform, const Path& target) {
   const bool withName =
       !isFileName(waveform.name(), target) && !(waveform.source && waveform.source->file() &&
                                                 isFileName(waveform.name(), waveform.source->file()->path()));
   riff::ChunkBuilder builder;
-  builder.out.append(buildInfo(waveform, withName));
-  const DescriptionBodies bodies = buildDescription(waveform);
-  addWhereFilled(builder, fourCc("cue "), bodies.cues);
-  if (!bodies.cueNotes.empty()) {
-    builder.openList(fourCc("adtl"));
-    builder.out.append(bodies.cueNotes);
-    builder.close();
-  }
-  addWhereFilled(builder, fourCc("smpl"), bodies.sampler);
-  addWhereFilled(builder, fourCc("inst"), bodies.instrument);
-  if (!waveform.image().empty()) addWhereFilled(builder, fourCc("id3 "), buildId3(waveform));
+  builder.out.append(riff::buildInfo(waveform, withName));
+  builder.out.append(riff::buildDescription(waveform));
+  if (!waveform.image().empty())
+    if (const auto tag = buildId3(waveform); !tag.empty()) builder.add(fourCc("id3 "), tag);
   return std::move(builder.out.bytes);
 }
 
@@ -91,11 +80,6 @@ ByteWriter buildHeader(const Plan& plan) {
 }
 
 }  // namespace
-
-Options& options() {
-  static Options current;
-  return current;
-}
 
 bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& save) {
   if (item.kind() != ItemKind::Waveform) return fail(u"The file format can not save this item");

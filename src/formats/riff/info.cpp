@@ -1,4 +1,4 @@
-#include "formats/wave/wave_text.h"
+#include "formats/riff/info.h"
 
 #include <algorithm>
 #include <string>
@@ -7,7 +7,7 @@
 #include "base/text.h"
 #include "formats/riff/riff.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 namespace {
 
 constexpr std::string_view kSoftware = "Vemko Studio v12.13";
@@ -35,7 +35,7 @@ void setWhereEmpty(Item& item, TextProperty property, Bytes field) {
   if (item.text(property).empty()) item.setText(property, decodeText(field));
 }
 
-void addTextChunk(riff::ChunkBuilder& builder, std::uint32_t id, std::string_view text) {
+void addTextChunk(ChunkBuilder& builder, std::uint32_t id, std::string_view text) {
   builder.open(id);
   builder.out.text(text);
   builder.out.u8(0);
@@ -47,8 +47,8 @@ void addTextChunk(riff::ChunkBuilder& builder, std::uint32_t id, std::string_vie
 void readInfo(Bytes list, Item& item) {
   constexpr std::size_t kNamesLogged = 20;
   std::vector<std::uint32_t> unknown;
-  riff::ChunkWalker walker(list);
-  for (riff::Chunk chunk; walker.next(chunk);) {
+  ChunkWalker walker(list);
+  for (Chunk chunk; walker.next(chunk);) {
     auto row = std::find_if(std::begin(kInfoRows), std::end(kInfoRows),
                             [&](const InfoRow& each) { return each.id == chunk.id; });
     if (row != std::end(kInfoRows))
@@ -60,7 +60,7 @@ void readInfo(Bytes list, Item& item) {
   if (unknown.empty()) return;
   std::u16string line = u"INFO fields not kept: ";
   for (std::size_t i = 0; i < unknown.size(); ++i)
-    line.append(i == 0 ? u"" : u", ").append(riff::idText(unknown[i]));
+    line.append(i == 0 ? u"" : u", ").append(idText(unknown[i]));
   logWarning(line);
 }
 
@@ -73,7 +73,7 @@ void readBroadcastText(Bytes body, Item& item) {
 }
 
 std::vector<std::byte> buildInfo(const Item& item, bool withName) {
-  riff::ChunkBuilder builder;
+  ChunkBuilder builder;
   builder.openList(fourCc("INFO"));
   bool isEmpty = true;
   for (const InfoRow& row : kInfoRows) {
@@ -88,4 +88,4 @@ std::vector<std::byte> buildInfo(const Item& item, bool withName) {
   return std::move(builder.out.bytes);
 }
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

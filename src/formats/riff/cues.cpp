@@ -1,4 +1,4 @@
-#include "formats/wave/wave_cues.h"
+#include "formats/riff/cues.h"
 
 #include <algorithm>
 #include <optional>
@@ -7,7 +7,7 @@
 #include "base/text.h"
 #include "formats/riff/riff.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 namespace {
 
 constexpr std::size_t kPointBytes = 24;
@@ -131,8 +131,8 @@ std::u16string CueNotes::label(std::uint32_t cueId) const {
 }
 
 void readCueNotes(Bytes list, CueNotes& notes) {
-  riff::ChunkWalker walker(list);
-  for (riff::Chunk chunk; walker.next(chunk);) {
+  ChunkWalker walker(list);
+  for (Chunk chunk; walker.next(chunk);) {
     if (chunk.id == kExactChunk && notes.exact.empty()) {
       notes.exact = chunk.body;
       notes.published = list.first(static_cast<std::size_t>(chunk.offset) - 8);
@@ -177,7 +177,7 @@ std::vector<std::byte> buildCues(const Waveform& waveform) {
 }
 
 std::vector<std::byte> buildCueNotes(const Waveform& waveform) {
-  riff::ChunkBuilder builder;
+  ChunkBuilder builder;
   std::uint32_t id = 0;
   for (const LoopRecord& record : waveform.records) {
     ++id;
@@ -199,4 +199,4 @@ std::vector<std::byte> buildCueNotes(const Waveform& waveform) {
   return std::move(builder.out.bytes);
 }
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

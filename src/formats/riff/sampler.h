@@ -6,9 +6,9 @@
 
 #include "base/bytes.h"
 #include "core/waveform.h"
-#include "formats/wave/wave_cues.h"
+#include "formats/riff/cues.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 
 /// Sets the tuning and adds the loops; `loopIds` receives their cue ids. A body that is too short for its
 /// fixed part changes nothing and gives false; of lying counts the loops that are there are taken.
@@ -30,4 +30,4 @@ std::vector<std::byte> buildSampler(const Waveform& waveform);
 /// The body with the gain, empty when that is 0 dB.
 std::vector<std::byte> buildInstrument(const Waveform& waveform);
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

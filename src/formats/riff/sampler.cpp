@@ -1,14 +1,14 @@
-#include "formats/wave/wave_sampler.h"
+#include "formats/riff/sampler.h"
 
 #include <algorithm>
 #include <cmath>
 #include <string_view>
 
 #include "base/log.h"
+#include "formats/riff/description.h"
 #include "formats/riff/wsmp.h"
-#include "formats/wave/wave.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 namespace {
 
 constexpr std::size_t kHeaderBytes = 36, kLoopBytes = 24;
@@ -161,15 +161,15 @@ void readInstrument(Bytes body, Waveform& waveform) {
 }
 
 void readWaveSample(Bytes body, bool hasSampler, LoopAdder& adder, Waveform& waveform) {
-  riff::WaveSample sample;
-  if (!riff::parseWaveSample(body, sample)) return;
+  WaveSample sample;
+  if (!parseWaveSample(body, sample)) return;
   waveform.volumeAdjustmentDb = static_cast<float>(sample.gainDb);
   if (hasSampler) return;
   if (sample.unityNote < 128) waveform.rootKey = static_cast<std::uint8_t>(sample.unityNote);
   waveform.fineTuneCents = static_cast<std::int8_t>(std::clamp<int>(sample.fineTuneCents, -128, 127));
   CueNotes noNotes;
   bool isMain = true;
-  for (const riff::WaveSampleLoop& each : sample.loops) {
+  for (const WaveSampleLoop& each : sample.loops) {
     std::uint64_t end = std::min<std::uint64_t>(std::uint64_t{each.start} + each.length, waveform.frames);
     if (each.start >= end) continue;
     LoopDescriptor loop;
@@ -219,4 +219,4 @@ std::vector<std::byte> buildInstrument(const Waveform& waveform) {
   return std::move(body.bytes);
 }
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

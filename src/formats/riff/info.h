@@ -5,7 +5,7 @@
 #include "base/bytes.h"
 #include "core/waveform.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 
 /// Takes the texts of a "LIST" of type INFO over; properties that are set already stay. What the model has no
 /// place for is named in the log.
@@ -17,4 +17,4 @@ void readBroadcastText(Bytes body, Item& item);
 /// The whole "LIST" chunk, with the software's name; empty when there is no text to write.
 std::vector<std::byte> buildInfo(const Item& item, bool withName);
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

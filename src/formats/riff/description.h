@@ -4,8 +4,14 @@
 
 #include "base/bytes.h"
 #include "core/waveform.h"
+#include "formats/riff/riff.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
+
+struct Options {
+  bool noLoopOff = true;  ///< Loops that are off are not written to "smpl".
+};
+Options& options();
 
 /// Bodies as they stand in the file, the first of each kind; empty where there is no such chunk.
 struct DescriptionChunks {
@@ -16,13 +22,13 @@ struct DescriptionChunks {
   std::vector<Bytes> cueNotes;  ///< Contents of the "LIST"s of type "adtl".
 };
 
+/// Takes the body of a chunk that describes, as a view; false for any other.
+bool takeDescriptionChunk(const Chunk& chunk, DescriptionChunks& chunks);
+
 /// The waveform's frame count must be known by then.
 void readDescription(const DescriptionChunks& chunks, Waveform& waveform);
 
-/// Bodies to be written; empty ones are left out.
-struct DescriptionBodies {
-  std::vector<std::byte> cues, cueNotes, sampler, instrument;
-};
-DescriptionBodies buildDescription(const Waveform& waveform);
+/// The chunks to be written, whole; empty when there is nothing to say.
+std::vector<std::byte> buildDescription(const Waveform& waveform);
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

@@ -9,7 +9,7 @@
 #include "base/bytes.h"
 #include "core/waveform.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 
 /// What the "adtl" lists say about cue points, by their ids; the first of several counts.
 struct CueNotes {
@@ -60,4 +60,4 @@ class RepeatedWarning {
   std::size_t count_ = 0;
 };
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

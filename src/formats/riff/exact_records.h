@@ -13,9 +13,9 @@
 
 #include "base/bytes.h"
 #include "core/waveform.h"
-#include "formats/wave/wave_cues.h"
+#include "formats/riff/cues.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 
 struct PublishedChunks {
   Bytes sampler, instrument, cues, cueNotes;
@@ -31,4 +31,4 @@ bool applyExactBlock(Bytes data, std::uint32_t checksum, const CueNotes& notes, 
 /// are.
 bool isSameDescription(const Waveform& a, const Waveform& b);
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

@@ -1,4 +1,4 @@
-#include "formats/wave/wave_exact.h"
+#include "formats/riff/exact_records.h"
 
 #include <algorithm>
 #include <cmath>
@@ -7,7 +7,7 @@
 
 #include "base/text.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 namespace {
 
 constexpr std::uint16_t kVersion = 1;
@@ -169,4 +169,4 @@ bool isSameDescription(const Waveform& a, const Waveform& b) {
                     });
 }
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff
