@@ -82,7 +82,36 @@ SampleEncoding encodingOf(Format format) {
   return static_cast<SampleEncoding>(static_cast<unsigned>(SampleEncoding::Adpcm2) + format.bits - 2);
 }
 
+// Energy of the second differences, in relation to that of the samples: rises with high frequencies, of which
+// codes in a wrong order make plenty.
+double roughness(const FilePart& part, Format format) {
+  constexpr std::size_t kRunsHeard = 16;
+  auto input = PartInput::open(part);
+  State state = makeState(format);
+  if (!input || !state) return 0;
+  G726Decoder decoder(std::move(input), format, std::move(state));
+  double differences = 0, samples = 0;
+  float last = 0, lastStep = 0;
+  for (std::size_t i = 0; i < kRunsHeard; ++i)
+    for (float sample : decoder.next().samples) {
+      const float step = sample - last, bend = step - lastStep;
+      differences += double{bend} * bend;
+      samples += double{sample} * sample;
+      last = sample;
+      lastStep = step;
+    }
+  return samples > 0 ? differences / samples : 0;
+}
+
 }  // namespace
+
+BitOrder likelyOrder(const FilePart& part, unsigned bits) {
+  constexpr double kPlainlySmoother = 0.8;
+  if (!functions().library.isAvailable()) return BitOrder::HighBitsFirst;
+  const double low = roughness(part, {bits, BitOrder::LowBitsFirst}),
+               high = roughness(part, {bits, BitOrder::HighBitsFirst});
+  return low < high * kPlainlySmoother ? BitOrder::LowBitsFirst : BitOrder::HighBitsFirst;
+}
 
 std::u16string missingLibrary() { return functions().library.missingText(); }
 

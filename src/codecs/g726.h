@@ -15,6 +15,10 @@ struct Format {
 
 std::u16string missingLibrary();
 
+/// The order in which the codes that the part begins with give the smoother sound, because writers of WAVE
+/// files disagree; HighBitsFirst where that does not decide it, or the library is missing.
+BitOrder likelyOrder(const FilePart& part, unsigned bits);
+
 /// `facts` tells the rate and, unless all that the part holds is wanted, the frames. Fails for a missing
 /// library.
 bool open(const FilePart& part, Format format, StreamFacts facts, CompressedSamples& samples);

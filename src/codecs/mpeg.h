@@ -30,6 +30,11 @@ std::uint32_t storedRate(std::uint32_t rate);
 /// The bit rate nearest to that which the sample rate allows.
 std::uint32_t storedBitRate(std::uint32_t bitsPerSecond, std::uint32_t rate);
 
+/// Kilobits a second of compression setting 0, 1, 2 ..., from the highest down; 0 past the last.
+double kilobitsOfSetting(int setting);
+/// The bit rate of that setting; 128000 where there is no such setting.
+std::uint32_t bitRateOfSetting(std::uint32_t setting);
+
 /// Frames that a decoder gives before the first one of a stream without tag frame.
 inline constexpr std::uint32_t kTotalDelay = 1105;
 

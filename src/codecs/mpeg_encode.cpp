@@ -56,6 +56,9 @@ constexpr std::uint32_t kHighRates[] = {32, 40, 48, 56, 64, 80, 96, 112, 128, 16
 constexpr std::uint32_t kMiddleRates[] = {8, 16, 24, 32, 40, 48, 56, 64, 80, 96, 112, 128, 144, 160};
 constexpr std::uint32_t kLowRates[] = {8, 16, 24, 32, 40, 48, 56, 64};
 
+constexpr double kSettings[] = {320, 256, 224, 192, 160, 128, 112, 96, 80, 64, 56, 48, 40, 32, 24, 16, 8};
+constexpr std::uint32_t kFallbackBitRate = 128000;
+
 struct CloseEncoder {
   void operator()(lame_global_flags* encoder) const { functions().close(encoder); }
 };
@@ -119,6 +122,16 @@ std::uint32_t storedBitRate(std::uint32_t bitsPerSecond, std::uint32_t rate) {
     return std::abs(std::int64_t{kilobits} * 1000 - std::int64_t{bitsPerSecond});
   };
   return *std::ranges::min_element(choices, {}, distance) * 1000;
+}
+
+double kilobitsOfSetting(int setting) {
+  const auto index = static_cast<std::size_t>(setting);
+  return setting >= 0 && index < std::size(kSettings) ? kSettings[index] : 0;
+}
+
+std::uint32_t bitRateOfSetting(std::uint32_t setting) {
+  return setting < std::size(kSettings) ? static_cast<std::uint32_t>(kSettings[setting] * 1000)
+                                        : kFallbackBitRate;
 }
 
 bool encode(const EncoderInput& input, const EncodeOptions& options, ByteSink& sink) {

@@ -58,18 +58,28 @@ SampleEncoding ownEncoding(const Waveform& waveform) {
              : SampleEncoding::Float32;
 }
 
+constexpr bool isSpeechCode(SampleEncoding encoding) {
+  return encoding >= SampleEncoding::Gsm610 && encoding <= SampleEncoding::Adpcm5;
+}
+
+// Samples that were decoded and are encoded again become others.
+constexpr bool losesEachTime(SampleEncoding encoding) {
+  return isSpeechCode(encoding) || encoding == SampleEncoding::Codec;
+}
+
 SampleEncoding chooseEncoding(const Waveform& waveform, CapabilityMask requested, CapabilityMask available) {
   const SampleEncoding own = ownEncoding(waveform);
   for (const Precision& row : kPrecisions)
     if (requested & available & encodingBit(row.encoding)) return row.encoding;
-  if (available & encodingBit(own)) return own;
+  const bool hasOwn = available & encodingBit(own);
+  if (hasOwn && !losesEachTime(own)) return own;
   SampleEncoding richest = own;
   for (const Precision& row : kPrecisions) {
     if (!(available & encodingBit(row.encoding))) continue;
     richest = row.encoding;
-    if (holds(row, precisionOf(own))) break;
+    if (holds(row, precisionOf(own))) return richest;
   }
-  return richest;
+  return hasOwn ? own : richest;
 }
 
 std::uint8_t chooseChannels(std::uint8_t channels, CapabilityMask requested, CapabilityMask capabilities) {
@@ -86,8 +96,9 @@ std::uint8_t chooseChannels(std::uint8_t channels, CapabilityMask requested, Cap
 }  // namespace
 
 SampleLayout chooseLayout(const Waveform& waveform, const SaveOptions& options, CapabilityMask capabilities) {
-  return {chooseEncoding(waveform, options.requested, capabilities & kEncodingBits),
-          chooseChannels(waveform.channels, options.requested, capabilities)};
+  const SampleEncoding encoding = chooseEncoding(waveform, options.requested, capabilities & kEncodingBits);
+  const CapabilityMask layouts = isSpeechCode(encoding) ? kMono : capabilities;
+  return {encoding, chooseChannels(waveform.channels, options.requested, layouts)};
 }
 
 }  // namespace vemko::io

@@ -60,7 +60,7 @@ TEST(LossReport, TellsWhatLoopsAndMarkersLose) {
     return features;
   };
   EXPECT_EQ(featuresLostBy(u"wav"), (std::vector<std::u16string>{}));
-  EXPECT_EQ(featuresLostBy(u"flac"),
+  EXPECT_EQ(featuresLostBy(u"au"),
             (std::vector<std::u16string>{u"Waves: Loops", u"Waves: Markers", u"Waves: Ends of sections"}));
 }
 

@@ -37,6 +37,8 @@ TEST(SampleLayout, ChoosesTheEncoding) {
            Case{"32 bits want doubles", E::Pcm32, 0, row({E::Pcm16, E::Float32, E::Float64}), E::Float64},
            Case{"doubles into floats at best", E::Float64, 0, row({E::Pcm32, E::Float32}), E::Float32},
            Case{"floats into the widest PCM", E::Float32, 0, row({E::Pcm16, E::Pcm24, E::MuLaw}), E::Pcm24},
+           Case{"own, but lossy", E::Adpcm4, 0, kWave | encodingBit(E::Adpcm4), E::Pcm16},
+           Case{"own, and nothing better", E::Codec, 0, row({E::Codec}), E::Codec},
            Case{"only lossy ones", E::Pcm16, 0, row({E::Adpcm4, E::MuLaw}), E::MuLaw},
        }) {
     SCOPED_TRACE(c.name);
@@ -77,6 +79,7 @@ TEST(SampleLayout, ChoosesTheChannels) {
            Case{2, kMono, kStereo, 2},
            Case{2, kMono | kStereo, kMono | kStereo, 2},
            Case{1, kStereo, kMono, 1},
+           Case{2, kStereo | encodingBit(E::Gsm610), row({E::Gsm610}), 1},
        }) {
     SCOPED_TRACE(testing::Message() << +c.channels << " " << (c.requested >> 20) << " "
                                     << (c.capabilities >> 20));

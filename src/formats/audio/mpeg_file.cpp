@@ -15,11 +15,8 @@
 namespace vemko::audio {
 namespace {
 
-constexpr double kBitRates[] = {320, 256, 224, 192, 160, 128, 112, 96, 80, 64, 56, 48, 40, 32, 24, 16, 8};
 // What the library's ten steps of variable bit rate come to on average, in stereo at 44100 Hz.
 constexpr double kVariableBitRates[] = {245, 225, 190, 175, 165, 130, 115, 100, 85, 65};
-constexpr std::uint32_t kFallbackBitRate = 128000;
-constexpr double kLowestBitRate = 8000, kHighestBitRate = 320000;
 
 // --- Frame headers, as far as probing goes.
 
@@ -108,15 +105,12 @@ void readTags(Bytes bytes, Waveform& waveform) {
 
 mpeg::EncodeOptions encodeOptions(const io::SaveOptions& save) {
   mpeg::EncodeOptions result;
-  const int setting = static_cast<int>(std::min<std::uint32_t>(save.setting, 1000));
-  const double bitRate = std::round(describeMp3Setting(setting, save.variant, nullptr) * 1000);
-  result.bitsPerSecond = bitRate >= kLowestBitRate && bitRate <= kHighestBitRate
-                             ? static_cast<std::uint32_t>(bitRate)
-                             : kFallbackBitRate;
+  result.bitsPerSecond = mpeg::bitRateOfSetting(save.setting);
   result.mode = save.variant == kMp3Average    ? mpeg::RateMode::Average
                 : save.variant == kMp3Variable ? mpeg::RateMode::Variable
                                                : mpeg::RateMode::Constant;
-  result.quality = std::min(setting, static_cast<int>(std::size(kVariableBitRates)) - 1);
+  constexpr std::uint32_t kLowestQuality = std::size(kVariableBitRates) - 1;
+  result.quality = static_cast<int>(std::min(save.setting, kLowestQuality));
   result.jointStereo = options().mp3JointStereo;
   return result;
 }
@@ -167,15 +161,15 @@ bool writeMp3(Item& item, OutputFile& file, const io::SaveOptions& save) {
 std::u16string missingForMpeg(bool writing) { return mpeg::missingLibrary(writing); }
 
 double describeMp3Setting(int index, std::uint32_t variant, std::u16string* label) {
-  const std::span<const double> rates =
-      variant == kMp3Variable ? std::span<const double>(kVariableBitRates) : kBitRates;
-  if (index < 0 || index >= static_cast<int>(rates.size())) return 0;
-  const double rate = rates[static_cast<std::size_t>(index)];
-  if (label)
+  const bool isVariable = variant == kMp3Variable;
+  const bool isPastLast = index < 0 || index >= static_cast<int>(std::size(kVariableBitRates));
+  const double rate = !isVariable  ? mpeg::kilobitsOfSetting(index)
+                      : isPastLast ? 0
+                                   : kVariableBitRates[index];
+  if (label && rate > 0)
     *label = toUtf16(
-        variant == kMp3Variable
-            ? formatted("MP3 VBR Quality %d", index + 1)
-            : formatted(variant == kMp3Average ? "MP3 ABR %.0f kbit/s" : "MP3 CBR %.0f kbit/s", rate));
+        isVariable ? formatted("MP3 VBR Quality %d", index + 1)
+                   : formatted(variant == kMp3Average ? "MP3 ABR %.0f kbit/s" : "MP3 CBR %.0f kbit/s", rate));
   return rate;
 }
 

@@ -16,7 +16,10 @@ inline constexpr io::CapabilityMask kCapabilities =
     io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) |
     io::encodingBit(SampleEncoding::Pcm24) | io::encodingBit(SampleEncoding::Pcm32) |
     io::encodingBit(SampleEncoding::Float32) | io::encodingBit(SampleEncoding::MuLaw) |
-    io::encodingBit(SampleEncoding::ALaw) | io::kMono | io::kStereo;
+    io::encodingBit(SampleEncoding::ALaw) | io::encodingBit(SampleEncoding::Gsm610) |
+    io::encodingBit(SampleEncoding::Adpcm2) | io::encodingBit(SampleEncoding::Adpcm3) |
+    io::encodingBit(SampleEncoding::Adpcm4) | io::encodingBit(SampleEncoding::Adpcm5) |
+    io::encodingBit(SampleEncoding::Codec) | io::kMono | io::kStereo;
 
 inline constexpr std::uint32_t kExtensible = 65534;  ///< Writer variant: extensible "fmt " body.
 inline constexpr std::uint32_t kBare = 0xFFFFFFFF;   ///< Writer variant: nothing after "data".

@@ -45,19 +45,12 @@ struct CodecName {
 };
 // Encodings that are known by name only, in the order of their tags.
 constexpr CodecName kCodecNames[] = {
-  {0x0014, u"G.723 ADPCM"},
   {0x0022, u"TrueSpeech"},
   {0x0028, u"LRC"},
-  {0x0031, u"GSM 06.10"},
   {0x0032, u"MSN Audio"},
   {0x003B, u"Rockwell ADPCM"},
-  {0x0040, u"G.721 ADPCM"},
   {0x0041, u"G.728 CELP"},
   {0x0042, u"MS G.723.1"},
-  {0x0045, u"G.726 ADPCM"},
-  {0x0050, u"MPEG layer I/II"},
-  {0x0055, u"MPEG layer III"},
-  {0x0064, u"G.726 ADPCM"},
   {0x0065, u"G.722 ADPCM"},
   {0x0069, u"IMA ADPCM (Xbox)"},
   {0x0083, u"G.729"},
@@ -219,6 +212,8 @@ bool parseFormat(Bytes body, WaveFormat& format) {
     default:
       break;
   }
+  format.coded = codedFormat(fields.tag, fields.bits, fields.extra);
+  if (format.coded) return true;
   // Companded samples take one byte each, whatever bits and block align say: some writers give the width that
   // they expand to.
   const TagRow* row = findRow(fields.tag, 8);

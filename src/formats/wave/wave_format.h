@@ -2,10 +2,12 @@
 // The "fmt " chunk: one table of format tags that reader and writer share.
 #include <cstdint>
 #include <memory>
+#include <optional>
 
 #include "codecs/adpcm.h"
 #include "codecs/pcm.h"
 #include "core/sample_source.h"
+#include "formats/wave/wave_coded.h"
 
 namespace vemko::wave {
 
@@ -29,6 +31,7 @@ struct WaveFormat {
   IntegerLayout integers;             ///< For Integers.
   AdpcmFormat adpcm;                  ///< For Adpcm.
   bool isJustifiedEitherWay = false;  ///< 24 bits in four bytes, in a chunk that does not say which three.
+  std::optional<CodedFormat> coded;   ///< Instead of all that, for samples that a codec library decodes.
 };
 
 /// False, with the reason as last error message, for what cannot be decoded. Mends a wrong block align and a
@@ -44,18 +47,13 @@ void setBigEndian(WaveFormat& format);
 /// lower three: the data decide.
 void settleJustification(Bytes data, WaveFormat& format);
 
-/// Frames in that many bytes of sample data.
+/// Frames in that many bytes of sample data that need no codec library.
 std::uint64_t framesIn(const WaveFormat& format, std::uint64_t byteCount);
 
-/// The deferred samples.
+/// The deferred samples, likewise.
 std::shared_ptr<const SampleSource> makeSource(const WaveFormat& format, std::shared_ptr<SourceFile> file,
                                                std::uint64_t offset, std::uint64_t byteCount,
                                                std::uint64_t frames);
-
-struct FormatChunk {
-  ByteWriter body;
-  bool needsFact = false;  ///< The format tag is another one than that of plain PCM.
-};
 
 /// The body to be written for an encoding of the table; more than two channels are always `extensible`.
 FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uint32_t rate, bool extensible);

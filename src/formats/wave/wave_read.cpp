@@ -146,8 +146,7 @@ void walkChunks(WaveFile& file) {
 }
 
 // The frame count: the "fact" chunk's where it gives one that the data can hold.
-bool countFrames(const WaveFile& file, const WaveFormat& format, std::uint64_t& frames) {
-  frames = framesIn(format, file.dataSize);
+bool settleFrames(const WaveFile& file, std::uint64_t& frames) {
   if (file.factFrames > frames && file.factFrames != kUnknownSize)
     logWarning(u"The 'fact' chunk claims more frames than there are");
   else if (file.factFrames != 0 && file.factFrames != kUnknownSize)
@@ -173,20 +172,28 @@ bool readChunks(Collection& collection, const InputFile& input, WaveFile& file) 
   if (!file.format) return fail(u"No 'fmt ' chunk in this WAVE file");
   if (!file.dataOffset) return fail(u"No 'data' chunk in this WAVE file");
   WaveFormat format;
-  std::uint64_t frames = 0;
   if (!parseFormat(*file.format, format)) return false;
   if (file.bigEndian) setBigEndian(format);
   settleJustification(file.chunks.subspan(static_cast<std::size_t>(*file.dataOffset),
                                           static_cast<std::size_t>(file.dataSize)),
                       format);
-  if (!countFrames(file, format, frames)) return false;
+  const FilePart data{
+      SourceFile::at(input.path()), input.size() - file.chunks.size() + *file.dataOffset, file.dataSize, {}};
+  CompressedSamples samples{{0, format.rate, format.channels, 0}, nullptr};
+  if (format.coded) {
+    if (!openCoded(*format.coded, data, samples.facts, samples)) return false;
+  } else {
+    samples.facts.frames = framesIn(format, data.size);
+  }
+  std::uint64_t frames = samples.facts.frames;
+  if (!settleFrames(file, frames)) return false;
+  if (!samples.source) samples.source = makeSource(format, data.file, data.offset, data.size, frames);
 
   Waveform& waveform = createWaveform(collection, {});
   waveform.frames = static_cast<std::uint32_t>(frames);
-  waveform.channels = format.channels;
-  waveform.rate = format.rate;
-  const std::uint64_t offset = input.size() - file.chunks.size() + *file.dataOffset;
-  waveform.setSource(makeSource(format, SourceFile::at(input.path()), offset, file.dataSize, frames));
+  waveform.channels = samples.facts.channels;
+  waveform.rate = samples.facts.rate;
+  waveform.setSource(samples.source);
   readTexts(file, input.path(), waveform);
   riff::readDescription(file.description, waveform);
   return true;

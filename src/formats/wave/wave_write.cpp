@@ -79,12 +79,34 @@ ByteWriter buildHeader(const Plan& plan) {
   return out;
 }
 
+// The length of coded data is known once they are written: the header is completed then.
+bool writeCoded(const Waveform& waveform, const io::SampleLayout& layout, const io::SaveOptions& save,
+                OutputFile& file) {
+  Plan plan;
+  plan.format = buildCodedFormat(layout.encoding, layout.channels, waveform.rate, save.setting);
+  plan.frames = codedFrames(layout.encoding, waveform.frames);
+  if (save.variant != kBare) plan.trailer = buildTrailer(waveform, file.path());
+
+  auto stream = withChannels(openSamples(waveform), waveform.channels, layout.channels);
+  FileSink sink(file);
+  if (!stream || !sink.write(buildHeader(plan).bytes)) return false;
+  const std::uint64_t start = sink.size();
+  const EncoderInput input{*stream, waveform.frames, waveform.rate, layout.channels};
+  if (!encodeCoded(layout.encoding, input, save.setting, sink)) return false;
+  plan.dataBytes = sink.size() - start;
+  if (plan.isLarge()) return fail(u"Wave too big - use 64-bit version!");
+  constexpr std::byte kPad{0};
+  if (plan.dataBytes % 2 != 0 && !sink.write({&kPad, 1})) return false;
+  return sink.write(plan.trailer) && sink.writeAt(0, buildHeader(plan).bytes) && sink.flush();
+}
+
 }  // namespace
 
 bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& save) {
   if (item.kind() != ItemKind::Waveform) return fail(u"The file format can not save this item");
   const Waveform& waveform = static_cast<const Waveform&>(item);
   const io::SampleLayout layout = io::chooseLayout(waveform, save, kCapabilities);
+  if (isCoded(layout.encoding)) return writeCoded(waveform, layout, save, file);
   const PcmFormat pcm{layout.encoding};
   Plan plan;
   plan.format = buildFormat(layout.encoding, layout.channels, waveform.rate, save.variant == kExtensible);
