@@ -79,15 +79,24 @@ float largestDifference(std::span<const float> a, std::span<const float> b) {
   return largest;
 }
 
-// The other program takes whole blocks of ADPCM for the length, and rounds predictions of the Microsoft kind
-// downwards instead of towards zero.
+// Of ADPCM the other program rounds predictions of the Microsoft kind downwards instead of towards zero.
 bool isAdpcm(const Waveform& waveform) { return waveform.source->encoding() == SampleEncoding::Adpcm4; }
+
+// It takes whole blocks for the length.
+bool hasBlocks(const Waveform& waveform) {
+  return isAdpcm(waveform) || waveform.source->encoding() == SampleEncoding::Gsm610;
+}
+
+// It keeps the delay of MPEG audio, and its decoder of G.721 is not that of the recommendation.
+bool isComparedElsewhere(const Path& path, const Waveform& waveform) {
+  return waveform.source->encoding() == SampleEncoding::Codec || path.filename() == "lsf_g721.wav";
+}
 
 void expectSame(Waveform& ours, const Reference& reference) {
   EXPECT_EQ(ours.rate, reference.rate);
   EXPECT_EQ(ours.channels, reference.channels);
   const std::uint64_t samples = std::uint64_t{ours.frames} * ours.channels;
-  if (isAdpcm(ours))
+  if (hasBlocks(ours))
     EXPECT_LE(samples, reference.samples.size());
   else
     EXPECT_EQ(samples, reference.samples.size());
@@ -110,7 +119,7 @@ TEST(WaveCorpus, EveryFileThatAnotherProgramReadsHasTheSameSamples) {
     const bool isMisread = path.filename() == "pcmwaveformat-24bit-4byte-48kHz-stereo.wav";
     if (!reference || needsCodec || isMisread) continue;
     EXPECT_TRUE(ours.ok) << toUtf8(lastError());
-    if (!ours.waveform) continue;
+    if (!ours.waveform || isComparedElsewhere(path, *ours.waveform)) continue;
     const SampleEncoding encoding = ours.waveform->source->encoding();
     if (encoding == SampleEncoding::Float32 || encoding == SampleEncoding::Float64)
       reference->samples = floatsOf(path, folder / "reference.f32");
