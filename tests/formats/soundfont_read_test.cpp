@@ -146,24 +146,45 @@ TEST(SoundFontReader, MendsSampleHeaders) {
 }
 
 TEST(SoundFontReader, LinksSides) {
-  Bank bank = simpleBank();
-  bank.instruments[0].zones[0].generators[0].amount = 2;
-  bank.samples = {{"Left"}, {"Right"}, {"Alone"}};
-  bank.samples[0].type = 4;
-  bank.samples[0].link = 1;
-  bank.samples[1].type = 2;
-  bank.samples[1].link = 0;
-  bank.samples[2].type = 4;
-  bank.samples[2].link = 2;
-  LogCatcher log;
-  ReadBank read(bank);
-  ASSERT_TRUE(read.ok);
-  const auto waveforms = read.collection.all<Waveform>();
-  EXPECT_EQ(waveforms[0]->pairedWith, waveforms[1]->id());
-  EXPECT_EQ(waveforms[1]->pairedWith, waveforms[0]->id());
-  EXPECT_EQ(waveforms[1]->side, StereoSide::Right);
-  EXPECT_EQ(waveforms[2]->pairedWith, kNoItem);
-  EXPECT_TRUE(log.contains("A stereo sample has no other side"));
+  struct Case {
+    const char* name;
+    BankSample first, second;
+    bool arePaired;
+    const char* logged;
+  };
+  const auto sample = [](const char* name, std::uint16_t type, std::uint16_t link,
+                         std::uint32_t loopEnd = 90) {
+    BankSample made{name};
+    made.type = type;
+    made.link = link;
+    made.loopEnd = loopEnd;
+    return made;
+  };
+  constexpr const char* kByName = "are paired by their names";
+  constexpr const char* kAlone = "A stereo sample has no other side";
+  const Case cases[] = {
+      {"linked", sample("A", 4, 2), sample("B", 2, 1), true, ""},
+      {"linked, looping differently", sample("A", 4, 2), sample("B", 2, 1, 80), true, ""},
+      {"right one first", sample("A", 2, 2), sample("B", 4, 1), true, ""},
+      {"links lost", sample("Pad(L)", 4, 0), sample("Pad(R)", 2, 0), true, kByName},
+      {"links lost, right one first", sample("pad_r", 2, 0), sample("pad_l", 4, 0), true, kByName},
+      {"links lost, other names", sample("Pad(L)", 4, 0), sample("Bad(R)", 2, 0), false, kAlone},
+      {"one link", sample("A", 4, 2), sample("B", 2, 0), false, kAlone},
+      {"mono", sample("Pad(L)", 1, 2), sample("Pad(R)", 1, 1), false, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Bank bank = simpleBank();
+    bank.samples = {{"Other"}, c.first, c.second};
+    LogCatcher log;
+    ReadBank read(bank);
+    ASSERT_TRUE(read.ok);
+    const auto waveforms = read.collection.all<Waveform>();
+    EXPECT_EQ(waveforms[1]->pairedWith, c.arePaired ? waveforms[2]->id() : kNoItem);
+    EXPECT_EQ(waveforms[2]->pairedWith, c.arePaired ? waveforms[1]->id() : kNoItem);
+    EXPECT_EQ(waveforms[1]->side == StereoSide::Left, c.arePaired && c.first.type == 4);
+    EXPECT_TRUE(*c.logged == 0 ? log.lines.empty() : log.contains(c.logged));
+  }
 }
 
 TEST(SoundFontReader, ReadsTextsInEitherEncoding) {

@@ -8,6 +8,7 @@
 
 #include "base/log.h"
 #include "core/collection.h"
+#include "core/parameters.h"
 #include "formats/riff/riff.h"
 #include "formats/soundfont/sf_records.h"
 #include "formats/soundfont/soundfont.h"
@@ -241,6 +242,26 @@ class ReadBank {
   TempFolder folder_;
   Path path_ = folder_ / "bank.sf2";
 };
+
+/// Every slot and every field that a bank has a place for.
+inline void expectSameRegions(const Collection& a, const Collection& b) {
+  const auto before = regionsOf(a), after = regionsOf(b);
+  ASSERT_EQ(before.size(), after.size());
+  for (std::size_t i = 0; i < before.size(); ++i) {
+    SCOPED_TRACE("region " + std::to_string(i));
+    const ArticulationBlock one = effective(*before[i]), other = effective(*after[i]);
+    for (int slot = 0; slot < kSlotCount; ++slot)
+      EXPECT_EQ(one.get(static_cast<Slot>(slot)), other.get(static_cast<Slot>(slot))) << "slot " << slot;
+    EXPECT_EQ(before[i]->keys, after[i]->keys);
+    EXPECT_EQ(before[i]->velocities, after[i]->velocities);
+    EXPECT_EQ(before[i]->rootKey, after[i]->rootKey);
+    EXPECT_EQ(before[i]->section, after[i]->section);
+    EXPECT_EQ(before[i]->exclusiveGroup, after[i]->exclusiveGroup);
+    EXPECT_EQ(before[i]->fixedKey, after[i]->fixedKey);
+    EXPECT_EQ(before[i]->fixedVelocity, after[i]->fixedVelocity);
+    EXPECT_EQ(before[i]->waveform()->frames, after[i]->waveform()->frames);
+  }
+}
 
 /// Saves as the row "SoundFont v2 bank" without tidying up and gives the bytes; empty, with a failed test,
 /// when that fails.

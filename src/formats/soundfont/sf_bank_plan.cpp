@@ -56,20 +56,35 @@ bool fits(int amount) {
 }
 
 // What remains of the total for the instrument when the preset's zone adds its own; nothing where 16 bits do
-// not hold it.
+// not hold it. Where the total is the file's own, so is what remains: a sum that met its bounds cannot be
+// taken apart again.
 std::optional<ZoneTotal> without(const Zone& preset, const Zone& fileInstrument, ZoneTotal total) {
+  const Generators whole = sumOf(preset, fileInstrument), own = sumOf(Zone{}, fileInstrument);
   for (const Generator& added : preset.generators) {
-    const int amount = total.generators[added.number] - added.amount;
-    if (!fits(amount)) return std::nullopt;
-    total.generators[added.number] = static_cast<std::int16_t>(amount);
+    std::int16_t& amount = total.generators[added.number];
+    if (amount == whole[added.number]) {
+      amount = own[added.number];
+    } else {
+      if (!fits(amount - added.amount)) return std::nullopt;
+      amount = static_cast<std::int16_t>(amount - added.amount);
+    }
   }
+  const std::vector<Modulator> wholeRoutes = sumOfModulators(preset, fileInstrument);
+  auto sameRoute = [](const Modulator& route) {
+    return [&route](const Modulator& other) { return isSameRoute(route, other); };
+  };
   for (const Modulator& added : preset.modulators) {
-    const auto same = std::ranges::find_if(total.modulators,
-                                           [&](const Modulator& each) { return isSameRoute(each, added); });
-    if (same == total.modulators.end() || !fits(same->amount - added.amount)) return std::nullopt;
+    const auto same = std::ranges::find_if(total.modulators, sameRoute(added));
+    if (same == total.modulators.end()) return std::nullopt;
+    const auto given = std::ranges::find_if(fileInstrument.modulators, sameRoute(added));
+    const bool isGiven = given != fileInstrument.modulators.end();
+    const auto ofFile = std::ranges::find_if(wholeRoutes, sameRoute(added));
+    if (isGiven && same->amount == ofFile->amount) {
+      same->amount = given->amount;
+      continue;
+    }
+    if (!fits(same->amount - added.amount)) return std::nullopt;
     same->amount = static_cast<std::int16_t>(same->amount - added.amount);
-    const bool isGiven = std::ranges::any_of(fileInstrument.modulators,
-                                             [&](const Modulator& each) { return isSameRoute(each, added); });
     if (!isGiven && same->amount == initialModulation(*same)) total.modulators.erase(same);
   }
   return total;

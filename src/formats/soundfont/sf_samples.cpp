@@ -95,6 +95,13 @@ void addLoop(Waveform& waveform, const ZoneLoop& loop) {
   waveform.addLoop(descriptor, {}, true, false);
 }
 
+// "Piano(L)" and "Piano(R)": one letter differs, an L here and an R there.
+bool areNamesOfSides(const Name& left, const Name& right) {
+  const auto [l, r] = std::ranges::mismatch(left, right);
+  return l != left.end() && ((*l == 'L' && *r == 'R') || (*l == 'l' && *r == 'r')) &&
+         std::equal(l + 1, left.end(), r + 1);
+}
+
 }  // namespace
 
 std::vector<SamplePlace> placeSamples(const BankFile& bank, const std::shared_ptr<SourceFile>& file,
@@ -174,28 +181,54 @@ void SampleWaveforms::create(Collection& collection, const std::shared_ptr<BankN
   link(collection, complaints);
 }
 
-// A left and a right sample that name each other are sides of one sound; so are their waveforms that loop
-// alike.
+bool SampleWaveforms::isSide(std::uint32_t sample, std::uint16_t side) const {
+  return isPlayable(sample) && (tables_.samples[sample].type & 0xF) == side;
+}
+
+bool SampleWaveforms::nameEachOther(std::uint32_t left, std::uint32_t right) const {
+  return tables_.samples[left].link == right && tables_.samples[right].link == left;
+}
+
+// Banks whose links were lost still have the sides next to each other.
+std::optional<std::uint32_t> SampleWaveforms::rightOf(std::uint32_t left, Complaints& complaints) const {
+  const std::uint32_t linked = tables_.samples[left].link;
+  if (isSide(linked, sample_type::Right) && nameEachOther(left, linked)) return linked;
+  for (const std::uint32_t next : {left + 1, left - 1}) {
+    if (!isSide(next, sample_type::Right)) continue;
+    const std::uint32_t other = tables_.samples[next].link;
+    const bool isTaken = isSide(other, sample_type::Left) && nameEachOther(other, next);
+    if (isTaken || !areNamesOfSides(tables_.samples[left].name, tables_.samples[next].name)) continue;
+    complaints.add(u"Stereo samples that do not name each other are paired by their names");
+    return next;
+  }
+  complaints.add(u"A stereo sample has no other side");
+  return std::nullopt;
+}
+
+// Waveforms of a left and a right sample that loop alike are sides of one sound. Where no two do, the first
+// ones are: they will not become one waveform, but are linked again in the next file.
 void SampleWaveforms::link(Collection& collection, Complaints& complaints) {
+  auto pairUp = [&](ItemId left, ItemId right) {
+    auto& leftWave = *collection.find<Waveform>(left);
+    auto& rightWave = *collection.find<Waveform>(right);
+    leftWave.side = StereoSide::Left;
+    rightWave.side = StereoSide::Right;
+    leftWave.pairedWith = right;
+    rightWave.pairedWith = left;
+  };
   for (std::uint32_t left = 0; left < tables_.samples.size(); ++left) {
-    const SampleHeader& header = tables_.samples[left];
-    if ((header.type & 0xF) != sample_type::Left || !isPlayable(left)) continue;
-    const std::uint32_t right = header.link;
-    if (!isPlayable(right) || (tables_.samples[right].type & 0xF) != sample_type::Right ||
-        tables_.samples[right].link != left) {
-      complaints.add(u"A stereo sample has no other side");
-      continue;
+    if (!isSide(left, sample_type::Left)) continue;
+    const auto right = rightOf(left, complaints);
+    if (!right) continue;
+    const std::vector<Variant>&lefts = variants_[left], &rights = variants_[*right];
+    bool hasPair = false;
+    for (const Variant& variant : lefts) {
+      const auto other = std::ranges::find(rights, variant.loop, &Variant::loop);
+      if (other == rights.end()) continue;
+      pairUp(variant.id, other->id);
+      hasPair = true;
     }
-    for (const Variant& variant : variants_[left]) {
-      const auto other = std::ranges::find(variants_[right], variant.loop, &Variant::loop);
-      if (other == variants_[right].end()) continue;
-      auto& leftWave = *collection.find<Waveform>(variant.id);
-      auto& rightWave = *collection.find<Waveform>(other->id);
-      leftWave.side = StereoSide::Left;
-      rightWave.side = StereoSide::Right;
-      leftWave.pairedWith = rightWave.id();
-      rightWave.pairedWith = leftWave.id();
-    }
+    if (!hasPair) pairUp(lefts.front().id, rights.front().id);
   }
 }
 

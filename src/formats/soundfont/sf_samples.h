@@ -42,6 +42,9 @@ class SampleWaveforms {
 
   bool isPlayable(std::uint32_t sample) const;
   ZoneLoop loopFor(std::uint32_t sample, const Generators& generators) const;
+  bool isSide(std::uint32_t sample, std::uint16_t side) const;
+  bool nameEachOther(std::uint32_t left, std::uint32_t right) const;
+  std::optional<std::uint32_t> rightOf(std::uint32_t left, Complaints& complaints) const;
   void link(Collection& collection, Complaints& complaints);
 
   const BankTables& tables_;

@@ -89,7 +89,9 @@ bool appendTables(const Chunks& chunks, BlockWriter& out) {
   return out.append(tables.bytes) && out.append(chunks.zones) && out.append(chunks.headers) && out.flush();
 }
 
-bool appendPad(std::uint64_t size, BlockWriter& out) {
+// Within the chunk and counted by it: some readers of banks know nothing of pad bytes, and the published
+// format wants the low bytes so.
+bool appendToEven(std::uint64_t size, BlockWriter& out) {
   return size % 2 == 0 || out.append(std::vector<std::byte>(1));
 }
 
@@ -98,15 +100,15 @@ bool writePlain(Chunks chunks, const SamplePool& pool, bool is24, OutputFile& fi
   if (!positions) return false;
   chunks.headers = buildSampleHeaders(pool, *positions);
   const std::uint64_t points = positions->empty() ? 0 : positions->back().end + std::uint64_t{kGapPoints};
-  const std::uint64_t lowBytes = is24 ? 8 + points + points % 2 : 0;
+  const std::uint64_t lowBytes = points + points % 2;
   BlockWriter out(file);
-  if (!out.append(buildHead(chunks, points * 2, 12 + points * 2 + lowBytes).bytes) ||
+  if (!out.append(buildHead(chunks, points * 2, 12 + points * 2 + (is24 ? 8 + lowBytes : 0)).bytes) ||
       !writePoints(pool.data(), is24, out))
     return false;
   if (is24) {
     ByteWriter low;
-    appendHeader(low, fourCc("sm24"), points);
-    if (!out.append(low.bytes) || !writeLowBytes(pool.data(), out) || !appendPad(points, out)) return false;
+    appendHeader(low, fourCc("sm24"), lowBytes);
+    if (!out.append(low.bytes) || !writeLowBytes(pool.data(), out) || !appendToEven(points, out)) return false;
   }
   return appendTables(chunks, out);
 }
@@ -118,10 +120,11 @@ bool writeCompressed(Chunks chunks, const SamplePool& pool, std::uint32_t settin
   const std::uint64_t headBytes = buildHead(chunks, 0, 0).size();
   if (!out.append(buildHead(chunks, 0, 0).bytes) || !writeStreams(pool.data(), setting, out, positions))
     return false;
+  if (!appendToEven(out.position() - headBytes, out)) return false;
   const std::uint64_t smplBytes = out.position() - headBytes;
   chunks.headers = buildSampleHeaders(pool, positions);
-  if (!appendPad(smplBytes, out) || !appendTables(chunks, out)) return false;
-  return file.writeAt(0, buildHead(chunks, smplBytes, 12 + smplBytes + smplBytes % 2).bytes);
+  if (!appendTables(chunks, out)) return false;
+  return file.writeAt(0, buildHead(chunks, smplBytes, 12 + smplBytes).bytes);
 }
 
 }  // namespace
