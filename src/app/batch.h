@@ -19,6 +19,7 @@ struct BatchTarget {
   /// waveforms; songs are rendered when there are no waveforms.
   std::optional<ItemKind> kind;
   io::CapabilityMask requested = 0;  ///< See SaveOptions.
+  std::uint32_t setting = 0;         ///< Of the compression, likewise.
   OnExists onExists = OnExists::Overwrite;
   bool allowRawImport = false;
   bool reportLosses = false;

@@ -28,6 +28,7 @@ constexpr FrameRow kFrameRows[] = {
   {"TCOP", TextProperty::Copyright},
   {"TENC", TextProperty::Engineer},
   {"TALB", TextProperty::Product},
+  {"TOFN", TextProperty::SourceFile},
 };
 // clang-format on
 

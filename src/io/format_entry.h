@@ -61,4 +61,10 @@ struct FormatEntry {
   MissingLibrary missingLibrary = nullptr;  ///< Absent where no library is needed.
 };
 
+/// The library that reading (writing) with this row needs and lacks; empty where the row does neither.
+inline std::u16string missingLibrary(const FormatEntry& entry, bool writing) {
+  const bool isUsed = writing ? entry.writer != nullptr : entry.reader != nullptr;
+  return isUsed && entry.missingLibrary ? entry.missingLibrary(writing) : std::u16string();
+}
+
 }  // namespace vemko::io

@@ -33,6 +33,7 @@ struct ConvertArguments {
   std::string to;
   std::string kind;
   std::string encoding;
+  double bitRate = 0;  ///< kbit/s; 0: the format's first setting.
   std::string channels = "auto";
   bool merge = false;
   std::string onExists = "overwrite";

@@ -1,6 +1,7 @@
 #include "app/cli/convert_options.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "app/cli/names.h"
 #include "app/cli/output.h"
@@ -55,6 +56,19 @@ std::optional<io::CapabilityMask> requestedOf(const ConvertArguments& arguments,
   return requested;
 }
 
+// The compression setting whose bit rate is the nearest.
+std::optional<std::uint32_t> settingOf(double kilobits, int row) {
+  const io::SettingDescriber describe = io::formatRow(row)->settings;
+  if (kilobits == 0) return 0;
+  if (!describe) return refuse(quotedRow(row) + " has no choice of bit rates");
+  const std::uint32_t variant = io::formatRow(row)->variant;
+  int nearest = 0;
+  const auto distance = [&](int setting) { return std::abs(describe(setting, variant, nullptr) - kilobits); };
+  for (int setting = 1; describe(setting, variant, nullptr) > 0; ++setting)
+    if (distance(setting) < distance(nearest)) nearest = setting;
+  return static_cast<std::uint32_t>(nearest);
+}
+
 app::OnExists onExistsOf(std::string_view name) {
   if (name == "rename") return app::OnExists::Rename;
   if (name == "skip") return app::OnExists::Skip;
@@ -74,6 +88,9 @@ std::optional<app::BatchTarget> targetOf(const ConvertArguments& arguments) {
   const auto requested = requestedOf(arguments, *row);
   if (!requested) return std::nullopt;
   target.requested = *requested;
+  const auto setting = settingOf(arguments.bitRate, *row);
+  if (!setting) return std::nullopt;
+  target.setting = *setting;
   target.onExists = onExistsOf(arguments.onExists);
   target.allowRawImport = arguments.raw;
   target.reportLosses = arguments.report;

@@ -67,6 +67,12 @@ void defineConversionOptions(CLI::App& command, ConvertArguments& arguments) {
           "How samples are stored; by default as in the source where the format can, else without loss")
       ->check(CLI::IsMember(encodingWords()))
       ->type_name("ENCODING");
+  command
+      .add_option(
+          "--bit-rate", arguments.bitRate,
+          "Bit rate of compressed samples; the format's nearest setting is taken, without it the best")
+      ->check(CLI::PositiveNumber)
+      ->type_name("KBIT/S");
   command.add_option("--channels", arguments.channels, "Turn all waveforms into mono or stereo")
       ->check(CLI::IsMember({"auto", "mono", "stereo"}))
       ->type_name("LAYOUT");

@@ -20,9 +20,33 @@ std::vector<int> chosenRows(const FormatsArguments& arguments) {
   return rows;
 }
 
+constexpr std::string_view kUnavailable = "unavailable";
+
+std::string_view statusOf(bool exists, bool writing, const io::FormatEntry& entry) {
+  if (!exists) return "-";
+  return io::missingLibrary(entry, writing).empty() ? "yes" : kUnavailable;
+}
+
 Cells cellsOf(const io::FormatEntry& entry) {
-  return {toUtf8(entry.extension),    entry.reader ? "yes" : "-", entry.writer ? "yes" : "-",
-          kindList(entry.kinds, ","), toUtf8(entry.description),  encodingList(entry.capabilities, " ")};
+  return {toUtf8(entry.extension),
+          std::string(statusOf(entry.reader, false, entry)),
+          std::string(statusOf(entry.writer, true, entry)),
+          kindList(entry.kinds, ","),
+          toUtf8(entry.description),
+          encodingList(entry.capabilities, " ")};
+}
+
+// Each library once, in the order of the rows.
+void printMissingLibraries(std::span<const int> rows) {
+  std::vector<std::string> told;
+  for (int row : rows)
+    for (bool writing : {false, true}) {
+      std::string library = toUtf8(io::missingLibrary(*io::formatRow(row), writing));
+      if (library.empty() || std::ranges::find(told, library) != told.end()) continue;
+      if (told.empty()) printLine("\nUnavailable until these codec libraries are installed:");
+      printLine(library);
+      told.push_back(std::move(library));
+    }
 }
 
 void printTable(const std::vector<Cells>& table) {
@@ -51,6 +75,7 @@ int runFormats(const FormatsArguments& arguments) {
   std::vector<Cells> table = {{"EXTENSION", "READ", "WRITE", "KINDS", "DESCRIPTION", "ENCODINGS"}};
   for (int row : rows) table.push_back(cellsOf(*io::formatRow(row)));
   printTable(table);
+  printMissingLibraries(rows);
   return kDone;
 }
 

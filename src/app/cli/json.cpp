@@ -191,13 +191,22 @@ std::string formatsJson(std::span<const int> rows) {
   Json list = Json::array();
   for (int row : rows) {
     const io::FormatEntry& entry = *io::formatRow(row);
+    Json missing = Json::object();
+    for (bool writing : {false, true})
+      if (const auto library = io::missingLibrary(entry, writing); !library.empty())
+        missing[writing ? "write" : "read"] = toUtf8(library);
+    Json bitRates = Json::array();
+    for (int i = 0; entry.settings && entry.settings(i, entry.variant, nullptr) > 0; ++i)
+      bitRates.push_back(entry.settings(i, entry.variant, nullptr));
     list.push_back({{"extension", toUtf8(entry.extension)},
                     {"description", toUtf8(entry.description)},
                     {"read", entry.reader != nullptr},
                     {"write", entry.writer != nullptr},
                     {"kinds", words(kindList(entry.kinds, " "))},
                     {"encodings", words(encodingList(entry.capabilities, " "))},
-                    {"channels", layouts(entry.capabilities)}});
+                    {"channels", layouts(entry.capabilities)},
+                    {"bitRates", bitRates},
+                    {"missing", missing}});
   }
   return dump(list);
 }

@@ -20,16 +20,6 @@ constexpr int kMostDetuneCents = 50;
 
 Bytes formContents(Bytes file) { return file.subspan(std::min(file.size(), kFormHeaderBytes)); }
 
-// Completes the file: more chunks behind the others, and the form's new length.
-bool appendToForm(const ByteWriter& chunks, ByteSink& sink) {
-  constexpr std::byte kPad{0};
-  if (sink.size() % 2 != 0 && !sink.write({&kPad, 1})) return false;
-  if (!sink.write(chunks.bytes)) return false;
-  ByteWriter length;
-  putBig(length, static_cast<std::uint32_t>(sink.size() - 8));
-  return sink.writeAt(4, length.bytes);
-}
-
 struct Marker {
   std::uint16_t id = 0;
   std::uint32_t position = 0;  // before that frame
@@ -238,7 +228,7 @@ void readAiffDescription(Bytes file, Waveform& waveform) {
   records.addMarkers();
 }
 
-bool writeAiffDescription(const DescriptionToWrite& what, ByteSink& sink) {
+std::vector<std::byte> buildAiffDescription(const DescriptionToWrite& what) {
   MarkerWriter markers;
   const Instrument instrument = buildInstrument(what.waveform, markers);
   ByteWriter chunks;
@@ -246,7 +236,7 @@ bool writeAiffDescription(const DescriptionToWrite& what, ByteSink& sink) {
   putIffChunk(chunks, "INST", instrumentChunk(instrument));
   putIffTexts(what.waveform, what.name, chunks);
   if (needsId3(what.waveform)) putIffChunk(chunks, "ID3 ", buildId3(what.waveform));
-  return appendToForm(chunks, sink);
+  return std::move(chunks.bytes);
 }
 
 }  // namespace vemko::audio

@@ -99,6 +99,11 @@ bool readSndfile(Collection& collection, InputFile& file, std::uint32_t variant)
 bool writeSndfile(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForSndfile(bool writing);
 
+// These need the library for reading only.
+bool writeAiff(Item& item, OutputFile& file, const io::SaveOptions& options);  ///< kAiff, kAifc
+bool writeVoc(Item& item, OutputFile& file, const io::SaveOptions& options);
+std::u16string missingForReading(bool writing);
+
 constexpr io::CapabilityMask sndfileCapabilities(SndfileType type) {
   using enum SampleEncoding;
   switch (type) {

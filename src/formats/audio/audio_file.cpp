@@ -47,16 +47,18 @@ unsigned bitsOf(SampleEncoding encoding) {
   }
 }
 
+std::uint8_t limitedChannels(std::uint8_t channels, std::uint8_t most) {
+  if (channels <= most) return channels;
+  logWarning(toUtf16(formatted("Only the first %d of %d channels are written", most, channels)));
+  return most;
+}
+
 bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask capabilities,
                   std::uint8_t mostChannels, WriteJob& job) {
   if (item.kind() != ItemKind::Waveform) return fail(u"The file format can not save this item");
   job.waveform = static_cast<const Waveform*>(&item);
   job.layout = io::chooseLayout(*job.waveform, options, capabilities);
-  if (job.layout.channels > mostChannels) {
-    logWarning(toUtf16(
-        formatted("Only the first %d of %d channels are written", mostChannels, job.layout.channels)));
-    job.layout.channels = mostChannels;
-  }
+  job.layout.channels = limitedChannels(job.layout.channels, mostChannels);
   job.stream = withChannels(openSamples(*job.waveform), job.waveform->channels, job.layout.channels);
   return job.stream != nullptr;
 }

@@ -32,6 +32,9 @@ struct WriteJob {
 bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask capabilities,
                   std::uint8_t mostChannels, WriteJob& job);
 
+/// At most `most` channels; a warning is logged where some are left out.
+std::uint8_t limitedChannels(std::uint8_t channels, std::uint8_t most);
+
 /// Width of the integers of an encoding; 24 for any other.
 unsigned bitsOf(SampleEncoding encoding);
 

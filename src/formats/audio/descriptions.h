@@ -17,7 +17,7 @@ struct DescriptionToWrite {
 /// and the image in an ID3 tag. A loop or section that the instrument has no place for becomes a pair of
 /// markers, "name" and "name end".
 void readAiffDescription(Bytes file, Waveform& waveform);
-bool writeAiffDescription(const DescriptionToWrite& what, ByteSink& sink);
+std::vector<std::byte> buildAiffDescription(const DescriptionToWrite& what);
 
 /// Apple CoreAudio: texts, markers, every section and loop with its fractions of a frame, root key, gain.
 void readCoreAudioDescription(Bytes file, Waveform& waveform);

@@ -33,8 +33,8 @@ struct TypeRow {
 // clang-format off
 // In the order of SndfileType.
 constexpr TypeRow kTypes[] = {
-  {Container::Aiff,      {{"FORM", "AIFF"}, {"FORM", "AIFC"}}, kMostChannels, readAiffDescription, writeAiffDescription},
-  {Container::Aiff,      {{"FORM", "AIFC"}, {"FORM", "AIFF"}}, kMostChannels, readAiffDescription, writeAiffDescription},
+  {Container::Aiff,      {{"FORM", "AIFF"}, {"FORM", "AIFC"}}, kMostChannels, readAiffDescription, nullptr},
+  {Container::Aiff,      {{"FORM", "AIFC"}, {"FORM", "AIFF"}}, kMostChannels, readAiffDescription, nullptr},
   {Container::Au,        {{".snd", ""}, {"dns.", ""}},         kMostChannels, readAuDescription, nullptr},
   {Container::Avr,       {{"2BIT", ""}},                       2, readAvrDescription, writeAvrDescription},
   {Container::CoreAudio, {{"caff", ""}},                       kMostChannels, readCoreAudioDescription, writeCoreAudioDescription},
@@ -78,5 +78,8 @@ bool writeSndfile(Item& item, OutputFile& file, const io::SaveOptions& options) 
 }
 
 std::u16string missingForSndfile(bool) { return sndfile::missingLibrary(); }
+std::u16string missingForReading(bool writing) {
+  return writing ? std::u16string() : sndfile::missingLibrary();
+}
 
 }  // namespace vemko::audio

@@ -7,6 +7,8 @@ namespace vemko::wave {
 int probeWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 int probeBroadcastWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 int probeSmartSound(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+/// Answers 4 for GSM 06.10 in a WAVE file: enough to win under this extension, not under any other.
+int probeUsrGsm(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 int probeBigEndianWave(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readWave(Collection& collection, InputFile& file, std::uint32_t variant);
 bool readBigEndianWave(Collection& collection, InputFile& file, std::uint32_t variant);
