@@ -1,7 +1,7 @@
 # Sourced by ./run and ./test: what a bare Debian 12 lacks. Each list says what it is for.
 
 BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libtag1-dev zlib1g-dev libutfcpp-dev libsimpleini-dev libcli11-dev
-  nlohmann-json3-dev libflac-dev libvorbis-dev libopusfile-dev libopusenc-dev libmpg123-dev libmp3lame-dev libwavpack-dev
+  nlohmann-json3-dev libwxgtk3.2-dev libflac-dev libvorbis-dev libopusfile-dev libopusenc-dev libmpg123-dev libmp3lame-dev libwavpack-dev
   libgsm1-dev libspandsp-dev libsndfile1-dev)
 # The codec libraries are opened at run time; without one of them its formats are unavailable.
 RUN_PACKAGES=(shared-mime-info libflac12 libvorbisfile3 libvorbisenc2 libopusfile0 libopusenc0 libmpg123-0 libmp3lame0

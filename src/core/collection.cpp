@@ -221,6 +221,17 @@ std::unique_ptr<Item> Collection::replace(Item& item, std::unique_ptr<Item> repl
   return std::exchange(items_.at(item.id_), std::move(replacement));
 }
 
+// The places are out of order then, see sortPlaces().
+void Collection::setRanks(const std::unordered_map<ItemId, std::uint64_t>& ranks) {
+  if (ranks.empty()) return;
+  for (auto& places : places_)
+    for (Place& place : places) {
+      if (!place.item) continue;
+      const auto found = ranks.find(place.item->id_);
+      if (found != ranks.end()) place.rank = place.item->rank_ = found->second;
+    }
+}
+
 // After items were inserted with ranks of their own.
 void Collection::sortPlaces() {
   for (auto& places : places_)

@@ -217,6 +217,7 @@ class Collection final : public Item {
   void insert(std::unique_ptr<Item> item, ItemId id, std::uint64_t rank);
   std::unique_ptr<Item> extract(Item& item);
   std::unique_ptr<Item> replace(Item& item, std::unique_ptr<Item> replacement);
+  void setRanks(const std::unordered_map<ItemId, std::uint64_t>& ranks);
   void sortPlaces();
   using Removed = std::vector<std::unique_ptr<Item>>;
   void extractBelow(Removed& removed);

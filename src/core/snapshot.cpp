@@ -80,7 +80,12 @@ Snapshot Snapshot::restore(Collection& collection) {
   for (const Entry& entry : entries_)
     if (const Item* item = collection.find(entry.id)) undo.rememberChildren(collection, item->parent);
 
+  std::unordered_map<ItemId, std::uint64_t> movedRanks;
+  for (const Entry& entry : entries_)
+    if (const Item* item = collection.find(entry.id); item && entry.state && item->rank_ != entry.state->rank_)
+      movedRanks.emplace(entry.id, entry.state->rank_);
   for (Entry& entry : entries_) undo.entries_.push_back({entry.id, exchange(collection, entry)});
+  collection.setRanks(movedRanks);
   collection.sortPlaces();
 
   const std::vector<ItemId> none;

@@ -20,10 +20,11 @@ class Snapshot {
   /// Items that have come since capture(): remembered as absent.
   void addAbsent(std::span<const ItemId> items);
 
-  /// Puts the items back as they were, under their ids: changed ones are restored, removed ones return to
-  /// their places in the enumeration and among their parents' children, ones that were absent go. Items that
-  /// are not part of the snapshot stay; a returning item whose parent is gone has none. Pointers to restored
-  /// items become invalid. Returns the snapshot that undoes this; this one is used up.
+  /// Puts the items back as they were, under their ids: changed ones are restored, together with their places
+  /// where reorder() moved them since; removed ones return to their places in the enumeration and among their
+  /// parents' children; ones that were absent go. Items that are not part of the snapshot stay; a returning
+  /// item whose parent is gone has none. Pointers to restored items become invalid. Returns the snapshot that
+  /// undoes this; this one is used up.
   Snapshot restore(Collection& collection);
 
   /// Bytes that would be freed with this snapshot: its records, and the sample buffers that nobody else

@@ -1,0 +1,201 @@
+#include "app/document/document.h"
+
+#include <algorithm>
+#include <array>
+#include <unordered_set>
+#include <utility>
+
+#include "base/text.h"
+#include "base/version.h"
+
+namespace vemko::app {
+namespace {
+
+using Counts = std::array<std::size_t, kItemKindCount>;
+
+Counts countsOf(const Collection& collection) {
+  Counts counts;
+  for (int kind = 0; kind < kItemKindCount; ++kind)
+    counts[static_cast<std::size_t>(kind)] = collection.count(static_cast<ItemKind>(kind));
+  return counts;
+}
+
+// New items stand behind the others of their kind.
+std::vector<ItemId> itemsSince(const Collection& collection, const Counts& before) {
+  std::vector<ItemId> ids;
+  for (int kind = 0; kind < kItemKindCount; ++kind) {
+    const auto items = collection.allOf(static_cast<ItemKind>(kind));
+    for (std::size_t i = before[static_cast<std::size_t>(kind)]; i < items.size(); ++i)
+      ids.push_back(items[i]->id());
+  }
+  return ids;
+}
+
+std::vector<ItemId> allItems(const Collection& collection) { return itemsSince(collection, Counts{}); }
+
+}  // namespace
+
+bool Document::open(const Path& file, io::OpenMode mode) {
+  if (mode == io::OpenMode::Merge) {
+    bool opened = false;
+    edit(u"Merge " + textOf(file.filename()), {}, Touches::Structure, [&](Created& created) {
+      const Counts before = countsOf(collection_);
+      opened = io::openWithMode(collection_, file, mode, true);
+      created = itemsSince(collection_, before);
+      return !created.empty();
+    });
+    return opened;
+  }
+  history_.clear();
+  selectedItems_.clear();
+  selectedWaveforms_.clear();
+  const bool opened = io::openWithMode(collection_, file, mode, true);
+  pastRevisions_.clear();
+  futureRevisions_.clear();
+  savedRevision_ = revision_ = ++lastRevision_;
+  tell({.structure = true, .items = {}});
+  return opened;
+}
+
+void Document::startNew() {
+  collection_.clear();
+  history_.clear();
+  selectedItems_.clear();
+  selectedWaveforms_.clear();
+  pastRevisions_.clear();
+  futureRevisions_.clear();
+  savedRevision_ = revision_ = ++lastRevision_;
+  tell({.structure = true, .items = {}});
+}
+
+bool Document::save(Item& item, const Path& file, int row, const io::SaveOptions& options) {
+  bool saved = false;
+  const bool wholeCollection = item.kind() == ItemKind::Collection;
+  whileSaving([&] { saved = io::saveWithBackup(&item, file, row, options, true); });
+  if (saved && (wholeCollection || isSameFile(file, collection_.file))) savedRevision_ = revision_;
+  tell({.structure = true, .items = {}});
+  return saved;
+}
+
+io::SaveAllResult Document::saveAll(io::SaveAllRequest request) {
+  request.collection = &collection_;
+  io::SaveAllResult result;
+  whileSaving([&] { result = io::saveAll(request); });
+  if (result.ok && request.kind == ItemKind::Collection) savedRevision_ = revision_;
+  tell({.structure = true, .items = {}});
+  return result;
+}
+
+// Saving tidies what it stores. Where items came or went by that, it becomes a step like any other.
+void Document::whileSaving(const std::function<void()>& work) {
+  const Counts before = countsOf(collection_);
+  const std::vector<ItemId> items = allItems(collection_);
+  Snapshot snapshot = Snapshot::capture(collection_, items);
+  work();
+  if (countsOf(collection_) == before) return;
+  std::vector<ItemId> created = allItems(collection_);
+  const std::unordered_set<ItemId> known(items.begin(), items.end());
+  std::erase_if(created, [&](ItemId id) { return known.contains(id); });
+  snapshot.addAbsent(created);
+  history_.add(u"Tidy up before saving", std::move(snapshot));
+  takeStep();
+}
+
+std::u16string Document::title() const {
+  return (isChanged() ? u"*" : u"") + collection_.displayName() + u" - " + toUtf16(kProductName);
+}
+
+bool Document::undo() {
+  if (!history_.undo(collection_)) return false;
+  futureRevisions_.push_back(revision_);
+  revision_ = pastRevisions_.back();
+  pastRevisions_.pop_back();
+  tell({.structure = true, .items = {}});
+  return true;
+}
+
+bool Document::redo() {
+  if (!history_.redo(collection_)) return false;
+  pastRevisions_.push_back(revision_);
+  revision_ = futureRevisions_.back();
+  futureRevisions_.pop_back();
+  tell({.structure = true, .items = {}});
+  return true;
+}
+
+bool Document::edit(std::u16string stepName, std::span<const ItemId> items, Touches touches,
+                    const std::function<bool(Created&)>& change) {
+  Snapshot before = Snapshot::capture(collection_, items);
+  Created created;
+  if (!change(created)) return false;
+  before.addAbsent(created);
+  history_.add(std::move(stepName), std::move(before));
+  takeStep();
+  tell({.structure = touches == Touches::Structure, .items = {items.begin(), items.end()}});
+  return true;
+}
+
+std::vector<ItemId> Document::withDescendants(std::span<const ItemId> items) const {
+  std::vector<ItemId> all;
+  std::unordered_set<ItemId> seen;
+  auto take = [&](ItemId id) {
+    if (seen.insert(id).second) all.push_back(id);
+  };
+  for (ItemId id : items) take(id);
+  for (std::size_t i = 0; i < all.size(); ++i)
+    if (const Item* item = collection_.find(all[i]))
+      for (ItemId child : item->children) take(child);
+  return all;
+}
+
+bool Document::applyTool(const tools::ToolEntry& tool, tools::ToolContext& context) {
+  context.history = &history_;
+  const bool applied = tools::applyTool(tool, context);
+  if (context.processedCount > 0) {
+    takeStep();
+    tell({.structure = true, .items = {}});
+  }
+  return applied;
+}
+
+void Document::takeStep() {
+  pastRevisions_.push_back(revision_);
+  futureRevisions_.clear();
+  revision_ = ++lastRevision_;
+}
+
+void Document::tell(DocumentChange change) {
+  if (change.structure) dropGoneSelection();
+  if (onChange) onChange(change);
+}
+
+void Document::dropGoneSelection() {
+  auto isGone = [&](ItemId id) { return !find(id); };
+  const std::size_t gone = std::erase_if(selectedItems_, isGone) + std::erase_if(selectedWaveforms_, isGone);
+  if (gone > 0 && onSelection) onSelection();
+}
+
+void Document::selectItems(std::vector<ItemId> items) {
+  waveformsActive_ = false;
+  if (items == selectedItems_) return;
+  selectedItems_ = std::move(items);
+  if (onSelection) onSelection();
+}
+
+void Document::selectWaveforms(std::vector<ItemId> waveforms) {
+  waveformsActive_ = true;
+  if (waveforms == selectedWaveforms_) return;
+  selectedWaveforms_ = std::move(waveforms);
+  if (onSelection) onSelection();
+}
+
+std::vector<Item*> Document::selectedTargets() const {
+  std::vector<Item*> items;
+  for (ItemId id : selection())
+    if (Item* item = find(id)) items.push_back(item);
+  return items;
+}
+
+Item* Document::find(ItemId id) const { return id == kNoItem ? &collection_ : collection_.find(id); }
+
+}  // namespace vemko::app

@@ -1,0 +1,61 @@
+#include <wx/textctrl.h>
+
+#include "app/gui/actions.h"
+#include "app/gui/collection_tree.h"
+#include "app/gui/main_window.h"
+#include "app/gui/waveform_list.h"
+#include "base/last_error.h"
+
+namespace vemko::gui {
+namespace {
+
+// An operation that answers false without a message had nothing to do.
+void perform(MainWindow& window, bool (*work)(app::Document&)) {
+  setLastError({});
+  if (!work(window.document()) && !lastError().empty()) window.showLastError();
+}
+
+}  // namespace
+
+void undo(MainWindow& window) { window.document().undo(); }
+void redo(MainWindow& window) { window.document().redo(); }
+
+void renameSelected(MainWindow& window) {
+  if (window.document().waveformsAreActive())
+    window.list().renameSelected();
+  else
+    window.tree().renameSelected();
+}
+
+void deleteSelected(MainWindow& window) {
+  perform(window, [](app::Document& document) {
+    const std::vector<ItemId> items = document.selection();
+    return document.remove(items);
+  });
+}
+
+void selectAll(MainWindow& window) {
+  if (window.document().waveformsAreActive())
+    window.list().selectAll();
+  else
+    window.tree().selectAll();
+}
+
+void createItem(MainWindow& window, ItemKind kind) {
+  setLastError({});
+  const auto& items = window.document().selectedItems();
+  const ItemId target = items.empty() ? kNoItem : items.front();
+  if (window.document().create(kind, target))
+    window.tree().renameSelected();
+  else if (!lastError().empty())
+    window.showLastError();
+}
+
+void moveSelected(MainWindow& window, int steps) {
+  const auto& items = window.document().selectedItems();
+  if (!items.empty()) window.document().moveBy(items.front(), steps);
+}
+
+void sortItems(MainWindow& window, app::Document::SortKey key) { window.document().sort(key); }
+
+}  // namespace vemko::gui

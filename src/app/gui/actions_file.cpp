@@ -1,0 +1,77 @@
+#include <wx/filedlg.h>
+#include <wx/msgdlg.h>
+
+#include "app/app_settings.h"
+#include "app/gui/actions.h"
+#include "app/gui/main_window.h"
+#include "app/gui/text.h"
+#include "base/last_error.h"
+#include "io/registry.h"
+
+namespace vemko::gui {
+namespace {
+
+// "All supported files" with every extension, then one entry for each description.
+wxString openWildcards() {
+  wxString all, single;
+  for (int row = io::nextReadingRow(1); row != io::kNoRow; row = io::nextReadingRow(row + 1)) {
+    const wxString pattern = "*." + shown(io::extensionOf(row));
+    const wxString patterns = pattern + ";" + pattern.Upper();
+    all += (all.empty() ? "" : ";") + patterns;
+    single += "|" + shown(io::descriptionOf(row)) + " (" + pattern + ")|" + patterns;
+  }
+  return "All supported files|" + all + single + "|All files|*";
+}
+
+}  // namespace
+
+bool mayDiscard(MainWindow& window) {
+  if (!window.document().isChanged()) return true;
+  wxMessageDialog question(&window,
+                           "\"" + shown(window.document().collection().displayName()) +
+                               "\" has changes that are not saved. Discard them?",
+                           "Vemko Studio", wxYES_NO | wxNO_DEFAULT | wxICON_WARNING);
+  question.SetYesNoLabels("&Discard", "&Keep working");
+  return question.ShowModal() == wxID_YES;
+}
+
+void newCollection(MainWindow& window) {
+  if (mayDiscard(window)) window.document().startNew();
+}
+
+void openWithDialog(MainWindow& window) {
+  std::u16string& folder = app::appSettings().shell.lastPathIn;
+  wxFileDialog dialog(&window, "Open", shown(folder), {}, openWildcards(),
+                      wxFD_OPEN | wxFD_FILE_MUST_EXIST | wxFD_MULTIPLE);
+  if (dialog.ShowModal() != wxID_OK) return;
+  wxArrayString names;
+  dialog.GetPaths(names);
+  std::vector<Path> files;
+  for (const wxString& name : names) files.push_back(pathFrom(name));
+  if (!files.empty()) folder = textOf(files[0].parent_path());
+  openFiles(window, files);
+}
+
+void openFiles(MainWindow& window, const std::vector<Path>& files) {
+  if (files.empty()) return;
+  app::Document& document = window.document();
+  io::OpenMode mode = io::askOpenMode(document.collection());
+  if (mode == io::OpenMode::Cancel || (mode == io::OpenMode::Replace && !mayDiscard(window))) return;
+  for (const Path& file : files) {
+    if (!document.open(file, mode) && !lastError().empty())
+      wxMessageBox(shownPath(file) + "\n\n" + shown(lastError()), "Error!", wxOK | wxICON_ERROR, &window);
+    mode = io::OpenMode::Merge;
+  }
+  if (document.collection().count(ItemKind::Instrument) == 0) {
+    const auto waveforms = document.collection().allOf(ItemKind::Waveform);
+    if (!waveforms.empty()) document.selectWaveforms({waveforms[0]->id()});
+  }
+}
+
+void openRecent(MainWindow& window, std::size_t index) {
+  openFiles(window, {pathFrom(window.recentFiles().GetHistoryFile(index))});
+}
+
+void closeWindow(MainWindow& window) { window.Close(); }
+
+}  // namespace vemko::gui

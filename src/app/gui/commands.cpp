@@ -1,0 +1,142 @@
+#include "app/gui/commands.h"
+
+#include <string>
+#include <wx/menu.h>
+#include <wx/toolbar.h>
+
+#include "app/gui/actions.h"
+#include "app/gui/icons.h"
+#include "app/gui/main_window.h"
+#include "app/gui/text.h"
+
+namespace vemko::gui {
+namespace {
+
+using Sort = app::Document::SortKey;
+
+bool hasSelection(const MainWindow& window) { return !window.document().selection().empty(); }
+bool hasOneItem(const MainWindow& window) {
+  return !window.document().waveformsAreActive() && window.document().selection().size() == 1;
+}
+// Items that can be deleted or moved; the collection itself cannot.
+bool hasItems(const MainWindow& window) {
+  const auto& selection = window.document().selection();
+  return !selection.empty() && selection.front() != kNoItem;
+}
+bool hasInstruments(const MainWindow& window) {
+  return window.document().collection().count(ItemKind::Instrument) > 0;
+}
+
+wxString withName(const wxString& verb, std::u16string_view step) {
+  wxString label = verb;
+  if (!step.empty()) label += " " + shown(step);
+  label.Replace("&", "&&");
+  return "&" + label;
+}
+
+constexpr const char *kFile = "&File", *kEdit = "&Edit", *kItems = "&Items", *kNew = "&Items|&New",
+                     *kHelp = "&Help";
+
+constexpr Command line(const char* menu) { return {wxID_SEPARATOR, menu, "", ""}; }
+
+// clang-format off
+const Command kCommands[] = {
+  {wxID_NEW, kFile, "&New collection\tCtrl+N", "Start with an empty collection", "new", newCollection},
+  {wxID_OPEN, kFile, "&Open...\tCtrl+O", "Open files of any format", "open", openWithDialog},
+  line(kFile),
+  {kCollectionInformation, kFile, "Collection &information...\tCtrl+I", "What the collection holds", {}, showCollectionInformation},
+  line(kFile),
+  {wxID_EXIT, kFile, "&Quit\tCtrl+Q", "Close the window", {}, closeWindow},
+
+  {wxID_UNDO, kEdit, "&Undo\tCtrl+Z", "Take the last step back", "undo", undo,
+   [](const MainWindow& w) { return w.document().history().canUndo(); },
+   [](const MainWindow& w) { return withName("Undo", w.document().history().undoName()); }},
+  {wxID_REDO, kEdit, "&Redo\tCtrl+Shift+Z", "Do the step again that was taken back", "redo", redo,
+   [](const MainWindow& w) { return w.document().history().canRedo(); },
+   [](const MainWindow& w) { return withName("Redo", w.document().history().redoName()); }},
+  line(kEdit),
+  {wxID_DELETE, kEdit, "&Delete\tDel", "Delete the selected items", "delete", deleteSelected, hasItems},
+  {kRename, kEdit, "Re&name\tF2", "Rename the selected item in place", {}, renameSelected, hasSelection},
+  {wxID_SELECTALL, kEdit, "Select &all\tCtrl+A", "Select everything in the tree or list", {}, selectAll},
+
+  {kNewInstrument, kNew, "&Instrument", "Add an instrument", {}, [](MainWindow& w) { createItem(w, ItemKind::Instrument); }},
+  {kNewLayer, kNew, "&Layer", "Add a layer to the selected instrument", {}, [](MainWindow& w) { createItem(w, ItemKind::Layer); }},
+  {kNewRegion, kNew, "&Region", "Add a region to the selected layer; it plays the selected waveform", {}, [](MainWindow& w) { createItem(w, ItemKind::Region); }},
+  {kNewSong, kNew, "&Song", "Add a song", {}, [](MainWindow& w) { createItem(w, ItemKind::Song); }},
+  {kNewTrack, kNew, "&Track", "Add a track to the selected song", {}, [](MainWindow& w) { createItem(w, ItemKind::Track); }},
+  {kMoveUp, kItems, "Move &up\tAlt+Up", "Move the item before its neighbour", {}, [](MainWindow& w) { moveSelected(w, -1); }, hasOneItem},
+  {kMoveDown, kItems, "Move &down\tAlt+Down", "Move the item behind its neighbour", {}, [](MainWindow& w) { moveSelected(w, 1); }, hasOneItem},
+  {kSortByName, kItems, "Sort by &name", "Put instruments and songs in the order of their names", {}, [](MainWindow& w) { sortItems(w, Sort::Name); }},
+  {kSortByProgram, kItems, "Sort by &program", "Put instruments in the order of bank and program", {}, [](MainWindow& w) { sortItems(w, Sort::Program); }, hasInstruments},
+
+  {wxID_ABOUT, kHelp, "&About Vemko Studio", "Version and licence", {}, showAbout},
+};
+// clang-format on
+
+// The menu of a path "&File" or "&Items|&New", made where it does not exist yet.
+wxMenu* menuFor(wxMenuBar& bar, const wxString& path) {
+  wxString inner;
+  const wxString outer = path.BeforeFirst('|', &inner);
+  wxMenu* menu = nullptr;
+  for (std::size_t i = 0; i < bar.GetMenuCount() && !menu; ++i)
+    if (bar.GetMenuLabel(i) == outer) menu = bar.GetMenu(i);
+  if (!menu) bar.Append(menu = new wxMenu, outer);
+  if (inner.empty()) return menu;
+  for (wxMenuItem* item : menu->GetMenuItems())
+    if (item->IsSubMenu() && item->GetItemLabel() == inner) return item->GetSubMenu();
+  auto* below = new wxMenu;
+  menu->AppendSubMenu(below, inner);
+  return below;
+}
+
+void updateCommand(const MainWindow& window, const Command& command, wxUpdateUIEvent& event) {
+  if (command.enabled) event.Enable(command.enabled(window));
+  if (command.checked) event.Check(command.checked(window));
+  // A tool has no room for a label.
+  if (!command.dynamicLabel || !dynamic_cast<wxMenu*>(event.GetEventObject())) return;
+  const wxString label = command.dynamicLabel(window);
+  wxString accelerator = wxString(command.label).AfterFirst('\t');
+  event.SetText(accelerator.empty() ? label : label + "\t" + accelerator);
+}
+
+}  // namespace
+
+std::span<const Command> commands() { return kCommands; }
+
+wxMenuBar* makeMenuBar() {
+  auto* bar = new wxMenuBar;
+  for (const Command& command : kCommands) {
+    wxMenu* menu = menuFor(*bar, command.menu);
+    if (command.id == wxID_SEPARATOR)
+      menu->AppendSeparator();
+    else
+      menu->Append(command.id, command.label, command.help, command.checked ? wxITEM_CHECK : wxITEM_NORMAL);
+  }
+  return bar;
+}
+
+void fillToolBar(wxToolBar& bar) {
+  std::string_view menu;
+  for (const Command& command : kCommands) {
+    if (command.icon.empty()) continue;
+    if (!menu.empty() && menu != command.menu) bar.AddSeparator();
+    menu = command.menu;
+    const wxString label = wxMenuItem::GetLabelText(command.label).BeforeFirst('\t');
+    bar.AddTool(command.id, label, icon(command.icon), command.help);
+  }
+  bar.Realize();
+}
+
+void bindCommands(MainWindow& window) {
+  for (const Command& command : kCommands) {
+    if (command.id == wxID_SEPARATOR) continue;
+    window.Bind(
+        wxEVT_MENU, [&window, &command](wxCommandEvent&) { command.run(window); }, command.id);
+    if (!command.enabled && !command.dynamicLabel && !command.checked) continue;
+    window.Bind(
+        wxEVT_UPDATE_UI,
+        [&window, &command](wxUpdateUIEvent& event) { updateCommand(window, command, event); }, command.id);
+  }
+}
+
+}  // namespace vemko::gui

@@ -1,0 +1,72 @@
+#include "app/gui/icons.h"
+
+#include <string>
+#include <wx/settings.h>
+
+namespace vemko::gui {
+namespace {
+
+struct Drawing {
+  std::string_view name;
+  std::string_view body;  // drawn with lines of 1.6 in the text's colour
+};
+
+// clang-format off
+constexpr Drawing kDrawings[] = {
+    {"new", R"(<path d="M6 3h8l4 4v14H6z M14 3v4h4"/>)"},
+    {"open", R"(<path d="M3 19V6h6l2 2h8v3 M3 19l3-8h16l-3 8z"/>)"},
+    {"save", R"(<path d="M4 4h13l3 3v13H4z M8 4v5h8V4 M7 20v-7h10v7"/>)"},
+    {"undo", R"(<path d="M9 5L4 10l5 5 M4 10h10a5 5 0 0 1 0 10h-4"/>)"},
+    {"redo", R"(<path d="M15 5l5 5-5 5 M20 10H10a5 5 0 0 0 0 10h4"/>)"},
+    {"cut", R"(<path d="M7 3l9 13 M17 3L8 16"/><circle cx="6.5" cy="18.5" r="2.5"/><circle cx="17.5" cy="18.5" r="2.5"/>)"},
+    {"copy", R"(<path d="M8 8h12v12H8z M16 8V4H4v12h4"/>)"},
+    {"paste", R"(<path d="M8 5H5v16h14V5h-3 M9 3h6v4H9z M9 12h6 M9 16h6"/>)"},
+    {"delete", R"(<path d="M4 6h16 M9 6V3h6v3 M6 6l1 15h10l1-15 M10 10v7 M14 10v7"/>)"},
+    {"properties", R"(<path d="M4 7h9 M17 7h3 M4 17h3 M11 17h9"/><circle cx="15" cy="7" r="2"/><circle cx="9" cy="17" r="2"/>)"},
+    {"process", R"(<path d="M3 12h3l2-6 3 12 3-9 2 3h5"/>)"},
+    {"waveform", R"(<path d="M3 12v0.1 M6 9v6 M9 5v14 M12 8v8 M15 3v18 M18 8v8 M21 11v2"/>)"},
+    {"instrument", R"(<path d="M3 5h18v14H3z M9 5v14 M15 5v14 M7.5 5v8h3V5 M13.5 5v8h3V5"/>)"},
+    {"layer", R"(<path d="M12 4l9 5-9 5-9-5z M3 14l9 5 9-5"/>)"},
+    {"region", R"(<path d="M4 6h16v12H4z M10 6v12"/>)"},
+    {"song", R"(<path d="M9 18V5l11-2v13"/><circle cx="6.5" cy="18" r="2.5"/><circle cx="17.5" cy="16" r="2.5"/>)"},
+    {"track", R"(<path d="M3 6h18 M3 12h18 M3 18h18 M6 4v4 M13 10v4 M9 16v4"/>)"},
+    {"synth", R"(<path d="M3 12c2-8 5-8 9 0s7 8 9 0"/>)"},
+    {"collection", R"(<path d="M3 8l9-5 9 5v9l-9 5-9-5z M3 8l9 5 9-5 M12 13v9"/>)"},
+};
+// clang-format on
+
+constexpr std::string_view kProgramIcon =
+    R"(<svg xmlns="http://www.w3.org/2000/svg" width="128" height="128" viewBox="0 0 128 128">)"
+    R"(<rect x="4" y="4" width="120" height="120" rx="26" fill="#1f3b57"/>)"
+    R"(<g stroke="#7fd1c7" stroke-width="8" stroke-linecap="round">)"
+    R"(<path d="M22 58v12 M36 46v36 M50 30v68 M64 44v40 M78 22v84 M92 42v44 M106 56v16"/></g>)"
+    R"(<path d="M50 18v92 M78 12v104" stroke="#f2b84b" stroke-width="3" stroke-dasharray="5 5"/></svg>)";
+
+wxBitmapBundle bundleOf(const std::string& svg, int size) {
+  return wxBitmapBundle::FromSVG(svg.c_str(), wxSize(size, size));
+}
+
+}  // namespace
+
+wxBitmapBundle icon(std::string_view name, int size) {
+  const wxColour colour = wxSystemSettings::GetColour(wxSYS_COLOUR_BTNTEXT);
+  for (const Drawing& drawing : kDrawings) {
+    if (drawing.name != name) continue;
+    std::string svg =
+        R"(<svg xmlns="http://www.w3.org/2000/svg" width="24" height="24" viewBox="0 0 24 24">)"
+        R"(<g fill="none" stroke-width="1.6" stroke-linecap="round" stroke-linejoin="round" stroke=")";
+    svg += colour.GetAsString(wxC2S_HTML_SYNTAX).utf8_string() + "\">" + std::string(drawing.body) +
+           "</g></svg>";
+    return bundleOf(svg, size);
+  }
+  return {};
+}
+
+wxIconBundle programIcons() {
+  wxIconBundle icons;
+  const wxBitmapBundle bundle = bundleOf(std::string(kProgramIcon), 128);
+  for (int size : {16, 24, 32, 48, 64, 128}) icons.AddIcon(bundle.GetIcon(wxSize(size, size)));
+  return icons;
+}
+
+}  // namespace vemko::gui

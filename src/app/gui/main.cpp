@@ -1,0 +1,3 @@
+#include "app/gui/studio_app.h"
+
+wxIMPLEMENT_APP(vemko::gui::StudioApp);

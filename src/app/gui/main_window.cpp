@@ -1,0 +1,214 @@
+#include "app/gui/main_window.h"
+
+#include <algorithm>
+#include <wx/button.h>
+#include <wx/display.h>
+#include <wx/dnd.h>
+#include <wx/menu.h>
+#include <wx/msgdlg.h>
+#include <wx/sizer.h>
+#include <wx/stattext.h>
+#include <wx/toolbar.h>
+
+#include "app/app_settings.h"
+#include "app/gui/actions.h"
+#include "app/gui/collection_tree.h"
+#include "app/gui/commands.h"
+#include "app/gui/icons.h"
+#include "app/gui/labels.h"
+#include "app/gui/log_pane.h"
+#include "app/gui/status_line.h"
+#include "app/gui/text.h"
+#include "app/gui/waveform_list.h"
+#include "base/last_error.h"
+#include "base/log.h"
+
+namespace vemko::gui {
+namespace {
+
+constexpr int kDefaultWidth = 1100, kDefaultHeight = 720;
+constexpr double kListShare = 0.45;  // of the right side's height
+constexpr std::size_t kMostRecentFiles = 12;
+
+class FileTarget : public wxFileDropTarget {
+ public:
+  explicit FileTarget(MainWindow& window) : window_(window) {}
+  bool OnDropFiles(wxCoord, wxCoord, const wxArrayString& names) override {
+    std::vector<Path> files;
+    for (const wxString& name : names) files.push_back(pathFrom(name));
+    // The other program waits until the drop is over; questions come after that.
+    window_.CallAfter([&window = window_, files] { openFiles(window, files); });
+    return true;
+  }
+
+ private:
+  MainWindow& window_;
+};
+
+// A part of the window that could not be made costs that part only where that is possible at all.
+template <class T>
+T* made(T* part, std::u16string_view message) {
+  if (!part || part->GetHandle() == nullptr) logWarning(std::u16string(message));
+  return part;
+}
+
+}  // namespace
+
+MainWindow::MainWindow() : wxFrame(nullptr, wxID_ANY, "Vemko Studio") {
+  SetIcons(programIcons());
+  SetMenuBar(makeMenuBar());
+  wxToolBar* bar = CreateToolBar(wxTB_HORIZONTAL | wxTB_FLAT);
+  fillToolBar(*bar);
+  status_ = made(new StatusLine(this), u"Couldn't create status bar");
+  SetStatusBar(status_);
+  createPanes();
+  bindCommands(*this);
+  loadRecentFiles();
+  SetDropTarget(new FileTarget(*this));
+  document_.onChange = [this](const app::DocumentChange& change) { documentChanged(change); };
+  document_.onSelection = [this] { selectionChanged(); };
+  Bind(wxEVT_CLOSE_WINDOW, &MainWindow::onClose, this);
+  restorePlacement();
+  showTitle();
+  selectionChanged();
+  tree_->SetFocus();
+}
+
+MainWindow::~MainWindow() {
+  document_.onChange = {};
+  document_.onSelection = {};
+  io::setRecentFileSink({});
+  SetStatusBar(nullptr);
+}
+
+void MainWindow::createPanes() {
+  constexpr long kStyle = wxSP_LIVE_UPDATE | wxSP_NOBORDER;
+  columns_ = made(new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, kStyle),
+                  u"Couldn't create split window");
+  columns_->SetMinimumPaneSize(FromDIP(120));
+  wxWindow* left = createLeftPane(columns_);
+  rows_ = made(new wxSplitterWindow(columns_, wxID_ANY, wxDefaultPosition, wxDefaultSize, kStyle),
+               u"Couldn't create split window");
+  rows_->SetMinimumPaneSize(FromDIP(80));
+  rows_->SetSashGravity(kListShare);
+  list_ = made(new WaveformList(rows_, document_), u"Couldn't create Waveforms list view");
+  createPages(rows_);
+  rows_->SplitHorizontally(list_, pages_);
+  columns_->SplitVertically(left, rows_, FromDIP(app::appSettings().shell.leftPaneWidth));
+}
+
+wxWindow* MainWindow::createLeftPane(wxWindow* parent) {
+  auto* pane = new wxPanel(parent);
+  auto* sizer = new wxBoxSizer(wxVERTICAL);
+  auto* buttons = new wxBoxSizer(wxHORIZONTAL);
+  struct SortButton {
+    const char* label;
+    const char* tip;
+    int command;
+  };
+  for (const auto& [label, tip, command] :
+       {SortButton{"Name", "Put instruments and songs in the order of their names", kSortByName},
+        SortButton{"Program", "Put instruments in the order of bank and program", kSortByProgram}}) {
+    auto* button = made(new wxButton(pane, command, label, wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT),
+                        u"Couldn't create coll sort buttons");
+    button->SetToolTip(tip);
+    button->Bind(wxEVT_BUTTON, [this, id = command](wxCommandEvent&) {
+      wxCommandEvent event(wxEVT_MENU, id);
+      ProcessWindowEvent(event);
+    });
+    buttons->Add(button, 1);
+  }
+  tree_ = made(new CollectionTree(pane, document_), u"Couldn't create collection tree view");
+  sizer->Add(buttons, 0, wxEXPAND);
+  sizer->Add(tree_, 1, wxEXPAND);
+  pane->SetSizer(sizer);
+  return pane;
+}
+
+void MainWindow::createPages(wxWindow* parent) {
+  pages_ = new wxNotebook(parent, wxID_ANY);
+  pages_->AddPage(new wxPanel(pages_), "Waveform");
+  pages_->AddPage(new wxPanel(pages_), "Key map");
+  log_ = new LogPane(pages_);
+  pages_->AddPage(log_, "Log");
+}
+
+void MainWindow::restorePlacement() {
+  const app::ShellSettings& settings = app::appSettings().shell;
+  const app::ScreenPair size =
+      settings.windowSize.value_or(app::ScreenPair{FromDIP(kDefaultWidth), FromDIP(kDefaultHeight)});
+  SetSize(wxSize(size.x, size.y));
+  // A screen that was there last time may be gone.
+  if (settings.windowPosition && wxDisplay::GetFromPoint({settings.windowPosition->x + 50,
+                                                          settings.windowPosition->y + 20}) != wxNOT_FOUND)
+    Move(settings.windowPosition->x, settings.windowPosition->y);
+}
+
+void MainWindow::storePlacement() {
+  app::ShellSettings& settings = app::appSettings().shell;
+  if (!IsMaximized() && !IsIconized()) {
+    settings.windowPosition = app::ScreenPair{GetPosition().x, GetPosition().y};
+    settings.windowSize = app::ScreenPair{GetSize().x, GetSize().y};
+  }
+  settings.leftPaneWidth = ToDIP(columns_->GetSashPosition());
+  list_->storeWidths();
+  settings.lastFiles.clear();
+  for (std::size_t i = 0; i < recentFiles_.GetCount(); ++i)
+    settings.lastFiles.push_back(textFrom(recentFiles_.GetHistoryFile(i)));
+}
+
+void MainWindow::documentChanged(const app::DocumentChange& change) {
+  if (change.structure) {
+    tree_->reload();
+    list_->reload();
+  } else {
+    tree_->refreshItems(change.items);
+    list_->refreshItems();
+  }
+  showTitle();
+  selectionChanged();
+}
+
+void MainWindow::selectionChanged() {
+  const auto& collection = document_.collection();
+  const std::size_t selected = document_.selection().size();
+  status_->showSelection(selected > 1
+                             ? countText(selected, "item") + " selected"
+                             : countText(collection.count(ItemKind::Instrument), "instrument") + ", " +
+                                   countText(collection.count(ItemKind::Waveform), "waveform"));
+}
+
+void MainWindow::showTitle() { SetTitle(shown(document_.title())); }
+
+void MainWindow::loadRecentFiles() {
+  const auto& files = app::appSettings().shell.lastFiles;
+  const std::size_t count = std::min(files.size(), kMostRecentFiles);
+  for (std::size_t i = count; i-- > 0;) recentFiles_.AddFileToHistory(shown(files[i]));
+  auto* menu = new wxMenu;
+  recentFiles_.UseMenu(menu);
+  recentFiles_.AddFilesToMenu();
+  GetMenuBar()->GetMenu(0)->Insert(2, wxID_ANY, "Open &recent", menu);
+  Bind(
+      wxEVT_MENU,
+      [this](wxCommandEvent& event) {
+        openRecent(*this, static_cast<std::size_t>(event.GetId() - recentFiles_.GetBaseId()));
+      },
+      recentFiles_.GetBaseId(), recentFiles_.GetBaseId() + recentFiles_.GetMaxFiles() - 1);
+  io::setRecentFileSink([this](const Path& path) {
+    std::error_code ignored;
+    recentFiles_.AddFileToHistory(shownPath(std::filesystem::absolute(path, ignored)));
+  });
+}
+
+void MainWindow::showLastError() { wxMessageBox(shown(lastError()), "Error!", wxOK | wxICON_ERROR, this); }
+
+void MainWindow::onClose(wxCloseEvent& event) {
+  if (event.CanVeto() && !mayDiscard(*this)) {
+    event.Veto();
+    return;
+  }
+  storePlacement();
+  Destroy();
+}
+
+}  // namespace vemko::gui

@@ -1,0 +1,60 @@
+#pragma once
+#include <wx/filehistory.h>
+#include <wx/frame.h>
+#include <wx/notebook.h>
+#include <wx/splitter.h>
+
+#include "app/document/document.h"
+
+namespace vemko::gui {
+
+class CollectionTree;
+class LogPane;
+class StatusLine;
+class WaveformList;
+
+/// Shows one document: tree and list, the views of what is selected, the log and the status line. What the
+/// commands do stands in the files actions_*.cpp.
+class MainWindow : public wxFrame {
+ public:
+  MainWindow();
+  ~MainWindow() override;
+
+  app::Document& document() { return document_; }
+  const app::Document& document() const { return document_; }
+  CollectionTree& tree() { return *tree_; }
+  WaveformList& list() { return *list_; }
+  wxFileHistory& recentFiles() { return recentFiles_; }
+
+  enum Page { kWaveformPage, kKeyMapPage, kLogPage };
+  void showPage(Page page) { pages_->SetSelection(page); }
+
+  /// "Error!" with the last error message.
+  void showLastError();
+  /// Applies settings that change how things are shown.
+  void settingsChanged();
+
+ private:
+  void createPanes();
+  wxWindow* createLeftPane(wxWindow* parent);
+  void createPages(wxWindow* parent);
+  void restorePlacement();
+  void storePlacement();
+  void documentChanged(const app::DocumentChange& change);
+  void selectionChanged();
+  void showTitle();
+  void loadRecentFiles();
+  void onClose(wxCloseEvent& event);
+
+  app::Document document_;
+  wxFileHistory recentFiles_;
+  StatusLine* status_ = nullptr;
+  wxSplitterWindow* columns_ = nullptr;
+  wxSplitterWindow* rows_ = nullptr;
+  CollectionTree* tree_ = nullptr;
+  WaveformList* list_ = nullptr;
+  wxNotebook* pages_ = nullptr;
+  LogPane* log_ = nullptr;
+};
+
+}  // namespace vemko::gui

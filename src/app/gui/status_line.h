@@ -1,0 +1,30 @@
+#pragma once
+#include <string_view>
+#include <wx/gauge.h>
+#include <wx/statusbr.h>
+
+namespace vemko::gui {
+
+/// The window's last line: what is going on, a gauge while it has a measurable length, and what is selected.
+/// While it lives the core's progress goes here.
+class StatusLine : public wxStatusBar {
+ public:
+  explicit StatusLine(wxWindow* parent);
+  ~StatusLine() override;
+
+  void showStatus(const wxString& text);
+  void showSelection(const wxString& text);
+  /// 0..1; the gauge hides when the wait ends.
+  void showProgress(double fraction);
+
+ private:
+  void wait(bool waiting);
+  void placeGauge();
+  void paintNow();
+
+  wxGauge* gauge_;
+  int waits_ = 0;
+  long long lastPaint_ = 0;
+};
+
+}  // namespace vemko::gui

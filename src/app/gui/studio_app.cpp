@@ -1,0 +1,60 @@
+#include "app/gui/studio_app.h"
+
+#include <cstdio>
+#include <wx/cmdline.h>
+
+#include "app/app_settings.h"
+#include "app/gui/actions.h"
+#include "app/gui/decision_dialogs.h"
+#include "app/gui/main_window.h"
+#include "app/gui/text.h"
+#include "base/last_error.h"
+#include "base/log.h"
+#include "base/version.h"
+#include "platform/process.h"
+
+namespace vemko::gui {
+
+bool StudioApp::OnInit() {
+  prepareProcess();
+  SetAppName("vemko-studio");
+  SetAppDisplayName(kProductName);
+  if (!wxApp::OnInit()) return false;
+  store_ = std::make_unique<SettingsStore>();
+  app::loadSettings(*store_);
+  window_ = new MainWindow;
+  SetTopWindow(window_);
+  installDecisionDialogs(*window_);
+  window_->Show();
+
+  std::vector<Path> files;
+  for (const wxString& file : files_) files.push_back(pathFrom(file));
+  const app::ShellSettings& shell = app::appSettings().shell;
+  if (files.empty() && shell.reopenLastSession && !shell.lastFiles.empty())
+    files.push_back(pathOf(shell.lastFiles.front()));
+  // The window is seen before the first file is read.
+  if (!files.empty()) window_->CallAfter([this, files] { openFiles(*window_, files); });
+  return true;
+}
+
+int StudioApp::OnExit() {
+  if (store_ && !app::saveSettings(*store_)) logWarning(lastError());
+  return wxApp::OnExit();
+}
+
+void StudioApp::OnInitCmdLine(wxCmdLineParser& parser) {
+  wxApp::OnInitCmdLine(parser);
+  parser.AddSwitch({}, "version", "print the version and exit");
+  parser.AddParam("FILE", wxCMD_LINE_VAL_STRING, wxCMD_LINE_PARAM_OPTIONAL | wxCMD_LINE_PARAM_MULTIPLE);
+}
+
+bool StudioApp::OnCmdLineParsed(wxCmdLineParser& parser) {
+  if (parser.Found("version")) {
+    std::printf("%s %s\n", kProductName, kVersion);
+    return false;
+  }
+  for (std::size_t i = 0; i < parser.GetParamCount(); ++i) files_.push_back(parser.GetParam(i));
+  return wxApp::OnCmdLineParsed(parser);
+}
+
+}  // namespace vemko::gui

@@ -1,0 +1,30 @@
+#pragma once
+#include <memory>
+#include <vector>
+#include <wx/app.h>
+
+#include "platform/settings_store.h"
+
+namespace vemko::gui {
+
+class MainWindow;
+
+/// The program: settings, who answers the core's questions, the window, and the files to open first.
+class StudioApp : public wxApp {
+ public:
+  bool OnInit() override;
+  int OnExit() override;
+
+  MainWindow* window() const { return window_; }
+
+ protected:
+  void OnInitCmdLine(wxCmdLineParser& parser) override;
+  bool OnCmdLineParsed(wxCmdLineParser& parser) override;
+
+ private:
+  std::unique_ptr<SettingsStore> store_;
+  MainWindow* window_ = nullptr;
+  std::vector<wxString> files_;
+};
+
+}  // namespace vemko::gui
