@@ -48,7 +48,8 @@ class KeyMapLayout {
 
   Box boxOf(const MapRegion& region) const;
   /// The part of the box in which the region sounds fully or rises to it: the box cut along the slopes of its
-  /// cross-fades. Three to eight corners, clockwise.
+  /// cross-fades. Clockwise; empty when the fades leave
+  /// nothing.
   std::vector<Point> outlineOf(const MapRegion& region) const;
   static bool hasFades(const MapRegion& region);
 
