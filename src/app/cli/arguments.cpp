@@ -13,13 +13,10 @@ constexpr struct {
   std::string_view name;
   Command command;
 } kCommands[] = {
-    {"formats", Command::Formats},
-    {"detect", Command::Detect},
-    {"info", Command::Info},
-    {"convert", Command::Convert},
-    {"convert-worker", Command::ConvertWorker},
-    {"process", Command::Process},
-    {"process-worker", Command::ProcessWorker},
+    {"formats", Command::Formats}, {"detect", Command::Detect},
+    {"info", Command::Info},       {"compare", Command::Compare},
+    {"convert", Command::Convert}, {"convert-worker", Command::ConvertWorker},
+    {"process", Command::Process}, {"process-worker", Command::ProcessWorker},
     {"config", Command::Config},
 };
 

@@ -26,6 +26,15 @@ struct InfoArguments {
   bool json = false;
 };
 
+struct CompareArguments {
+  std::string first;
+  std::string second;
+  double tolerance = 0;
+  bool noSamples = false;
+  bool json = false;
+  bool quiet = false;
+};
+
 struct ConvertArguments {
   std::vector<std::string> inputs;
   std::string output;
@@ -79,6 +88,7 @@ enum class Command : std::uint8_t {
   Formats,
   Detect,
   Info,
+  Compare,
   Convert,
   ConvertWorker,
   Process,
@@ -92,6 +102,7 @@ struct Arguments {
   FormatsArguments formats;
   DetectArguments detect;
   InfoArguments info;
+  CompareArguments compare;
   ConvertArguments convert;
   ProcessArguments process;
   ConfigArguments config;

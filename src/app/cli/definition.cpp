@@ -51,6 +51,26 @@ void defineInfo(CLI::App& app, InfoArguments& arguments) {
   command->add_flag("--json", arguments.json, "Print one JSON object");
 }
 
+void defineCompare(CLI::App& app, CompareArguments& arguments) {
+  CLI::App* command = app.add_subcommand(
+      "compare", "Tell what differs between two files: instruments, regions, sound, loops and samples.");
+  command->add_option("FIRST", arguments.first, "File to open")->required();
+  command->add_option("SECOND", arguments.second, "File to compare it with")->required();
+  command
+      ->add_option(
+          "--tolerance", arguments.tolerance,
+          "How far apart values may be, in steps that a listener could just tell: a cent, a tenth of a "
+          "dB, 1 % of a frequency or time, a hundredth of a frame of a loop, one step of 16 bits of a "
+          "sample")
+      ->check(CLI::NonNegativeNumber)
+      ->type_name("STEPS");
+  command->add_flag("--no-samples", arguments.noSamples, "Pass over the sample data");
+  command->add_flag("--json", arguments.json, "Print one JSON object");
+  command->add_flag("-q,--quiet", arguments.quiet, "Print nothing, only give the exit status");
+  command->footer(
+      "The exit status is 0 when nothing differs, 1 when something does, 2 when a file cannot be read.");
+}
+
 void defineConversionOptions(CLI::App& command, ConvertArguments& arguments) {
   command
       .add_option("--to", arguments.to,
@@ -222,6 +242,7 @@ void defineCommands(CLI::App& app, Arguments& arguments) {
   defineFormats(app, arguments.formats);
   defineDetect(app, arguments.detect);
   defineInfo(app, arguments.info);
+  defineCompare(app, arguments.compare);
   defineConvert(app, arguments.convert);
   defineProcess(app, arguments.process);
   defineConfig(app, arguments.config);

@@ -221,6 +221,23 @@ std::string detectionsJson(std::span<const DetectedFile> files) {
   return dump(list);
 }
 
+std::string comparisonJson(const compare::Report& report) {
+  Json differences = Json::array();
+  for (const compare::Difference& each : report.differences) {
+    Json json = {{"where", toUtf8(each.where)}, {"what", toUtf8(each.what)}};
+    if (!each.first.empty()) json["first"] = toUtf8(each.first);
+    if (!each.second.empty()) json["second"] = toUtf8(each.second);
+    differences.push_back(std::move(json));
+  }
+  return dump({{"equal", report.differences.empty()},
+               {"compared",
+                {{"instruments", report.instruments},
+                 {"regions", report.regions},
+                 {"waveforms", report.waveforms},
+                 {"songs", report.songs}}},
+               {"differences", std::move(differences)}});
+}
+
 std::string collectionJson(const Collection& collection) {
   auto count = [&](ItemKind kind) { return collection.count(kind); };
   Json json = {{"format", toUtf8(io::descriptionOf(collection.formatRow))},

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "app/process_files.h"
+#include "compare/compare.h"
 #include "core/collection.h"
 #include "io/detect.h"
 
@@ -17,6 +18,7 @@ struct DetectedFile {
 
 std::string formatsJson(std::span<const int> rows);
 std::string detectionsJson(std::span<const DetectedFile> files);
+std::string comparisonJson(const compare::Report& report);
 std::string collectionJson(const Collection& collection);
 std::string toolsJson(std::span<const tools::ToolEntry* const> tools);
 /// What was made of these files, as one line without its end.

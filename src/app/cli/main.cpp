@@ -36,6 +36,8 @@ int run(const Arguments& arguments) {
       return runDetect(arguments.detect);
     case Command::Info:
       return runInfo(arguments.info);
+    case Command::Compare:
+      return runCompare(arguments.compare);
     case Command::Convert:
       return runConvert(arguments.convert, arguments.workerArguments);
     case Command::ConvertWorker:

@@ -1,0 +1,151 @@
+#include <algorithm>
+#include <cmath>
+
+#include "base/text.h"
+#include "compare/differences.h"
+#include "core/filter.h"
+#include "core/parameters.h"
+#include "core/slot_values.h"
+
+namespace vemko::compare {
+namespace {
+
+std::u16string rangeText(MidiRange range) {
+  return toUtf16(std::to_string(range.low) + "-" + std::to_string(range.high));
+}
+
+void compareRanges(std::u16string_view what, MidiRange first, MidiRange second, Differences& differences) {
+  if (first != second) differences.add(what, rangeText(first), rangeText(second));
+}
+
+struct UnitRow {
+  Unit unit;
+  std::u16string_view text;
+  double step;        ///< What a listener could just tell, ...
+  double proportion;  ///< ... or this part of the value, whichever is larger.
+};
+// clang-format off
+constexpr UnitRow kUnits[] = {
+    {Unit::None,              u"",            0,     0},
+    {Unit::Semitones,         u"semitones",   0.01,  0},
+    {Unit::Decibels,          u"dB",          0.1,   0},
+    {Unit::Hertz,             u"Hz",          0,     0.01},
+    {Unit::Seconds,           u"s",           0.001, 0.01},
+    {Unit::Fraction,          u"",            0.01,  0},
+    {Unit::Percent,           u"%",           1,     0},
+    {Unit::Multiplier,        u"",            0,     0.01},
+    {Unit::Choice,            u"",            0,     0},
+    {Unit::DecibelsPerOctave, u"dB/octave",   0.1,   0},
+    {Unit::PerOctave,         u"",            0.01,  0},
+};
+// clang-format on
+
+const UnitRow& rowOf(Unit unit) {
+  return *std::ranges::find_if(kUnits, [unit](const UnitRow& row) { return row.unit == unit; });
+}
+
+void compareSlot(Slot slot, float first, float second, Differences& differences) {
+  const Parameter& row = parameter(slot);
+  if (row.reserved()) return;
+  const UnitRow& unit = rowOf(row.unit);
+  const double larger = std::max(std::fabs(double{first}), std::fabs(double{second}));
+  differences.number(row.name, first, second, std::max(unit.step, unit.proportion * larger), unit.text);
+}
+
+struct CarrierGroup {
+  Carrier carrier;
+  SlotGroup group;
+};
+constexpr CarrierGroup kCarrierGroups[] = {
+    {Carrier::PLfo, SlotGroup::PLfo},      {Carrier::VLfo, SlotGroup::VLfo},
+    {Carrier::FLfo, SlotGroup::FLfo},      {Carrier::XLfo, SlotGroup::XLfo},
+    {Carrier::PEnv, SlotGroup::PEnvelope}, {Carrier::FEnv, SlotGroup::FEnvelope},
+    {Carrier::XEnv, SlotGroup::XEnvelope},
+};
+
+/// Defaults in place of settings that do nothing, so that they are no difference.
+SlotValues soundingValues(const Region& region) {
+  SlotValues values = valuesOf(effective(region));
+  if (filterTypeOf(values) == FilterType::Off) resetGroup(values, SlotGroup::Filter);
+  for (const CarrierGroup& row : kCarrierGroups)
+    if (!isInUse(values, row.carrier)) resetGroup(values, row.group);
+  return values;
+}
+
+/// Pitch at key 0 in cents, as far as it comes from the root key and the tunings: where two regions say the
+/// same pitch in different words there is no difference.
+double tuningCents(const Region& region, const SlotValues& values) {
+  const Waveform* waveform = region.waveform();
+  return 100.0 * values[slots::MasterTuning] + (waveform ? waveform->fineTuneCents : 0) -
+         100.0 * values[slots::KeyToPitch] * effectiveRootKey(region);
+}
+
+double volumeDecibels(const Region& region, const SlotValues& values) {
+  const Waveform* waveform = region.waveform();
+  return values[slots::MasterVolume] + (waveform ? waveform->volumeAdjustmentDb : 0);
+}
+
+std::u16string tuningText(const Region& region, const SlotValues& values) {
+  const Waveform* waveform = region.waveform();
+  const double cents = 100.0 * values[slots::MasterTuning] + (waveform ? waveform->fineTuneCents : 0);
+  return u"root key " + decimalText(effectiveRootKey(region)) + u", " + decimalText(cents) + u" cents";
+}
+
+void compareTuning(const Region& first, const SlotValues& a, const Region& second, const SlotValues& b,
+                   Differences& differences) {
+  const double apart = std::fabs(tuningCents(first, a) - tuningCents(second, b));
+  if (apart > differences.options().tolerance + 1e-3)
+    differences.add(u"tuning", tuningText(first, a), tuningText(second, b));
+}
+
+std::u16string waveformText(const Region& region) {
+  const Waveform* waveform = region.waveform();
+  return waveform ? u"\"" + waveform->displayName() + u"\"" : u"none";
+}
+
+}  // namespace
+
+std::u16string placeOf(const Region& region) {
+  const auto* layer = region.collection().find<Layer>(region.parent);
+  const Item* instrument = layer ? region.collection().find(layer->parent) : nullptr;
+  return u"Instrument \"" + (instrument ? instrument->displayName() : u"") + u"\", keys " +
+         rangeText(region.keys) + u", velocities " + rangeText(region.velocities);
+}
+
+void compareArticulation(const Region& first, const Region& second, Differences& differences) {
+  const SlotValues a = soundingValues(first), b = soundingValues(second);
+  compareTuning(first, a, second, b, differences);
+  differences.number(parameter(slots::MasterVolume).name, volumeDecibels(first, a), volumeDecibels(second, b),
+                     0.1, u"dB");
+  for (int slot = 0; slot < kSlotCount; ++slot)
+    if (slot != slots::MasterTuning && slot != slots::MasterVolume) {
+      const auto at = static_cast<Slot>(slot);
+      if (a[at] != b[at]) compareSlot(at, a[at], b[at], differences);
+    }
+}
+
+void compareRegions(const Region& first, const Region& second, const WaveformPartners& partners,
+                    Differences& differences) {
+  compareRanges(u"keys", first.keys, second.keys, differences);
+  compareRanges(u"velocities", first.velocities, second.velocities, differences);
+  const auto partner = partners.find(first.waveformId);
+  const bool samePlayed = partner == partners.end()
+                              ? first.waveform() == nullptr && second.waveform() == nullptr
+                              : partner->second == second.waveformId;
+  if (!samePlayed) differences.add(u"waveform", waveformText(first), waveformText(second));
+  const PlaySection a = effectivePlaySection(first), b = effectivePlaySection(second);
+  differences.whole(u"play start", a.start, b.start);
+  differences.whole(u"play end", a.end, b.end);
+  differences.whole(u"exclusive group", first.exclusiveGroup, second.exclusiveGroup);
+  differences.whole(u"fixed key", first.fixedKey, second.fixedKey);
+  differences.whole(u"fixed velocity", first.fixedVelocity, second.fixedVelocity);
+  differences.whole(u"trigger", static_cast<int>(first.trigger), static_cast<int>(second.trigger));
+  differences.number(u"delay", first.delaySeconds, second.delaySeconds, 0.001, u"s");
+  compareRanges(u"fade-in keys", first.fadeInKeys, second.fadeInKeys, differences);
+  compareRanges(u"fade-out keys", first.fadeOutKeys, second.fadeOutKeys, differences);
+  compareRanges(u"fade-in velocities", first.fadeInVelocities, second.fadeInVelocities, differences);
+  compareRanges(u"fade-out velocities", first.fadeOutVelocities, second.fadeOutVelocities, differences);
+  compareArticulation(first, second, differences);
+}
+
+}  // namespace vemko::compare

@@ -1,0 +1,297 @@
+#include "core/feature_use.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <span>
+
+#include "core/filter.h"
+#include "core/parameters.h"
+#include "core/slot_values.h"
+
+namespace vemko {
+namespace {
+
+// Features of the matrix that code speaks of.
+enum Matrix : int {
+  CrossFades = 0,
+  OnInstruments,
+  OnLayers,
+  OnRegions,
+  FractionalLoops = 7,
+  ReverseLoops,
+  SampledRelease,
+  PlaySections,
+  LoopTuning,
+  DelayTime,
+  TriggerTypes,
+  TwoLfos,
+  SeparateLfos,
+  LfoShapes,
+  LfoFades,
+  LfoControllers,
+  TwoEnvelopes,
+  SeparateEnvelopes,
+  SixStages,
+  MoreLevels,
+  ThreeReleases,
+  KeyToAttackRelease,
+  VelocityToAttack1,
+  VelocityToAttack2,
+  VelocityToDecay,
+  VelocityToRelease,
+  VelocityToEnvelopes,
+  LowPassFilter,
+  OtherFilters,
+  ControllersToCutoff,
+  KeyVelocityToCutoff,
+  ToResonance,
+  SendLevels,
+  Equalizer,
+  ChannelDepths,
+  KeyToVolumePan,
+  RandomPan,
+  PitchBend,
+  KeyToPitch,
+  RandomPitchVolume,
+  ControllersToVolume,
+  ControllersToTimes,
+  ControllersToFilter,
+};
+static_assert(ControllersToFilter == kFeatureCount - 1);
+
+constexpr FeatureMask maskOf(std::initializer_list<int> list) {
+  FeatureMask mask = 0;
+  for (int feature : list) mask |= featureBit(feature);
+  return mask;
+}
+constexpr FeatureMask kLevels = maskOf({OnInstruments, OnLayers, OnRegions});
+constexpr FeatureMask kParticularsOfLoops =
+    maskOf({features::MoreLoops, FractionalLoops, ReverseLoops, SampledRelease, LoopTuning});
+
+constexpr std::u16string_view kTexts[] = {
+    u"Waves: Loops",
+    u"Waves: Loops besides the main loop",
+    u"Waves: Markers",
+    u"Waves: Ends of sections",
+    u"Envs: Key to Hold/Decay",
+    u"Trigger: Fixed key or velocity",
+    u"Trigger: Exclusive groups",
+    u"Waves: Volume adjustment",
+};
+static_assert(std::size(kTexts) == features::Count - kFeatureCount);
+
+// A slot that is not at its default uses the feature, in so far as what it belongs to does something.
+enum class Needs : std::uint8_t { Nothing, Filter };
+struct SlotRow {
+  int feature;
+  Slot slot;
+  Needs needs = Needs::Nothing;
+};
+// clang-format off
+constexpr SlotRow kSlotRows[] = {
+    {LfoControllers, 5}, {LfoControllers, 6}, {LfoControllers, 7}, {LfoControllers, 9}, {LfoControllers, 10},
+    {LfoControllers, 11}, {LfoControllers, 20}, {LfoControllers, 21}, {LfoControllers, 22},
+    {LfoControllers, 32}, {LfoControllers, 33}, {LfoControllers, 34},
+    {VelocityToEnvelopes, 13}, {VelocityToEnvelopes, 36},
+    {ControllersToCutoff, 28, Needs::Filter}, {ControllersToCutoff, 29, Needs::Filter},
+    {KeyVelocityToCutoff, 26, Needs::Filter}, {KeyVelocityToCutoff, 27, Needs::Filter},
+    {ToResonance, 38, Needs::Filter}, {ToResonance, 39, Needs::Filter}, {ToResonance, 40, Needs::Filter},
+    {ControllersToFilter, 30, Needs::Filter}, {ControllersToFilter, 41, Needs::Filter},
+    {SendLevels, 60}, {SendLevels, 62}, {SendLevels, 64}, {SendLevels, 66},
+    {ChannelDepths, 56}, {ChannelDepths, 61}, {ChannelDepths, 63}, {ChannelDepths, 65}, {ChannelDepths, 67},
+    {Equalizer, 44}, {Equalizer, 48}, {Equalizer, 52},
+    {KeyToVolumePan, 16}, {KeyToVolumePan, 57},
+    {RandomPan, 55},
+    {PitchBend, 3},
+    {KeyToPitch, 2},
+    {RandomPitchVolume, 1}, {RandomPitchVolume, 15},
+    {ControllersToVolume, 17}, {ControllersToVolume, 18},
+};
+
+// Stages of an envelope that is in use.
+struct StageRow {
+  int feature;
+  Stage stage;
+};
+constexpr StageRow kStageRows[] = {
+    {SixStages, Stage::Attack1Time}, {SixStages, Stage::Decay1Time},
+    {MoreLevels, Stage::InitialLevel}, {MoreLevels, Stage::Attack1Level}, {MoreLevels, Stage::Attack2Level},
+    {MoreLevels, Stage::Decay1Level},
+    {ThreeReleases, Stage::Release1Level}, {ThreeReleases, Stage::Release2Time},
+    {ThreeReleases, Stage::Release2Level}, {ThreeReleases, Stage::Release3Time},
+    {ThreeReleases, Stage::Release3Level},
+    {KeyToAttackRelease, Stage::KeyToAttack1}, {KeyToAttackRelease, Stage::KeyToAttack2},
+    {KeyToAttackRelease, Stage::KeyToRelease1},
+    {features::KeyToDecay, Stage::KeyToDecay1}, {features::KeyToDecay, Stage::KeyToDecay2},
+    {VelocityToAttack1, Stage::VelocityToAttack1}, {VelocityToAttack2, Stage::VelocityToAttack2},
+    {VelocityToDecay, Stage::VelocityToDecay1}, {VelocityToDecay, Stage::VelocityToDecay2},
+    {VelocityToRelease, Stage::VelocityToRelease1},
+    {ControllersToTimes, Stage::Cc73ToAttack1}, {ControllersToTimes, Stage::Cc73ToAttack2},
+    {ControllersToTimes, Stage::Cc72ToRelease1},
+};
+// clang-format on
+
+struct Lfo {
+  Carrier carrier;
+  Slot shape;  // frequency, delay and fade follow
+};
+constexpr Lfo kLfos[] = {{Carrier::PLfo, slots::PLfoShape},
+                         {Carrier::VLfo, slots::VLfoShape},
+                         {Carrier::FLfo, slots::FLfoShape},
+                         {Carrier::XLfo, slots::XLfoShape}};
+using LfoSettings = std::array<float, 4>;
+
+LfoSettings settingsOf(const SlotValues& values, const Lfo& lfo) {
+  LfoSettings settings;
+  std::copy_n(values.slots.begin() + lfo.shape, settings.size(), settings.begin());
+  return settings;
+}
+
+FeatureMask lfosOf(const SlotValues& values) {
+  FeatureMask used = 0;
+  std::vector<LfoSettings> different, modulation;  // of all in use, and of those besides the pitch's own
+  auto addNew = [](std::vector<LfoSettings>& list, const LfoSettings& settings) {
+    if (std::ranges::find(list, settings) == list.end()) list.push_back(settings);
+  };
+  for (const Lfo& lfo : kLfos) {
+    if (!isInUse(values, lfo.carrier)) continue;
+    const LfoSettings settings = settingsOf(values, lfo);
+    addNew(different, settings);
+    if (lfo.carrier != Carrier::PLfo) addNew(modulation, settings);
+    if (settings[0] != 0) used |= featureBit(LfoShapes);
+    if (settings[3] != 0) used |= featureBit(LfoFades);
+  }
+  if (different.size() > 1) used |= featureBit(TwoLfos);
+  if (modulation.size() > 1) used |= featureBit(SeparateLfos);
+  return used;
+}
+
+FeatureMask envelopesOf(const SlotValues& values) {
+  FeatureMask used = 0;
+  auto addStages = [&](Slot envelope) {
+    for (const StageRow& row : kStageRows) {
+      const Slot slot = envelopeSlot(envelope, row.stage);
+      if (values[slot] != initialValues()[slot]) used |= featureBit(row.feature);
+    }
+  };
+  addStages(slots::VEnv);
+  const bool pitch = isInUse(values, Carrier::PEnv), filter = isInUse(values, Carrier::FEnv);
+  if (pitch) addStages(slots::PEnv);
+  if (filter) addStages(slots::FEnv);
+  if (pitch || filter) used |= featureBit(TwoEnvelopes);
+  constexpr std::size_t kLength = slots::FEnv - slots::PEnv;
+  const bool areAlike =
+      std::equal(values.slots.begin() + slots::PEnv, values.slots.begin() + slots::PEnv + kLength,
+                 values.slots.begin() + slots::FEnv);
+  if ((pitch && filter && !areAlike) || isInUse(values, Carrier::XEnv)) used |= featureBit(SeparateEnvelopes);
+  return used;
+}
+
+FeatureMask articulationOf(const SlotValues& values) {
+  const FilterType filter = filterTypeOf(values);
+  FeatureMask used = lfosOf(values) | envelopesOf(values);
+  if (filter == FilterType::LowPass2)
+    used |= featureBit(LowPassFilter);
+  else if (filter != FilterType::Off)
+    used |= featureBit(OtherFilters);
+  for (const SlotRow& row : kSlotRows)
+    if (values[row.slot] != initialValues()[row.slot] &&
+        (row.needs == Needs::Nothing || filter != FilterType::Off))
+      used |= featureBit(row.feature);
+  return used;
+}
+
+bool hasCrossFade(const Region& region) {
+  const auto isSet = [](MidiRange range, std::uint8_t silent) { return range != MidiRange{silent, silent}; };
+  return isSet(region.fadeInKeys, 0) || isSet(region.fadeOutKeys, 127) || isSet(region.fadeInVelocities, 0) ||
+         isSet(region.fadeOutVelocities, 127);
+}
+
+/// Which levels of the instrument set anything, and whether regions or layers differ in what they set.
+FeatureMask levelsOf(const Instrument& instrument) {
+  FeatureMask used = 0;
+  if (!instrument.articulation.empty()) used |= featureBit(OnInstruments);
+  const ArticulationBlock* first = nullptr;
+  for (const Region* region : regionsOf(instrument)) {
+    const auto* layer = instrument.collection().find<Layer>(region->parent);
+    if (layer && !layer->articulation.empty()) used |= featureBit(OnLayers);
+    if (first && !(*first == region->articulation)) used |= featureBit(OnRegions);
+    first = &region->articulation;
+  }
+  return used;
+}
+
+class Uses {
+ public:
+  void add(FeatureMask used, ItemId place) {
+    for (int feature = 0; used != 0; ++feature, used >>= 1)
+      if (used & 1) places_[static_cast<std::size_t>(feature)].push_back(place);
+  }
+  std::vector<FeatureUse> take() {
+    std::vector<FeatureUse> uses;
+    for (int feature = 0; feature < features::Count; ++feature) {
+      auto& places = places_[static_cast<std::size_t>(feature)];
+      if (!places.empty()) uses.push_back({feature, std::move(places)});
+    }
+    return uses;
+  }
+
+ private:
+  std::array<std::vector<ItemId>, 64> places_;
+};
+
+}  // namespace
+
+std::u16string_view featureText(int feature) {
+  if (feature < kFeatureCount) return featureName(feature);
+  return feature < features::Count ? kTexts[feature - kFeatureCount] : std::u16string_view();
+}
+
+FeatureMask featuresOf(const Region& region) {
+  FeatureMask used = articulationOf(valuesOf(effective(region)));
+  if (hasCrossFade(region)) used |= featureBit(CrossFades);
+  if (region.section != PlaySection{}) used |= featureBit(PlaySections);
+  if (region.delaySeconds != 0) used |= featureBit(DelayTime);
+  if (region.trigger != Trigger::Attack) used |= featureBit(TriggerTypes);
+  if (region.exclusiveGroup != 0) used |= featureBit(features::ExclusiveGroups);
+  if (region.fixedKey != Region::kNotSet || region.fixedVelocity != Region::kNotSet)
+    used |= featureBit(features::FixedKey);
+  return used;
+}
+
+FeatureMask featuresOf(const Waveform& waveform) {
+  FeatureMask used = waveform.volumeAdjustmentDb != 0 ? featureBit(features::VolumeAdjustment) : 0;
+  std::size_t loops = 0;
+  for (const LoopRecord& record : waveform.records) {
+    if (record.startHundredths != 0 || record.endHundredths != 0) used |= featureBit(FractionalLoops);
+    if (record.type != RecordType::Loop) used |= featureBit(features::Markers);
+    if (record.type == RecordType::SectionMarker) used |= featureBit(features::SectionEnds);
+    if (record.type != RecordType::Loop || record.play == LoopPlay::Off) continue;
+    used |= featureBit(++loops > 1 ? features::MoreLoops : features::Loops);
+    if (record.play != LoopPlay::Forward) used |= featureBit(ReverseLoops);
+    if (record.count == LoopCount::UntilRelease) used |= featureBit(SampledRelease);
+    if (record.tuneCents != 0) used |= featureBit(LoopTuning);
+  }
+  return used;
+}
+
+std::vector<FeatureUse> featuresUsed(const Item& item) {
+  Uses uses;
+  for (const Region* region : regionsOf(item)) uses.add(featuresOf(*region), region->id());
+  for (const Waveform* waveform : waveformsOf(item)) uses.add(featuresOf(*waveform), waveform->id());
+  if (const auto* instrument = dynamic_cast<const Instrument*>(&item))
+    uses.add(levelsOf(*instrument), instrument->id());
+  if (const auto* collection = dynamic_cast<const Collection*>(&item))
+    collection->forEach<Instrument>([&](const Instrument& each) { uses.add(levelsOf(each), each.id()); });
+  return uses.take();
+}
+
+FeatureMask lostFeatures(FeatureMask used, FeatureMask held) {
+  FeatureMask lost = used & ~held;
+  if (held & featureBit(OnRegions)) lost &= ~kLevels;
+  if (lost & featureBit(features::Loops)) lost &= ~kParticularsOfLoops;
+  return lost;
+}
+
+}  // namespace vemko
