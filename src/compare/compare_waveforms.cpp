@@ -76,7 +76,8 @@ void compareSamples(const Waveform& first, const Waveform& second, Differences& 
   const auto found = differenceOf(first, second);
   if (!found) return differences.add(u"samples", u"unreadable: " + lastError(), u"");
   if (found->largest <= kSampleStep * differences.options().tolerance && found->shift == 0) return;
-  std::u16string text = u"SNR " + toUtf16(formatted("%.1f dB", found->snrDecibels));
+  std::u16string text =
+      found->largest == 0 ? u"equal" : u"SNR " + toUtf16(formatted("%.1f dB", found->snrDecibels));
   if (found->shift != 0) text += u", shifted by " + toUtf16(std::to_string(found->shift)) + u" frames";
   differences.add(u"samples", u"", std::move(text));
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <limits>
 #include <memory>
 #include <vector>
 
@@ -87,9 +88,9 @@ std::optional<SampleDifference> differenceAt(const Waveform& first, const Wavefo
     addBlock({left.data(), count}, {right.data(), count}, sums);
     if (count < left.size()) break;
   }
-  SampleDifference difference{sums.largest, 0, shift};
-  if (sums.noise > 0) difference.snrDecibels = 10 * std::log10(std::max(sums.signal, 1e-30) / sums.noise);
-  return difference;
+  const double snr = sums.noise > 0 ? 10 * std::log10(std::max(sums.signal, 1e-30) / sums.noise)
+                                    : std::numeric_limits<double>::infinity();
+  return SampleDifference{sums.largest, snr, shift};
 }
 
 /// Some frames of the first channel; shorter at the end, empty when they cannot be read.

@@ -9,7 +9,7 @@ namespace vemko::compare {
 
 struct SampleDifference {
   double largest = 0;      ///< Of the differences, full scale being 1.
-  double snrDecibels = 0;  ///< Signal to difference; meaningful where `largest` is not 0.
+  double snrDecibels = 0;  ///< Signal to difference; infinite where `largest` is 0.
   std::int64_t shift = 0;  ///< The second lags by so many frames; the other figures are taken so aligned.
 };
 

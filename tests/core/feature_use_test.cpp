@@ -206,8 +206,12 @@ TEST(FeatureUse, FindsLoopsAndLevels) {
   for (const FeatureUse& use : featuresUsed(piano.collection)) {
     found.push_back(use.feature);
     EXPECT_FALSE(featureText(use.feature).empty());
-    if (use.feature == 41) EXPECT_EQ(use.places, std::vector<ItemId>{second.id()});
-    if (use.feature == 7) EXPECT_EQ(use.places, std::vector<ItemId>{piano.waveform.id()});
+    if (use.feature == 41) {
+      EXPECT_EQ(use.places, std::vector<ItemId>{second.id()});
+    }
+    if (use.feature == 7) {
+      EXPECT_EQ(use.places, std::vector<ItemId>{piano.waveform.id()});
+    }
   }
   EXPECT_EQ(found, (std::vector<int>{1, 3, 7, 8, 9, 11, 41, features::Loops, features::MoreLoops}));
 }
