@@ -5,7 +5,7 @@ BUILD_PACKAGES=(g++ cmake ninja-build pkg-config libtag1-dev zlib1g-dev libutfcp
   libgsm1-dev libspandsp-dev libsndfile1-dev)
 # The codec libraries are opened at run time; without one of them its formats are unavailable.
 RUN_PACKAGES=(shared-mime-info libflac12 libvorbisfile3 libvorbisenc2 libopusfile0 libopusenc0 libmpg123-0 libmp3lame0
-  libwavpack1 libgsm1 libspandsp2 libsndfile1)
+  libwavpack1 libgsm1 libspandsp2 libsndfile1 sfarkxtc)
 # The tests compare our files with what independent programs make of them.
 TEST_PACKAGES=(libgtest-dev ccache sndfile-programs sox ffmpeg flac vorbis-tools opus-tools lame mpg123 wavpack awesfx
   fluid-soundfont-gm fluidsynth python3-numpy)

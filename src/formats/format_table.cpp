@@ -43,6 +43,7 @@ constexpr FormatEntry kRows[] = {
   {u"sf2", soundfont::readBank, soundfont::writeBank, soundfont::probeBank, u"SoundFont v2 bank", kBank, soundfont::kCapabilities, 0, nullptr},
   {u"sf2pack", soundfont::readBank, nullptr, soundfont::probePackedBank, u"sf2pack", kBank, 0, 0, nullptr},
   {u"sf3", soundfont::readBank, soundfont::writeBank, soundfont::probeCompressedBank, u"Compressed SoundFont", kBank, soundfont::kCompressedCapabilities, soundfont::kCompressedVariant, soundfont::describeSetting, soundfont::missingLibraries},
+  {u"sfark", soundfont::readArchive, nullptr, soundfont::probeArchive, u"sfArk archive", kBank, 0, 0, nullptr, soundfont::missingForArchive},
   {u"snd",  audio::readSndfile, audio::writeSndfile, audio::probeSndfile,      u"Sun/NeXT/DEC audio (snd)",             kWaveform, audio::sndfileCapabilities(audio::kAu),        audio::kAu,          nullptr,                      audio::missingForSndfile},
   {u"svx",  audio::readIff,     audio::writeIff,     audio::probeIff,          u"Amiga 8SVX",                           kWaveform, audio::kIffCapabilities,                       0,                   nullptr},
   {u"voc",  audio::readSndfile, audio::writeVoc,     audio::probeSndfile,      u"Creative voice",                       kWaveform, audio::sndfileCapabilities(audio::kVoc),       audio::kVoc,         nullptr,                      audio::missingForReading},

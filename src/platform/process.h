@@ -15,6 +15,9 @@ namespace vemko {
 /// streams.
 void prepareProcess();
 
+/// A program of that name from where the system looks for programs; nothing when there is none.
+std::optional<Path> findProgram(std::string_view name);
+
 /// A running child whose standard input and output are pipes; standard error is shared with this process.
 class ChildProcess {
  public:
@@ -23,8 +26,9 @@ class ChildProcess {
   ChildProcess(ChildProcess&&) noexcept;
   ChildProcess& operator=(ChildProcess&&) noexcept;
 
-  /// Starts the program; arguments are UTF-8 and exclude the program's name.
-  bool start(const Path& program, const std::vector<std::string>& arguments);
+  /// Starts the program; arguments are UTF-8 and exclude the program's name. Its current folder is `folder`,
+  /// or when that is empty this process's.
+  bool start(const Path& program, const std::vector<std::string>& arguments, const Path& folder = {});
 
   bool running() const;
   /// Writes a line (a newline is added); false when the child has gone. Never raises SIGPIPE.

@@ -97,6 +97,13 @@ TEST(SoundFontReader, AnswersBadFilesWithAMessageOrWhatIsThere) {
     withoutPad.erase(withoutPad.begin() + static_cast<std::ptrdiff_t>(at) + 3);
     withoutPad = patched(withoutPad, 16, ByteReader(Bytes(odd).subspan(16)).u32() - 1);
   }
+  Block oddSamples = good;  // a byte more in the samples, and no pad byte
+  {
+    const std::size_t at = bodyOf(good, "smpl"), size = ByteReader(Bytes(good).subspan(at - 4)).u32();
+    oddSamples.insert(oddSamples.begin() + static_cast<std::ptrdiff_t>(at + size), std::byte{0});
+    oddSamples = sized(oddSamples, "smpl", static_cast<std::uint32_t>(size + 1));
+    oddSamples = patched(oddSamples, at - 16, static_cast<std::uint32_t>(size + 13));
+  }
   constexpr const char* kWhole = "2 regions, 2 waveforms";
   const HostileCase cases[] = {
       {"good", good, kWhole},
@@ -109,6 +116,10 @@ TEST(SoundFontReader, AnswersBadFilesWithAMessageOrWhatIsThere) {
       {"no ifil", renamed(good, "ifil"), "Not a Sound Font v2.x file"},
       {"cut in the samples", Block(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(good.size() / 2)),
        "Not a SoundFont2 file"},
+      {"cut in the tables",
+       Block(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(bodyOf(good, "inst"))),
+       "0 regions, 0 waveforms"},
+      {"no INFO", patched(good, bodyOf(good, "INFO") - 8, std::uint32_t{0}), "Not a Sound Font v2.x file"},
       {"no pdta", patched(good, bodyOf(good, "pdta") - 8, std::uint32_t{0}), "Not a SoundFont2 file"},
       {"no shdr", renamed(good, "shdr"), "0 regions, 0 waveforms"},
       {"no phdr", renamed(good, "phdr"), "0 regions, 2 waveforms"},
@@ -128,6 +139,7 @@ TEST(SoundFontReader, AnswersBadFilesWithAMessageOrWhatIsThere) {
       {"no terminal bags", shortened(shortened(good, "pbag", 4), "ibag", 4), kWhole},
       {"no terminal generators", shortened(shortened(good, "pgen", 4), "igen", 4), kWhole},
       {"pad byte missing", withoutPad, kWhole},
+      {"pad byte of the samples missing", oddSamples, kWhole},
       {"preset's bag past the table", patched(good, bodyOf(good, "phdr") + 24, std::uint16_t{9000}),
        "0 regions, 2 waveforms", "out of order"},
       {"instrument's bags descend", patched(good, bodyOf(good, "inst") + 20, std::uint16_t{1}),
@@ -162,6 +174,12 @@ TEST(SoundFontReader, AnswersBadFilesWithAMessageOrWhatIsThere) {
          for (int number : {0, 1, 2, 3, 4, 12, 45, 50})
            b.instruments[0].zones[0].generators.insert(b.instruments[0].zones[0].generators.begin(),
                                                        amount(number, -32768));
+       }),
+       kWhole},
+      {"offsets of 32767", with([](Bank& b) {
+         for (int number : {0, 1, 2, 3, 4, 12, 45, 50})
+           b.instruments[0].zones[0].generators.insert(b.instruments[0].zones[0].generators.begin(),
+                                                       amount(number, 32767));
        }),
        kWhole},
       {"all amounts at their ends", with([](Bank& b) {

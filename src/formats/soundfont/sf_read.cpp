@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "formats/soundfont/sf_articulation.h"
+#include "formats/soundfont/sf_bank_reader.h"
 #include "formats/soundfont/sf_info.h"
 #include "formats/soundfont/sf_samples.h"
 #include "formats/soundfont/soundfont.h"
@@ -25,8 +26,8 @@ struct RegionPlan {
 
 class BankReader {
  public:
-  BankReader(Collection& collection, BankFile bank, const Path& path)
-      : collection_(collection), bank_(std::move(bank)), path_(path) {}
+  BankReader(Collection& collection, BankFile bank, const Path& path, const Path& namedAfter)
+      : collection_(collection), bank_(std::move(bank)), path_(path), namedAfter_(namedAfter) {}
 
   bool read() {
     if (!buildPresetZones(bank_, tables_.presetZones, complaints_) ||
@@ -43,7 +44,7 @@ class BankReader {
     auto next = plans_.begin();
     for (std::uint32_t preset = 0; preset < tables_.presets.size(); ++preset)
       createPreset(preset, waveforms, next);
-    readInfoTexts(tables_.info, path_, collection_);
+    readInfoTexts(tables_.info, namedAfter_, collection_);
     collection_.notes = notes_;
     return true;
   }
@@ -153,7 +154,7 @@ class BankReader {
 
   Collection& collection_;
   BankFile bank_;
-  Path path_;
+  Path path_, namedAfter_;
   std::shared_ptr<BankNotes> notes_ = std::make_shared<BankNotes>();
   BankTables& tables_ = notes_->tables;
   std::vector<RegionPlan> plans_;  // in tree order
@@ -164,6 +165,10 @@ class BankReader {
 }  // namespace
 
 bool readBank(Collection& collection, InputFile& file, std::uint32_t) {
+  return readBank(collection, file, file.path());
+}
+
+bool readBank(Collection& collection, InputFile& file, const Path& namedAfter) {
   const Bytes bytes = file.bytes();
   if (bytes.empty() && file.size() != 0) return false;
   BankFile bank;
@@ -171,7 +176,7 @@ bool readBank(Collection& collection, InputFile& file, std::uint32_t) {
   if (!parseBank(bytes, bank, complaints)) return false;
   if (const auto version = softwareVersion(bank.info))
     logInfo(toUtf16(formatted("Written by Vemko Studio %d.%d", version->major, version->minor)));
-  return BankReader(collection, std::move(bank), file.path()).read();
+  return BankReader(collection, std::move(bank), file.path(), namedAfter).read();
 }
 
 }  // namespace vemko::soundfont

@@ -1,6 +1,7 @@
 #include "formats/soundfont/sf_sample_data.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
 
 #include "base/last_error.h"
@@ -90,34 +91,75 @@ bool forEachBlock(const ChannelData& data, const BlockSink& sink) {
   return true;
 }
 
-bool encodePoints(const ChannelData& data, BlockWriter& out) {
+// Gives room for so many more bytes; none when they cannot be taken.
+using Room = std::function<std::span<std::byte>(std::size_t bytes)>;
+
+bool encodePoints(const ChannelData& data, const Room& room) {
   return forEachBlock(data, [&](std::span<const float> block) {
-    const std::span<std::byte> room = out.reserve(block.size() * 2);
-    if (room.empty()) return false;
-    encodePcm({SampleEncoding::Pcm16}, block, room);
+    const std::span<std::byte> points = room(block.size() * 2);
+    if (points.empty()) return false;
+    encodePcm({SampleEncoding::Pcm16}, block, points);
     return true;
   });
 }
 
 // One part of 24-bit points, the other going to nowhere.
-bool encodeSplit(const ChannelData& data, bool low, BlockWriter& out) {
+bool encodeSplit(const ChannelData& data, bool low, const Room& room) {
   std::vector<std::byte> joined(kBlockFrames * 3), rest(kBlockFrames * 2);
   return forEachBlock(data, [&](std::span<const float> block) {
-    const std::span<std::byte> room = out.reserve(block.size() * (low ? 1 : 2));
-    if (room.empty()) return false;
+    const std::span<std::byte> part = room(block.size() * (low ? 1 : 2));
+    if (part.empty()) return false;
     const std::span<std::byte> points = std::span(joined).first(block.size() * 3);
     encodePcm({SampleEncoding::Pcm24}, block, points);
     const std::span<std::byte> other = std::span(rest).first(block.size() * (low ? 2 : 1));
-    splitPoints(points, low ? other : room, low ? room : other);
+    splitPoints(points, low ? other : part, low ? part : other);
     return true;
   });
 }
 
-template <class Write>
-bool writeAll(const std::vector<ChannelData>& data, std::size_t gapBytes, BlockWriter& out, Write write) {
-  for (std::size_t i = 0; i < data.size(); ++i) {
-    if (!write(data[i]) || !appendZeros(gapBytes, out)) return false;
-    if (i % 64 == 0) showProgress(static_cast<double>(i) / static_cast<double>(data.size()));
+// Compressed samples are decoded so many at a time, on all processors, unless they are long.
+constexpr std::size_t kBatch = 16;
+constexpr std::uint32_t kMaxFramesAhead = 1 << 18;
+
+bool isDecodedAhead(const ChannelData& data) {
+  return data.source && data.source->encoding() == SampleEncoding::Codec && data.frames <= kMaxFramesAhead;
+}
+
+using Encode = std::function<bool(const ChannelData& data, const Room& room)>;
+
+bool encodeAhead(std::span<const ChannelData> data, std::size_t frameBytes, const Encode& encode,
+                 std::span<std::vector<std::byte>> encoded) {
+  if (std::ranges::none_of(data, isDecodedAhead)) return true;
+  return parallelFor(data.size(), [&](std::size_t i) {
+    if (!isDecodedAhead(data[i])) return true;
+    encoded[i].resize(data[i].frames * frameBytes);
+    std::span<std::byte> rest(encoded[i]);
+    return encode(data[i], [&](std::size_t bytes) {
+      const auto room = rest.first(bytes);
+      rest = rest.subspan(bytes);
+      return room;
+    });
+  });
+}
+
+// `copy` writes what need not be encoded; it says nothing of other samples.
+bool writeAll(const std::vector<ChannelData>& data, std::size_t frameBytes, BlockWriter& out,
+              const std::function<std::optional<bool>(const ChannelData&)>& copy, const Encode& encode) {
+  for (std::size_t first = 0; first < data.size(); first += kBatch) {
+    const auto batch = std::span(data).subspan(first, std::min(kBatch, data.size() - first));
+    std::array<std::vector<std::byte>, kBatch> encoded;
+    if (!encodeAhead(batch, frameBytes, encode, encoded)) return false;
+    for (std::size_t i = 0; i < batch.size(); ++i) {
+      bool ok = true;
+      if (!encoded[i].empty())
+        ok = out.append(encoded[i]);
+      else if (const auto copied = copy(batch[i]))
+        ok = *copied;
+      else
+        ok = encode(batch[i], [&](std::size_t bytes) { return out.reserve(bytes); });
+      if (!ok || !appendZeros(kGapPoints * frameBytes, out)) return false;
+    }
+    showProgress(static_cast<double>(first + batch.size()) / static_cast<double>(data.size()));
   }
   return true;
 }
@@ -149,17 +191,19 @@ std::optional<std::vector<SamplePosition>> placePoints(const std::vector<Channel
 }
 
 bool writePoints(const std::vector<ChannelData>& data, bool is24, BlockWriter& out) {
-  return writeAll(data, kGapPoints * 2, out, [&](const ChannelData& each) {
-    if (const auto offset = storedOffset(each))
-      return copyBytes(each, *offset, std::uint64_t{each.frames} * 2, out);
-    return is24 ? encodeSplit(each, false, out) : encodePoints(each, out);
+  auto copy = [&](const ChannelData& each) -> std::optional<bool> {
+    const auto offset = storedOffset(each);
+    if (!offset) return std::nullopt;
+    return copyBytes(each, *offset, std::uint64_t{each.frames} * 2, out);
+  };
+  return writeAll(data, 2, out, copy, [&](const ChannelData& each, const Room& room) {
+    return is24 ? encodeSplit(each, false, room) : encodePoints(each, room);
   });
 }
 
 bool writeStreams(const std::vector<ChannelData>& data, std::uint32_t setting, BlockWriter& out,
                   std::vector<SamplePosition>& positions) {
   // So many are encoded at a time, which keeps all processors busy and little in memory.
-  constexpr std::size_t kBatch = 32;
   const std::uint64_t start = out.position();
   for (std::size_t first = 0; first < data.size(); first += kBatch) {
     const std::size_t count = std::min(kBatch, data.size() - first);
@@ -184,11 +228,13 @@ bool writeStreams(const std::vector<ChannelData>& data, std::uint32_t setting, B
 }
 
 bool writeLowBytes(const std::vector<ChannelData>& data, BlockWriter& out) {
-  return writeAll(data, kGapPoints, out, [&](const ChannelData& each) {
-    if (!storedOffset(each)) return encodeSplit(each, true, out);
+  auto copy = [&](const ChannelData& each) -> std::optional<bool> {
+    if (!storedOffset(each)) return std::nullopt;
     const SplitSamples* split = splitSamplesOf(each.source.get());
     return split ? copyBytes(each, split->lowOffset, each.frames, out) : appendZeros(each.frames, out);
-  });
+  };
+  return writeAll(data, 1, out, copy,
+                  [&](const ChannelData& each, const Room& room) { return encodeSplit(each, true, room); });
 }
 
 }  // namespace vemko::soundfont

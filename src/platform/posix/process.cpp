@@ -1,6 +1,8 @@
 #include "platform/process.h"
 
+#include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -70,7 +72,8 @@ struct Pipe {
 };
 
 // What the child inherits beyond its three streams: nothing, signals as in a fresh program.
-pid_t spawn(const Path& program, const std::vector<std::string>& arguments, int input, int output) {
+pid_t spawn(const Path& program, const std::vector<std::string>& arguments, const Path& folder, int input,
+            int output) {
   std::vector<char*> argv{const_cast<char*>(program.c_str())};
   for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
   argv.push_back(nullptr);
@@ -85,6 +88,7 @@ pid_t spawn(const Path& program, const std::vector<std::string>& arguments, int 
   ::posix_spawn_file_actions_init(&actions);
   ::posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
   ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+  if (!folder.empty()) ::posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
   ::posix_spawnattr_init(&attributes);
   ::posix_spawnattr_setsigmask(&attributes, &none);
   ::posix_spawnattr_setsigdefault(&attributes, &defaults);
@@ -99,18 +103,33 @@ pid_t spawn(const Path& program, const std::vector<std::string>& arguments, int 
 
 }  // namespace
 
+std::optional<Path> findProgram(std::string_view name) {
+  const char* folders = std::getenv("PATH");
+  std::string_view rest = folders ? folders : "/usr/local/bin:/usr/bin:/bin";
+  while (!rest.empty()) {
+    const std::string_view folder = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
+    const Path path = Path(folder) / name;
+    std::error_code ignored;
+    if (path.is_absolute() && std::filesystem::is_regular_file(path, ignored) &&
+        ::access(path.c_str(), X_OK) == 0)
+      return path;
+  }
+  return std::nullopt;
+}
+
 ChildProcess::ChildProcess() = default;
 ChildProcess::~ChildProcess() = default;
 ChildProcess::ChildProcess(ChildProcess&&) noexcept = default;
 ChildProcess& ChildProcess::operator=(ChildProcess&&) noexcept = default;
 
-bool ChildProcess::start(const Path& program, const std::vector<std::string>& arguments) {
+bool ChildProcess::start(const Path& program, const std::vector<std::string>& arguments, const Path& folder) {
   system_.reset();
   ::signal(SIGPIPE, SIG_IGN);
   Pipe input, output;
   pid_t pid = -1;
   if (input.open() && output.open())
-    pid = spawn(program, arguments, input.reading.get(), output.writing.get());
+    pid = spawn(program, arguments, folder, input.reading.get(), output.writing.get());
   if (pid < 0) {
     posix::logSystemError(program, errno);
     return fail(u"Could not start program");
