@@ -31,6 +31,12 @@ constexpr Drawing kDrawings[] = {
     {"song", R"(<path d="M9 18V5l11-2v13"/><circle cx="6.5" cy="18" r="2.5"/><circle cx="17.5" cy="16" r="2.5"/>)"},
     {"track", R"(<path d="M3 6h18 M3 12h18 M3 18h18 M6 4v4 M13 10v4 M9 16v4"/>)"},
     {"synth", R"(<path d="M3 12c2-8 5-8 9 0s7 8 9 0"/>)"},
+    {"zoom-in", R"(<circle cx="10" cy="10" r="6.5"/><path d="M15 15l6 6 M7 10h6 M10 7v6"/>)"},
+    {"zoom-out", R"(<circle cx="10" cy="10" r="6.5"/><path d="M15 15l6 6 M7 10h6"/>)"},
+    {"zoom-all", R"(<path d="M3 5v14 M21 5v14 M6 12h12 M9 9l-3 3 3 3 M15 9l3 3-3 3"/>)"},
+    {"zoom-selection", R"(<path d="M8 4v16 M16 4v16 M2 12h4 M4.5 10l2 2-2 2 M22 12h-4 M19.5 10l-2 2 2 2"/>)"},
+    {"filled", R"(<path d="M3 12c2-9 5-9 9 0s7 9 9 0 M3 12h18 M7 7v4 M5.5 9v2 M8.5 8v3 M15.5 13v3 M17 13v4 M18.5 13v2"/>)"},
+    {"split", R"(<path d="M3 7c2-4 4-4 6 0s4 4 6 0 4-4 6 0 M3 17c2-4 4-4 6 0s4 4 6 0 4-4 6 0 M3 12h18"/>)"},
     {"collection", R"(<path d="M3 8l9-5 9 5v9l-9 5-9-5z M3 8l9 5 9-5 M12 13v9"/>)"},
 };
 // clang-format on
