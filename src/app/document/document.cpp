@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <array>
+#include <random>
 #include <unordered_set>
 #include <utility>
 
+#include "app/app_settings.h"
 #include "base/text.h"
 #include "base/version.h"
 
@@ -34,6 +36,11 @@ std::vector<ItemId> itemsSince(const Collection& collection, const Counts& befor
 std::vector<ItemId> allItems(const Collection& collection) { return itemsSince(collection, Counts{}); }
 
 }  // namespace
+
+Document::Document() {
+  std::random_device random;
+  identity_ = std::uint64_t{random()} << 32 | random();
+}
 
 bool Document::open(const Path& file, io::OpenMode mode) {
   if (mode == io::OpenMode::Merge) {
@@ -179,7 +186,21 @@ void Document::selectItems(std::vector<ItemId> items) {
   waveformsActive_ = false;
   if (items == selectedItems_) return;
   selectedItems_ = std::move(items);
+  if (appSettings().shell.autoSelectWaveforms) selectPlayedWaveforms();
   if (onSelection) onSelection();
+}
+
+// The collection itself plays all of them, which would say nothing.
+void Document::selectPlayedWaveforms() {
+  std::vector<ItemId> waveforms;
+  for (ItemId id : selectedItems_) {
+    const Item* item = collection_.find(id);
+    if (!item || item->kind() == ItemKind::Song || item->kind() == ItemKind::Track) continue;
+    for (const Waveform* waveform : waveformsOf(*item)) waveforms.push_back(waveform->id());
+  }
+  std::ranges::sort(waveforms);
+  waveforms.erase(std::unique(waveforms.begin(), waveforms.end()), waveforms.end());
+  if (!waveforms.empty()) selectedWaveforms_ = std::move(waveforms);
 }
 
 void Document::selectWaveforms(std::vector<ItemId> waveforms) {

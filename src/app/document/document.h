@@ -4,11 +4,13 @@
 // that it can be taken back under a name.
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "app/document/clipboard.h"
 #include "core/history.h"
 #include "io/open.h"
 #include "io/save.h"
@@ -26,7 +28,7 @@ struct DocumentChange {
 
 class Document {
  public:
-  Document() = default;
+  Document();
   Document(const Document&) = delete;
 
   Collection& collection() { return collection_; }
@@ -89,9 +91,20 @@ class Document {
   /// Puts instruments and songs (by name), or instruments (by bank and program), in order.
   bool sort(SortKey key);
 
+  // --- Clipboard
+  /// Tells this document from all others, also those of other instances.
+  std::uint64_t identity() const { return identity_; }
+  /// The items with everything below them and what they play; nothing when there are none.
+  std::optional<CopiedItems> copy(std::span<const ItemId> items, bool cut = false) const;
+  /// Adds copies: top items and waveforms to the collection, others to the target or what is around it. What
+  /// comes from this document keeps playing its waveforms, and is named "Copy of ..." unless it was cut. With
+  /// `link`, waveforms of this document become regions that play them. The pasted items are selected.
+  bool paste(CopiedItems copied, ItemId target, bool link);
+
   // --- Selection: in the tree, and in the list of waveforms. Ids of items that have gone are dropped.
   const std::vector<ItemId>& selectedItems() const { return selectedItems_; }
   const std::vector<ItemId>& selectedWaveforms() const { return selectedWaveforms_; }
+  /// Where the user has it so, the waveforms that the items play are selected with them.
   void selectItems(std::vector<ItemId> items);
   void selectWaveforms(std::vector<ItemId> waveforms);
   /// What a command works on: the selection that was made last; empty when that is.
@@ -107,12 +120,21 @@ class Document {
   Item* find(ItemId id) const;
 
  private:
+  struct PastePlace {
+    ItemId parent = kNoItem;
+  };
+  std::optional<PastePlace> placeFor(ItemKind kind, ItemId target, bool link) const;
+  void dropKnownWaveforms(CopiedItems& copied, bool link) const;
+  std::vector<ItemId> placeCopies(CopiedItems& copied, std::span<const PastePlace> places, bool own,
+                                  Created& created);
   void whileSaving(const std::function<void()>& work);
   void takeStep();
   void tell(DocumentChange change);
   void dropGoneSelection();
+  void selectPlayedWaveforms();
 
   mutable Collection collection_;
+  std::uint64_t identity_;
   History history_;
   std::vector<ItemId> selectedItems_, selectedWaveforms_;
   bool waveformsActive_ = false;

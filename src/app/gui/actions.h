@@ -18,6 +18,11 @@ void closeWindow(MainWindow& window);
 /// False when the user wants to keep working on what would be lost.
 bool mayDiscard(MainWindow& window);
 
+/// In the file that the collection came from, after telling what that loses. False when nothing was saved.
+bool save(MainWindow& window);
+bool saveAs(MainWindow& window);
+void saveAll(MainWindow& window);
+
 // --- Editing
 void undo(MainWindow& window);
 void redo(MainWindow& window);
@@ -27,6 +32,17 @@ void selectAll(MainWindow& window);
 void createItem(MainWindow& window, ItemKind kind);
 void moveSelected(MainWindow& window, int steps);
 void sortItems(MainWindow& window, app::Document::SortKey key);
+
+void showProperties(MainWindow& window);
+void processSelected(MainWindow& window);
+
+// --- Clipboard
+void cutSelected(MainWindow& window);
+void copySelected(MainWindow& window);
+void paste(MainWindow& window);
+void pasteLink(MainWindow& window);
+
+void showPreferences(MainWindow& window);
 
 // --- Help
 void showAbout(MainWindow& window);

@@ -3,6 +3,8 @@
 #include "app/gui/actions.h"
 #include "app/gui/collection_tree.h"
 #include "app/gui/main_window.h"
+#include "app/gui/process_dialog.h"
+#include "app/gui/properties_dialog.h"
 #include "app/gui/waveform_list.h"
 #include "base/last_error.h"
 
@@ -55,6 +57,13 @@ void moveSelected(MainWindow& window, int steps) {
   const auto& items = window.document().selectedItems();
   if (!items.empty()) window.document().moveBy(items.front(), steps);
 }
+
+void showProperties(MainWindow& window) {
+  const auto& selection = window.document().selection();
+  if (!selection.empty()) editProperties(&window, window.document(), selection.front());
+}
+
+void processSelected(MainWindow& window) { processItems(&window, window.document(), {}); }
 
 void sortItems(MainWindow& window, app::Document::SortKey key) { window.document().sort(key); }
 

@@ -3,9 +3,11 @@
 
 #include "app/app_settings.h"
 #include "app/gui/actions.h"
+#include "app/gui/decision_dialogs.h"
 #include "app/gui/main_window.h"
 #include "app/gui/text.h"
 #include "base/last_error.h"
+#include "base/progress.h"
 #include "io/registry.h"
 
 namespace vemko::gui {
@@ -24,16 +26,6 @@ wxString openWildcards() {
 }
 
 }  // namespace
-
-bool mayDiscard(MainWindow& window) {
-  if (!window.document().isChanged()) return true;
-  wxMessageDialog question(&window,
-                           "\"" + shown(window.document().collection().displayName()) +
-                               "\" has changes that are not saved. Discard them?",
-                           "Vemko Studio", wxYES_NO | wxNO_DEFAULT | wxICON_WARNING);
-  question.SetYesNoLabels("&Discard", "&Keep working");
-  return question.ShowModal() == wxID_YES;
-}
 
 void newCollection(MainWindow& window) {
   if (mayDiscard(window)) window.document().startNew();
@@ -57,11 +49,14 @@ void openFiles(MainWindow& window, const std::vector<Path>& files) {
   app::Document& document = window.document();
   io::OpenMode mode = io::askOpenMode(document.collection());
   if (mode == io::OpenMode::Cancel || (mode == io::OpenMode::Replace && !mayDiscard(window))) return;
+  forgetRawAnswers();
   for (const Path& file : files) {
+    setLastError({});
     if (!document.open(file, mode) && !lastError().empty())
       wxMessageBox(shownPath(file) + "\n\n" + shown(lastError()), "Error!", wxOK | wxICON_ERROR, &window);
     mode = io::OpenMode::Merge;
   }
+  showStatus(document.collection().file.empty() ? u"" : u"Opened " + textOf(files.back()));
   if (document.collection().count(ItemKind::Instrument) == 0) {
     const auto waveforms = document.collection().allOf(ItemKind::Waveform);
     if (!waveforms.empty()) document.selectWaveforms({waveforms[0]->id()});

@@ -1,15 +1,19 @@
 #include <wx/aboutdlg.h>
 #include <wx/dialog.h>
-#include <wx/sizer.h>
-#include <wx/stattext.h>
 
 #include "app/gui/actions.h"
 #include "app/gui/icons.h"
+#include "app/gui/layout.h"
 #include "app/gui/main_window.h"
+#include "app/gui/preferences_dialog.h"
 #include "app/gui/text.h"
 #include "base/version.h"
 
 namespace vemko::gui {
+
+void showPreferences(MainWindow& window) {
+  if (editPreferences(&window)) window.settingsChanged();
+}
 
 void showAbout(MainWindow& window) {
   wxAboutDialogInfo info;
@@ -24,7 +28,7 @@ void showAbout(MainWindow& window) {
 
 void showCollectionInformation(MainWindow& window) {
   wxDialog dialog(&window, wxID_ANY, "Collection information");
-  auto* grid = new wxFlexGridSizer(2, dialog.FromDIP(wxSize(16, 8)));
+  wxFlexGridSizer* grid = makeFieldGrid(&dialog);
   const auto lines = collectionInformation(window.document().collection());
   constexpr const char* kLabels[] = {"Instruments:", "Waveforms:", "Synths:", "Songs:"};
   auto row = [&](const wxString& label, wxString value) {
@@ -34,11 +38,7 @@ void showCollectionInformation(MainWindow& window) {
   };
   row("Name:", shown(window.document().collection().displayName()));
   for (std::size_t i = 0; i < lines.size(); ++i) row(kLabels[i], shown(lines[i]));
-  auto* sizer = new wxBoxSizer(wxVERTICAL);
-  sizer->Add(grid, wxSizerFlags(1).Expand().Border(wxALL, dialog.FromDIP(16)));
-  sizer->Add(dialog.CreateSeparatedButtonSizer(wxOK),
-             wxSizerFlags().Expand().Border(wxALL, dialog.FromDIP(8)));
-  dialog.SetSizerAndFit(sizer);
+  finishDialog(dialog, grid, "&Close", false);
   dialog.ShowModal();
 }
 

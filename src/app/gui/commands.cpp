@@ -23,6 +23,12 @@ bool hasItems(const MainWindow& window) {
   const auto& selection = window.document().selection();
   return !selection.empty() && selection.front() != kNoItem;
 }
+bool hasContent(const MainWindow& window) {
+  const Collection& collection = window.document().collection();
+  for (ItemKind kind : {ItemKind::Waveform, ItemKind::Instrument, ItemKind::Song, ItemKind::Synth})
+    if (collection.count(kind) > 0) return true;
+  return false;
+}
 bool hasInstruments(const MainWindow& window) {
   return window.document().collection().count(ItemKind::Instrument) > 0;
 }
@@ -44,6 +50,10 @@ const Command kCommands[] = {
   {wxID_NEW, kFile, "&New collection\tCtrl+N", "Start with an empty collection", "new", newCollection},
   {wxID_OPEN, kFile, "&Open...\tCtrl+O", "Open files of any format", "open", openWithDialog},
   line(kFile),
+  {wxID_SAVE, kFile, "&Save\tCtrl+S", "Save in the file that the collection came from", "save", [](MainWindow& w) { save(w); }, hasContent},
+  {wxID_SAVEAS, kFile, "Save &as...\tCtrl+Shift+S", "Save an item or the collection in any format", {}, [](MainWindow& w) { saveAs(w); }, hasContent},
+  {kSaveAll, kFile, "Save a&ll...", "Save every item of a kind to a file of its own", {}, saveAll, hasContent},
+  line(kFile),
   {kCollectionInformation, kFile, "Collection &information...\tCtrl+I", "What the collection holds", {}, showCollectionInformation},
   line(kFile),
   {wxID_EXIT, kFile, "&Quit\tCtrl+Q", "Close the window", {}, closeWindow},
@@ -55,15 +65,25 @@ const Command kCommands[] = {
    [](const MainWindow& w) { return w.document().history().canRedo(); },
    [](const MainWindow& w) { return withName("Redo", w.document().history().redoName()); }},
   line(kEdit),
+  {wxID_CUT, kEdit, "Cu&t\tCtrl+X", "Copy the selected items, then delete them", "cut", cutSelected, hasItems},
+  {wxID_COPY, kEdit, "&Copy\tCtrl+C", "Copy the selected items", "copy", copySelected, hasItems},
+  {wxID_PASTE, kEdit, "&Paste\tCtrl+V", "Add copies of what was copied", "paste", paste},
+  {kPasteLink, kEdit, "Paste &link\tCtrl+Shift+V", "Add regions that play the waveforms that were copied", {}, pasteLink},
+  line(kEdit),
   {wxID_DELETE, kEdit, "&Delete\tDel", "Delete the selected items", "delete", deleteSelected, hasItems},
   {kRename, kEdit, "Re&name\tF2", "Rename the selected item in place", {}, renameSelected, hasSelection},
   {wxID_SELECTALL, kEdit, "Select &all\tCtrl+A", "Select everything in the tree or list", {}, selectAll},
+  line(kEdit),
+  {wxID_PREFERENCES, kEdit, "Pr&eferences...\tCtrl+,", "How the studio shows and opens things", {}, showPreferences},
 
   {kNewInstrument, kNew, "&Instrument", "Add an instrument", {}, [](MainWindow& w) { createItem(w, ItemKind::Instrument); }},
   {kNewLayer, kNew, "&Layer", "Add a layer to the selected instrument", {}, [](MainWindow& w) { createItem(w, ItemKind::Layer); }},
   {kNewRegion, kNew, "&Region", "Add a region to the selected layer; it plays the selected waveform", {}, [](MainWindow& w) { createItem(w, ItemKind::Region); }},
   {kNewSong, kNew, "&Song", "Add a song", {}, [](MainWindow& w) { createItem(w, ItemKind::Song); }},
   {kNewTrack, kNew, "&Track", "Add a track to the selected song", {}, [](MainWindow& w) { createItem(w, ItemKind::Track); }},
+  {wxID_PROPERTIES, kItems, "&Properties...\tAlt+Return", "Texts, ranges, tuning, articulation and loops of the selected item", "properties", showProperties, hasSelection},
+  {kProcess, kItems, "P&rocess items...\tCtrl+P", "Apply a tool to the selected items", "process", processSelected, hasSelection},
+  line(kItems),
   {kMoveUp, kItems, "Move &up\tAlt+Up", "Move the item before its neighbour", {}, [](MainWindow& w) { moveSelected(w, -1); }, hasOneItem},
   {kMoveDown, kItems, "Move &down\tAlt+Down", "Move the item behind its neighbour", {}, [](MainWindow& w) { moveSelected(w, 1); }, hasOneItem},
   {kSortByName, kItems, "Sort by &name", "Put instruments and songs in the order of their names", {}, [](MainWindow& w) { sortItems(w, Sort::Name); }},

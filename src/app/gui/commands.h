@@ -16,7 +16,10 @@ class MainWindow;
 enum CommandId {
   kFirstCommand = wxID_HIGHEST + 1,
   kCollectionInformation,
+  kSaveAll,
   kRename,
+  kPasteLink,
+  kProcess,
   kNewInstrument,
   kNewLayer,
   kNewRegion,

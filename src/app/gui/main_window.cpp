@@ -170,6 +170,7 @@ void MainWindow::documentChanged(const app::DocumentChange& change) {
 }
 
 void MainWindow::selectionChanged() {
+  if (!document_.waveformsAreActive()) list_->showSelection();
   const auto& collection = document_.collection();
   const std::size_t selected = document_.selection().size();
   status_->showSelection(selected > 1

@@ -29,10 +29,10 @@ class MainWindow : public wxFrame {
   enum Page { kWaveformPage, kKeyMapPage, kLogPage };
   void showPage(Page page) { pages_->SetSelection(page); }
 
+  /// Shows everything anew, by settings that may have changed.
+  void settingsChanged() { documentChanged({.structure = true, .items = {}}); }
   /// "Error!" with the last error message.
   void showLastError();
-  /// Applies settings that change how things are shown.
-  void settingsChanged();
 
  private:
   void createPanes();

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <wx/cmdline.h>
+#include <wx/image.h>
 
 #include "app/app_settings.h"
 #include "app/gui/actions.h"
@@ -20,6 +21,7 @@ bool StudioApp::OnInit() {
   SetAppName("vemko-studio");
   SetAppDisplayName(kProductName);
   if (!wxApp::OnInit()) return false;
+  wxInitAllImageHandlers();
   store_ = std::make_unique<SettingsStore>();
   app::loadSettings(*store_);
   window_ = new MainWindow;
