@@ -1,7 +1,11 @@
 #include "base/log.h"
 
+#include <algorithm>
 #include <mutex>
+#include <string>
 #include <utility>
+
+#include "base/text.h"
 
 namespace vemko {
 namespace {
@@ -23,5 +27,18 @@ LogSink setLogSink(LogSink newSink) {
 
 void logInfo(std::u16string_view line) { log(LogLevel::Info, line); }
 void logWarning(std::u16string_view line) { log(LogLevel::Warning, line); }
+
+Complaints::~Complaints() {
+  for (const auto& [text, count] : counts_)
+    logWarning(std::u16string(text) + (count > 1 ? toUtf16(formatted(" (%zu times)", count)) : u""));
+}
+
+void Complaints::add(std::u16string_view text) {
+  const auto known = std::ranges::find(counts_, text, [](const auto& entry) { return entry.first; });
+  if (known == counts_.end())
+    counts_.emplace_back(text, 1);
+  else
+    ++known->second;
+}
 
 }  // namespace vemko

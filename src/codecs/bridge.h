@@ -21,7 +21,7 @@ struct FilePart {
   std::uint64_t size = 0;
   std::shared_ptr<const std::vector<std::byte>> memory;
 
-  static FilePart whole(const InputFile& file) { return {SourceFile::at(file.path()), 0, file.size(), {}}; }
+  static FilePart whole(const InputFile& file) { return {SourceFile::of(file), 0, file.size(), {}}; }
   static FilePart inMemory(std::vector<std::byte> bytes);
 };
 

@@ -6,13 +6,15 @@
 #include <utility>
 #include <vector>
 
+#include "base/text.h"
+
 namespace vemko {
 namespace {
 
-// One record a path, for as long as some source uses it.
+// One record a path, or part of its file, for as long as some source uses it.
 struct Records {
   std::mutex guard;
-  std::unordered_map<Path::string_type, std::weak_ptr<SourceFile>> byPath;
+  std::unordered_map<std::string, std::weak_ptr<SourceFile>> byKey;
 };
 
 Records& records() {
@@ -21,10 +23,16 @@ Records& records() {
 }
 
 // Not normalised: behind a link to a folder, ".." leads elsewhere than the text says.
-Path keyOf(const Path& path) {
+Path absolutePath(const Path& path) {
   std::error_code error;
   Path whole = std::filesystem::absolute(path, error);
   return error ? path : whole;
+}
+
+std::string keyOf(const Path& path, const std::optional<SourceFile::Part>& part) {
+  std::string key = toUtf8(textOf(path));
+  if (part) key += '\0' + std::to_string(part->offset) + '+' + std::to_string(part->size);
+  return key;
 }
 
 }  // namespace
@@ -35,23 +43,31 @@ struct SourceFile::Shared {
   std::shared_ptr<InputFile> pinned;
 };
 
-SourceFile::SourceFile(Path path) : path_(std::move(path)), shared_(std::make_unique<Shared>()) {}
+SourceFile::SourceFile(Path path, std::optional<Part> part)
+    : path_(std::move(path)), part_(part), shared_(std::make_unique<Shared>()) {}
 
 SourceFile::~SourceFile() {
   std::lock_guard lock(records().guard);
-  auto entry = records().byPath.find(path_.native());
-  if (entry != records().byPath.end() && entry->second.expired()) records().byPath.erase(entry);
+  auto entry = records().byKey.find(keyOf(path_, part_));
+  if (entry != records().byKey.end() && entry->second.expired()) records().byKey.erase(entry);
 }
 
-std::shared_ptr<SourceFile> SourceFile::at(const Path& path) {
-  Path key = keyOf(path);
+std::shared_ptr<SourceFile> SourceFile::recordOf(const Path& path, std::optional<Part> part) {
+  Path whole = absolutePath(path);
   std::shared_ptr<SourceFile> file;  // outlives the lock, which its destructor takes
   std::lock_guard lock(records().guard);
-  std::weak_ptr<SourceFile>& known = records().byPath[key.native()];
+  std::weak_ptr<SourceFile>& known = records().byKey[keyOf(whole, part)];
   file = known.lock();
   if (file && file->isPinned()) file = nullptr;  // its bytes are those of a file that was replaced
-  if (!file) known = file = std::make_shared<SourceFile>(key);
+  if (!file) known = file = std::make_shared<SourceFile>(std::move(whole), part);
   return file;
+}
+
+std::shared_ptr<SourceFile> SourceFile::at(const Path& path) { return recordOf(path, std::nullopt); }
+
+std::shared_ptr<SourceFile> SourceFile::of(const InputFile& file) {
+  if (!file.isPart()) return at(file.path());
+  return recordOf(file.path(), Part{file.partOffset(), file.size()});
 }
 
 std::shared_ptr<InputFile> SourceFile::open() {
@@ -60,6 +76,11 @@ std::shared_ptr<InputFile> SourceFile::open() {
   if (auto file = shared_->open.lock()) return file;
   auto file = std::make_shared<InputFile>();
   if (!file->open(path_)) return nullptr;
+  if (part_) {
+    auto part = std::make_shared<InputFile>();
+    if (!part->openPart(*file, part_->offset, part_->size)) return nullptr;
+    file = std::move(part);
+  }
   shared_->open = file;
   return file;
 }
@@ -80,7 +101,7 @@ bool SourceFile::pinIfUsed(const Path& path) {
   std::vector<std::shared_ptr<SourceFile>> used;
   {
     std::lock_guard lock(records().guard);
-    for (auto& [key, record] : records().byPath)
+    for (auto& [key, record] : records().byKey)
       if (auto file = record.lock()) used.push_back(std::move(file));
   }
   for (const auto& file : used)

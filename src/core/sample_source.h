@@ -30,8 +30,16 @@ class SourceFile {
   /// The shared record of that path; it need not exist yet. Once a record is pinned, the path may come to
   /// mean another file and gets a new record.
   static std::shared_ptr<SourceFile> at(const Path& path);
+  /// The record of an open file, or of the part that it is; offsets count as in that.
+  static std::shared_ptr<SourceFile> of(const InputFile& file);
 
-  explicit SourceFile(Path path);
+  /// Where a part lies in its file.
+  struct Part {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+    friend bool operator==(const Part&, const Part&) = default;
+  };
+  explicit SourceFile(Path path, std::optional<Part> part = {});
   ~SourceFile();
 
   const Path& path() const { return path_; }
@@ -44,8 +52,11 @@ class SourceFile {
   static bool pinIfUsed(const Path& path);
 
  private:
+  static std::shared_ptr<SourceFile> recordOf(const Path& path, std::optional<Part> part);
+
   struct Shared;
   Path path_;
+  std::optional<Part> part_;
   std::unique_ptr<Shared> shared_;
 };
 

@@ -32,9 +32,15 @@ class InputFile {
   /// Fails with "Could not open file": it does not exist, is a folder, may not be read, or is a pipe or
   /// device of more than 1 GiB.
   bool open(const Path& path);
+  /// A part of an open file, as if it were a file of its own; it stays usable when that one goes. Fails with
+  /// "Reading from file failed" when the part does not lie within the file.
+  bool openPart(const InputFile& whole, std::uint64_t offset, std::uint64_t size);
 
   const Path& path() const { return path_; }
   std::uint64_t size() const { return size_; }
+  /// Where a part begins within the file of its path; 0 for a whole file.
+  std::uint64_t partOffset() const { return partOffset_; }
+  bool isPart() const { return isPart_; }
 
   std::uint64_t position() const { return position_; }
   void seek(std::uint64_t position) { position_ = position; }
@@ -45,7 +51,7 @@ class InputFile {
   /// when the file ends before or the system reports an error.
   bool readAt(std::uint64_t offset, std::span<std::byte> out) const;
 
-  /// The whole file, mapped on first use (by one thread) and valid while this object lives; empty for an
+  /// All of it, mapped on first use (by one thread) and valid while this object lives; empty for an
   /// empty file. Meant for headers and tables: pages that are touched count as the program's memory, so large
   /// sample data are read with readAt. Empty with "Reading from file failed" set when the system cannot map
   /// it.
@@ -54,10 +60,12 @@ class InputFile {
  private:
   friend class OutputFile;  // copies between the system's own handles
   struct System;
-  std::unique_ptr<System> system_;
+  std::shared_ptr<System> system_;  // shared by the parts of a file
   Path path_;
   std::uint64_t size_ = 0;
   std::uint64_t position_ = 0;
+  std::uint64_t partOffset_ = 0;
+  bool isPart_ = false;
 };
 
 /// An open file for writing. Closed without a word when destroyed; call close() to learn of late errors.

@@ -59,7 +59,7 @@ void expectSameLoops(const Waveform& a, const Waveform& b) {
 
 std::vector<Block> streamsOf(const Block& bytes) {
   soundfont::BankFile bank;
-  soundfont::Complaints complaints;
+  Complaints complaints;
   EXPECT_TRUE(soundfont::parseBank(bytes, bank, complaints)) << toUtf8(lastError());
   EXPECT_EQ(bank.smpl.size % 2, 0u);
   std::vector<Block> streams;
@@ -139,7 +139,7 @@ TEST_F(CompressedBank, LoadsWithoutStreamsThatAreBroken) {
   ReadBank plain(toneBank());
   const Block good = saved(plain.collection, 6);
   soundfont::BankFile bank;
-  soundfont::Complaints complaints;
+  Complaints complaints;
   ASSERT_TRUE(soundfont::parseBank(good, bank, complaints));
   const std::size_t start = bank.smpl.offset + bank.samples[1].start;
   for (std::size_t kept : {0u, 100u, 3000u}) {

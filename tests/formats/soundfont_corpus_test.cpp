@@ -148,7 +148,7 @@ std::string dataOf(const BankOnDisk& bank, const ToldSample& sample) {
 BankOnDisk bankOnDisk(const Path& path, const Path& scratch) {
   BankOnDisk bank{contentOf(path), toldBank(path, scratch).value_or(ToldBank{}), {}, {}};
   soundfont::BankFile parsed;
-  soundfont::Complaints complaints;
+  Complaints complaints;
   EXPECT_TRUE(soundfont::parseBank(asBytes(bank.bytes), parsed, complaints));
   bank.lowBytes = parsed.sm24;
   bank.told.samplesAt = parsed.smpl.offset;

@@ -12,7 +12,7 @@ namespace {
 // What the record tables of bytes hold.
 soundfont::BankFile parsed(const Block& bytes) {
   soundfont::BankFile bank;
-  soundfont::Complaints complaints;
+  Complaints complaints;
   EXPECT_TRUE(soundfont::parseBank(bytes, bank, complaints)) << toUtf8(lastError());
   return bank;
 }

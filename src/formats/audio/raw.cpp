@@ -32,7 +32,7 @@ bool readRaw(Collection& collection, InputFile& file, std::uint32_t) {
   waveform.frames = static_cast<std::uint32_t>(frames);
   waveform.channels = format->channels;
   waveform.rate = format->rate;
-  waveform.setSource(makePcmSource(SourceFile::at(file.path()), offset, frames, format->channels, pcm));
+  waveform.setSource(makePcmSource(SourceFile::of(file), offset, frames, format->channels, pcm));
   return true;
 }
 

@@ -35,6 +35,14 @@ void setWhereEmpty(Item& item, TextProperty property, Bytes field) {
   if (item.text(property).empty()) item.setText(property, decodeText(field));
 }
 
+// The row of a text that describes items of this kind.
+const InfoRow* rowFor(std::uint32_t id, const Item& item) {
+  const auto row = std::ranges::find(kInfoRows, id, &InfoRow::id);
+  const bool isOwnFile = item.kind() == ItemKind::Collection;
+  if (row == std::end(kInfoRows) || (isOwnFile && row->property == TextProperty::SourceFile)) return nullptr;
+  return &*row;
+}
+
 void addTextChunk(ChunkBuilder& builder, std::uint32_t id, std::string_view text) {
   builder.open(id);
   builder.out.text(text);
@@ -86,6 +94,49 @@ std::vector<std::byte> buildInfo(const Item& item, bool withName) {
   addTextChunk(builder, kSoftwareId, kSoftware);
   builder.close();
   return std::move(builder.out.bytes);
+}
+
+std::vector<InfoText> parseInfoTexts(Bytes list) {
+  std::vector<InfoText> texts;
+  ChunkWalker walker(list);
+  for (Chunk chunk; walker.next(chunk);) {
+    const auto* begin = reinterpret_cast<const char*>(chunk.body.data());
+    std::string text(begin, std::find(begin, begin + chunk.body.size(), '\0'));
+    if (!text.empty()) texts.push_back({chunk.id, std::move(text)});
+  }
+  return texts;
+}
+
+void applyInfoTexts(const std::vector<InfoText>& texts, Item& item) {
+  for (auto text = texts.rbegin(); text != texts.rend(); ++text)
+    if (const InfoRow* row = rowFor(text->id, item))
+      item.setText(row->property, decodeText(asBytes(text->text)));
+}
+
+std::vector<InfoText> infoTextsOf(const Item& item, const std::vector<InfoText>& before) {
+  std::vector<InfoText> texts;
+  for (const InfoRow& row : kInfoRows) {
+    if (!rowFor(row.id, item)) continue;
+    const std::u16string& now = item.text(row.property);
+    const auto known = std::ranges::find(before, row.id, &InfoText::id);
+    if (known != before.end() && trimmed(decodeText(asBytes(known->text))) == now)
+      texts.push_back(*known);
+    else if (!now.empty())
+      texts.push_back({row.id, toUtf8(now)});
+  }
+  for (const InfoText& text : before)
+    if (text.id != kSoftwareId && std::ranges::find(kInfoRows, text.id, &InfoRow::id) == std::end(kInfoRows))
+      texts.push_back(text);
+  return texts;
+}
+
+void appendInfoTexts(const std::vector<InfoText>& texts, ByteWriter& out) {
+  if (texts.empty()) return;
+  ChunkBuilder builder;
+  builder.openList(fourCc("INFO"));
+  for (const InfoText& text : texts) addTextChunk(builder, text.id, text.text);
+  builder.close();
+  out.append(builder.out.bytes);
 }
 
 }  // namespace vemko::riff

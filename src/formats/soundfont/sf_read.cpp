@@ -26,14 +26,14 @@ struct RegionPlan {
 
 class BankReader {
  public:
-  BankReader(Collection& collection, BankFile bank, const Path& path, const Path& namedAfter)
-      : collection_(collection), bank_(std::move(bank)), path_(path), namedAfter_(namedAfter) {}
+  BankReader(Collection& collection, BankFile bank, const InputFile& file, const Path& namedAfter)
+      : collection_(collection), bank_(std::move(bank)), file_(file), namedAfter_(namedAfter) {}
 
   bool read() {
     if (!buildPresetZones(bank_, tables_.presetZones, complaints_) ||
         !buildInstrumentZones(bank_, tables_.instrumentZones, complaints_) || !planRegions())
       return false;
-    const auto places = placeSamples(bank_, SourceFile::at(path_), complaints_);
+    const auto places = placeSamples(bank_, SourceFile::of(file_), complaints_);
     fillTables(places);
     SampleWaveforms waveforms(tables_, places);
     for (const RegionPlan& plan : plans_) {
@@ -154,7 +154,8 @@ class BankReader {
 
   Collection& collection_;
   BankFile bank_;
-  Path path_, namedAfter_;
+  const InputFile& file_;
+  Path namedAfter_;
   std::shared_ptr<BankNotes> notes_ = std::make_shared<BankNotes>();
   BankTables& tables_ = notes_->tables;
   std::vector<RegionPlan> plans_;  // in tree order
@@ -176,7 +177,7 @@ bool readBank(Collection& collection, InputFile& file, const Path& namedAfter) {
   if (!parseBank(bytes, bank, complaints)) return false;
   if (const auto version = softwareVersion(bank.info))
     logInfo(toUtf16(formatted("Written by Vemko Studio %d.%d", version->major, version->minor)));
-  return BankReader(collection, std::move(bank), file.path(), namedAfter).read();
+  return BankReader(collection, std::move(bank), file, namedAfter).read();
 }
 
 }  // namespace vemko::soundfont

@@ -5,7 +5,6 @@
 #include <optional>
 
 #include "base/last_error.h"
-#include "base/log.h"
 #include "base/text.h"
 #include "formats/riff/riff.h"
 
@@ -216,19 +215,6 @@ std::string_view charactersOf(const Name& name) {
 
 std::u16string textOf(const Name& name) {
   return std::u16string(trimmed(decodeText(asBytes(charactersOf(name)))));
-}
-
-Complaints::~Complaints() {
-  for (const auto& [text, count] : counts_)
-    logWarning(std::u16string(text) + (count > 1 ? toUtf16(formatted(" (%zu times)", count)) : u""));
-}
-
-void Complaints::add(std::u16string_view text) {
-  const auto known = std::ranges::find(counts_, text, [](const auto& entry) { return entry.first; });
-  if (known == counts_.end())
-    counts_.emplace_back(text, 1);
-  else
-    ++known->second;
 }
 
 bool parseBank(Bytes bytes, BankFile& bank, Complaints& complaints) {

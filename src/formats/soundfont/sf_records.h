@@ -8,8 +8,11 @@
 #include <vector>
 
 #include "base/bytes.h"
+#include "base/log.h"
 
 namespace vemko::soundfont {
+
+using vemko::Complaints;
 
 /// Generator numbers.
 namespace gen {
@@ -145,16 +148,6 @@ struct BankFile {
   std::size_t presetBagEnd = 0, instrumentBagEnd = 0;  ///< Where the zones of the last header end.
   std::vector<Generator> presetGenerators, instrumentGenerators;
   std::vector<Modulator> presetModulators, instrumentModulators;
-};
-
-/// What is mended or dropped, for the log: each text once, with the number of times it happened.
-class Complaints {
- public:
-  ~Complaints();
-  void add(std::u16string_view text);
-
- private:
-  std::vector<std::pair<std::u16string_view, std::size_t>> counts_;
 };
 
 /// Takes the bank's tables out of its file; terminal records are gone. Fails with "Not a SoundFont2 file" and

@@ -8,9 +8,9 @@
 #include "formats/riff/description.h"
 #include "formats/riff/info.h"
 #include "formats/riff/riff.h"
+#include "formats/riff/wave_format.h"
 #include "formats/wave/wave.h"
 #include "formats/wave/wave_big_endian.h"
-#include "formats/wave/wave_format.h"
 
 namespace vemko::wave {
 namespace {
@@ -171,23 +171,23 @@ bool readChunks(Collection& collection, const InputFile& input, WaveFile& file) 
   walkChunks(file);
   if (!file.format) return fail(u"No 'fmt ' chunk in this WAVE file");
   if (!file.dataOffset) return fail(u"No 'data' chunk in this WAVE file");
-  WaveFormat format;
-  if (!parseFormat(*file.format, format)) return false;
-  if (file.bigEndian) setBigEndian(format);
-  settleJustification(file.chunks.subspan(static_cast<std::size_t>(*file.dataOffset),
-                                          static_cast<std::size_t>(file.dataSize)),
-                      format);
+  riff::WaveFormat format;
+  if (!riff::parseFormat(*file.format, format)) return false;
+  if (file.bigEndian) riff::setBigEndian(format);
+  riff::settleJustification(file.chunks.subspan(static_cast<std::size_t>(*file.dataOffset),
+                                                static_cast<std::size_t>(file.dataSize)),
+                            format);
   const FilePart data{
-      SourceFile::at(input.path()), input.size() - file.chunks.size() + *file.dataOffset, file.dataSize, {}};
+      SourceFile::of(input), input.size() - file.chunks.size() + *file.dataOffset, file.dataSize, {}};
   CompressedSamples samples{{0, format.rate, format.channels, 0}, nullptr};
   if (format.coded) {
-    if (!openCoded(*format.coded, data, samples.facts, samples)) return false;
+    if (!riff::openCoded(*format.coded, data, samples.facts, samples)) return false;
   } else {
-    samples.facts.frames = framesIn(format, data.size);
+    samples.facts.frames = riff::framesIn(format, data.size);
   }
   std::uint64_t frames = samples.facts.frames;
   if (!settleFrames(file, frames)) return false;
-  if (!samples.source) samples.source = makeSource(format, data.file, data.offset, data.size, frames);
+  if (!samples.source) samples.source = riff::makeSource(format, data.file, data.offset, data.size, frames);
 
   Waveform& waveform = createWaveform(collection, {});
   waveform.frames = static_cast<std::uint32_t>(frames);

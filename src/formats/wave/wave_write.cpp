@@ -7,8 +7,8 @@
 #include "formats/riff/description.h"
 #include "formats/riff/info.h"
 #include "formats/riff/riff.h"
+#include "formats/riff/wave_format.h"
 #include "formats/wave/wave.h"
-#include "formats/wave/wave_format.h"
 #include "io/sample_layout.h"
 
 namespace vemko::wave {
@@ -19,7 +19,7 @@ constexpr std::uint32_t kLargeSizesBytes = 28;
 
 // Sizes of all parts, known before the first byte is written.
 struct Plan {
-  FormatChunk format;
+  riff::FormatChunk format;
   std::uint64_t frames = 0;
   std::uint64_t dataBytes = 0;
   std::uint8_t padByte = 0;
@@ -83,8 +83,8 @@ ByteWriter buildHeader(const Plan& plan) {
 bool writeCoded(const Waveform& waveform, const io::SampleLayout& layout, const io::SaveOptions& save,
                 OutputFile& file) {
   Plan plan;
-  plan.format = buildCodedFormat(layout.encoding, layout.channels, waveform.rate, save.setting);
-  plan.frames = codedFrames(layout.encoding, waveform.frames);
+  plan.format = riff::buildCodedFormat(layout.encoding, layout.channels, waveform.rate, save.setting);
+  plan.frames = riff::codedFrames(layout.encoding, waveform.frames);
   if (save.variant != kBare) plan.trailer = buildTrailer(waveform, file.path());
 
   auto stream = withChannels(openSamples(waveform), waveform.channels, layout.channels);
@@ -92,7 +92,7 @@ bool writeCoded(const Waveform& waveform, const io::SampleLayout& layout, const 
   if (!stream || !sink.write(buildHeader(plan).bytes)) return false;
   const std::uint64_t start = sink.size();
   const EncoderInput input{*stream, waveform.frames, waveform.rate, layout.channels};
-  if (!encodeCoded(layout.encoding, input, save.setting, sink)) return false;
+  if (!riff::encodeCoded(layout.encoding, input, save.setting, sink)) return false;
   plan.dataBytes = sink.size() - start;
   if (plan.isLarge()) return fail(u"Wave too big - use 64-bit version!");
   constexpr std::byte kPad{0};
@@ -106,10 +106,11 @@ bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& save) {
   if (item.kind() != ItemKind::Waveform) return fail(u"The file format can not save this item");
   const Waveform& waveform = static_cast<const Waveform&>(item);
   const io::SampleLayout layout = io::chooseLayout(waveform, save, kCapabilities);
-  if (isCoded(layout.encoding)) return writeCoded(waveform, layout, save, file);
+  if (riff::isCoded(layout.encoding)) return writeCoded(waveform, layout, save, file);
   const PcmFormat pcm{layout.encoding};
   Plan plan;
-  plan.format = buildFormat(layout.encoding, layout.channels, waveform.rate, save.variant == kExtensible);
+  plan.format =
+      riff::buildFormat(layout.encoding, layout.channels, waveform.rate, save.variant == kExtensible);
   plan.frames = waveform.frames;
   plan.dataBytes = plan.frames * layout.channels * bytesPerSample(pcm);
   plan.padByte = layout.encoding == SampleEncoding::Pcm8 ? 0x80 : 0;

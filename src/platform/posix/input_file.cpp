@@ -44,8 +44,9 @@ InputFile::~InputFile() = default;
 bool InputFile::open(const Path& path) {
   system_.reset();
   path_ = path;
-  size_ = position_ = 0;
-  auto system = std::make_unique<System>();
+  size_ = position_ = partOffset_ = 0;
+  isPart_ = false;
+  auto system = std::make_shared<System>();
   auto refuse = [&path](int error) {
     if (error != ENOENT) posix::logSystemError(path, error);
     return fail(u"Could not open file");
@@ -61,7 +62,20 @@ bool InputFile::open(const Path& path) {
     system->fd.reset();
     size_ = system->held.size();
   }
+  system->wholeBytes = size_;
   system_ = std::move(system);
+  return true;
+}
+
+bool InputFile::openPart(const InputFile& whole, std::uint64_t offset, std::uint64_t size) {
+  if (!whole.system_ || offset > whole.size_ || size > whole.size_ - offset)
+    return fail(u"Reading from file failed");
+  system_ = whole.system_;
+  path_ = whole.path_;
+  size_ = size;
+  position_ = 0;
+  partOffset_ = whole.partOffset_ + offset;
+  isPart_ = true;
   return true;
 }
 
@@ -69,11 +83,11 @@ std::size_t InputFile::read(std::span<std::byte> out) {
   if (position_ >= size_) return 0;
   out = out.first(static_cast<std::size_t>(std::min<std::uint64_t>(out.size(), size_ - position_)));
   if (system_->fd) {
-    ssize_t count = posix::readFully(system_->fd.get(), out, static_cast<off_t>(position_));
+    ssize_t count = posix::readFully(system_->fd.get(), out, static_cast<off_t>(partOffset_ + position_));
     if (count < 0) posix::logSystemError(path_, errno);
     out = out.first(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
   } else {
-    std::copy_n(system_->held.data() + position_, out.size(), out.data());
+    std::copy_n(system_->held.data() + partOffset_ + position_, out.size(), out.data());
   }
   position_ += out.size();
   return out.size();
@@ -83,30 +97,34 @@ bool InputFile::readAt(std::uint64_t offset, std::span<std::byte> out) const {
   if (offset > size_ || out.size() > size_ - offset) return fail(u"Reading from file failed");
   if (out.empty()) return true;
   if (!system_->fd) {
-    std::copy_n(system_->held.data() + offset, out.size(), out.data());
+    std::copy_n(system_->held.data() + partOffset_ + offset, out.size(), out.data());
     return true;
   }
-  ssize_t count = posix::readFully(system_->fd.get(), out, static_cast<off_t>(offset));
+  ssize_t count = posix::readFully(system_->fd.get(), out, static_cast<off_t>(partOffset_ + offset));
   if (count < 0) posix::logSystemError(path_, errno);
   return count == static_cast<ssize_t>(out.size()) || fail(u"Reading from file failed");
 }
 
 Bytes InputFile::bytes() {
   if (size_ == 0) return {};
-  if (!system_->fd) return system_->held;
-  if (system_->mapping == nullptr) {
-    void* mapping = MAP_FAILED;
-    if (size_ <= std::numeric_limits<std::size_t>::max())
-      mapping =
-          ::mmap(nullptr, static_cast<std::size_t>(size_), PROT_READ, MAP_PRIVATE, system_->fd.get(), 0);
-    if (mapping == MAP_FAILED) {
+  const Bytes all = system_->fd ? system_->map() : system_->held;
+  if (all.empty()) return {};
+  return all.subspan(static_cast<std::size_t>(partOffset_), static_cast<std::size_t>(size_));
+}
+
+Bytes InputFile::System::map() {
+  if (mapping == nullptr) {
+    void* mapped = MAP_FAILED;
+    if (wholeBytes <= std::numeric_limits<std::size_t>::max())
+      mapped = ::mmap(nullptr, static_cast<std::size_t>(wholeBytes), PROT_READ, MAP_PRIVATE, fd.get(), 0);
+    if (mapped == MAP_FAILED) {
       fail(u"Reading from file failed");
       return {};
     }
-    system_->mapping = mapping;
-    system_->mappedBytes = static_cast<std::size_t>(size_);
+    mapping = mapped;
+    mappedBytes = static_cast<std::size_t>(wholeBytes);
   }
-  return {static_cast<const std::byte*>(system_->mapping), system_->mappedBytes};
+  return {static_cast<const std::byte*>(mapping), mappedBytes};
 }
 
 }  // namespace vemko

@@ -87,7 +87,7 @@ bool OutputFile::copyFrom(const InputFile& source, std::uint64_t offset, std::ui
   if (count == 0) return true;
   if (!system_) return failWriting(path_, EBADF);
   if (const auto& from = source.system_->fd) {
-    std::uint64_t copied = copyInKernel(from.get(), offset, system_->fd.get(), count);
+    std::uint64_t copied = copyInKernel(from.get(), source.partOffset_ + offset, system_->fd.get(), count);
     size_ += copied;
     offset += copied;
     count -= copied;

@@ -7,9 +7,9 @@
 #include "codecs/adpcm.h"
 #include "codecs/pcm.h"
 #include "core/sample_source.h"
-#include "formats/wave/wave_coded.h"
+#include "formats/riff/wave_coded.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 
 /// Integers that PcmFormat has no word for: 32 bits from `offset` on in every `stride` bytes, shifted left by
 /// `shift`.
@@ -58,4 +58,4 @@ std::shared_ptr<const SampleSource> makeSource(const WaveFormat& format, std::sh
 /// The body to be written for an encoding of the table; more than two channels are always `extensible`.
 FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uint32_t rate, bool extensible);
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

@@ -1,4 +1,4 @@
-#include "formats/wave/wave_coded.h"
+#include "formats/riff/wave_coded.h"
 
 #include <iterator>
 
@@ -8,7 +8,7 @@
 #include "codecs/mpeg.h"
 #include "formats/riff/format_body.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 namespace {
 
 constexpr std::uint16_t kGsmTag = 0x31, kMpegTag = 0x50, kLayer3Tag = 0x55;
@@ -90,7 +90,7 @@ bool isCoded(SampleEncoding encoding) {
 
 FormatChunk buildCodedFormat(SampleEncoding encoding, std::uint8_t channels, std::uint32_t rate,
                              std::uint32_t setting) {
-  riff::FormatFields fields;
+  FormatFields fields;
   fields.channels = channels;
   fields.rate = rate;
   fields.hasExtra = true;
@@ -115,7 +115,7 @@ FormatChunk buildCodedFormat(SampleEncoding encoding, std::uint8_t channels, std
     extra = mpegExtra(rate, bitRate);
   }
   fields.extra = extra.bytes;
-  return {riff::buildFormatBody(fields), true};
+  return {buildFormatBody(fields), true};
 }
 
 std::uint64_t codedFrames(SampleEncoding encoding, std::uint64_t frames) {
@@ -135,4 +135,4 @@ bool encodeCoded(SampleEncoding encoding, const EncoderInput& input, std::uint32
   return mpeg::encode(input, options, sink);
 }
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

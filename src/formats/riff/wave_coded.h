@@ -7,7 +7,7 @@
 #include "codecs/bridge.h"
 #include "core/sample_encoding.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 
 struct CodedFormat {
   enum class Codec : std::uint8_t { Gsm, G726, Mpeg };
@@ -39,4 +39,4 @@ std::uint64_t codedFrames(SampleEncoding encoding, std::uint64_t frames);
 /// Appends the sample data. Fails for a missing library, and where the codec does not have the sample rate.
 bool encodeCoded(SampleEncoding encoding, const EncoderInput& input, std::uint32_t setting, ByteSink& sink);
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff

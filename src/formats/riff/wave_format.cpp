@@ -1,4 +1,4 @@
-#include "formats/wave/wave_format.h"
+#include "formats/riff/wave_format.h"
 
 #include <algorithm>
 #include <cstring>
@@ -12,10 +12,9 @@
 #include "codecs/pcm_source.h"
 #include "formats/riff/format_body.h"
 
-namespace vemko::wave {
+namespace vemko::riff {
 namespace {
 
-using riff::kExtensibleTag, riff::kFloatTag, riff::kPcmTag;
 constexpr std::uint16_t kMicrosoftAdpcmTag = 2, kImaAdpcmTag = 0x11;
 
 struct TagRow {
@@ -108,8 +107,8 @@ bool resolveSubformat(Fields& fields) {
   reader.u16();  // valid bits: samples are left-justified, so that the container's width says enough
   reader.u32();  // speaker positions
   fields.tag = reader.u16();
-  Bytes family = reader.take(sizeof riff::kBaseGuid);
-  if (!reader.ok || std::memcmp(family.data(), riff::kBaseGuid, sizeof riff::kBaseGuid) != 0)
+  Bytes family = reader.take(sizeof kBaseGuid);
+  if (!reader.ok || std::memcmp(family.data(), kBaseGuid, sizeof kBaseGuid) != 0)
     return fail(u"Unsupported 'Extensible' subformat GUID");
   return true;
 }
@@ -287,7 +286,7 @@ FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uin
                                    [&](const TagRow& each) { return each.encoding == encoding; });
   FormatChunk chunk;
   if (row == std::end(kRows)) return chunk;
-  riff::FormatFields fields;
+  FormatFields fields;
   fields.tag = row->tag;
   fields.channels = channels;
   fields.rate = rate;
@@ -295,9 +294,9 @@ FormatChunk buildFormat(SampleEncoding encoding, std::uint8_t channels, std::uin
   fields.bits = fields.validBits = row->bits;
   fields.extensible = extensible || channels > 2;
   fields.hasExtra = row->hasExtraSize;
-  chunk.body = riff::buildFormatBody(fields);
+  chunk.body = buildFormatBody(fields);
   chunk.needsFact = fields.extensible || row->tag != kPcmTag;
   return chunk;
 }
 
-}  // namespace vemko::wave
+}  // namespace vemko::riff
