@@ -31,7 +31,19 @@ class MemoryFile {
   int descriptor_;
 };
 
-/// Reads the input, whatever its name, with the reader of the given row; loads and saves every waveform.
+/// Saves the collection and its songs with every row of that extension that can hold them.
+inline void saveWhole(Collection& collection, std::u16string_view extension, const Path& path) {
+  for (int row = io::nextWritingRow(0); row != io::kNoRow; row = io::nextWritingRow(row + 1)) {
+    if (io::extensionOf(row) != extension) continue;
+    const io::SaveOptions options = io::saveOptionsFor(row, io::kMidiEvents);
+    if (io::canHold(row, ItemKind::Collection)) io::saveItem(&collection, row, path, options);
+    for (Song* song : collection.all<Song>())
+      if (io::canHold(row, ItemKind::Song)) io::saveItem(song, row, path, options);
+  }
+}
+
+/// Reads the input, whatever its name, with the reader of the given row; loads and saves every waveform, and
+/// saves the whole in the file's own format.
 inline void readAndSave(Bytes input, std::u16string_view description) {
   const MemoryFile in(input), out({});
   InputFile file;
@@ -47,6 +59,7 @@ inline void readAndSave(Bytes input, std::u16string_view description) {
       io::saveItem(waveform, target, out.path(), {});
       io::loadSamples(*waveform, true);
     }
+    saveWhole(collection, row.extension, out.path());
     return;
   }
 }

@@ -1,5 +1,7 @@
 #include "formats/audio/audio.h"
 #include "formats/audio/raw.h"
+#include "formats/dls/dls.h"
+#include "formats/midi/midi.h"
 #include "formats/soundfont/soundfont.h"
 #include "formats/wave/wave.h"
 #include "io/registry.h"
@@ -8,6 +10,8 @@ namespace vemko::io {
 namespace {
 
 constexpr KindMask kWaveform = kindBit(ItemKind::Waveform);
+constexpr KindMask kSong = kindBit(ItemKind::Song) | kindBit(ItemKind::Track);
+constexpr KindMask kSongAndBank = kindBit(ItemKind::Song) | kindBit(ItemKind::Collection);
 constexpr KindMask kBank = kindBit(ItemKind::Instrument) | kindBit(ItemKind::Collection);
 
 // clang-format off
@@ -22,11 +26,19 @@ constexpr FormatEntry kRows[] = {
   {u"bwf",  wave::readWave,     nullptr,             wave::probeBroadcastWave, u"Broadcast wave",                       kWaveform, 0,                                             0,                   nullptr},
   {u"caf",  audio::readSndfile, audio::writeSndfile, audio::probeSndfile,      u"Apple CoreAudio",                      kWaveform, audio::sndfileCapabilities(audio::kCoreAudio), audio::kCoreAudio,   nullptr,                      audio::missingForSndfile},
   {u"caff", audio::readSndfile, audio::writeSndfile, audio::probeSndfile,      u"Apple CoreAudio (caff)",               kWaveform, audio::sndfileCapabilities(audio::kCoreAudio), audio::kCoreAudio,   nullptr,                      audio::missingForSndfile},
+  {u"dls",  dls::readCollection, nullptr,            dls::probeCollection,     u"DownLoadable Sounds",                  kBank,     0,                                             0,                   nullptr},
+  {u"dls",  nullptr,            dls::writeCollection, nullptr,                u"DownLoadable Sounds level 1",           kBank,     dls::kLevel1Capabilities,                       1,                   nullptr},
+  {u"dls",  nullptr,            dls::writeCollection, nullptr,                u"DownLoadable Sounds level 2",           kBank,     dls::kLevel2Capabilities,                       2,                   nullptr},
+  {u"dls",  nullptr,            dls::writeCollection, nullptr,                u"DownLoadable Sounds level 2+",          kBank,     dls::kLevel2PlusCapabilities,                   3,                   nullptr},
+  {u"dls",  nullptr,            dls::writeCollection, nullptr,                u"DownLoadable Sounds level 2++",         kBank,     dls::kLevel2PlusCapabilities,                   4,                   nullptr},
   {u"flac", audio::readFlac,    audio::writeFlac,    audio::probeFlac,         u"Free lossless audio codec (default)",  kWaveform, audio::kFlacCapabilities,                      0,                   nullptr,                      audio::missingForFlac},
   {u"flac", nullptr,            audio::writeFlac,    nullptr,                  u"Free lossless audio codec (max comp)", kWaveform, audio::kFlacCapabilities,                      1,                   nullptr,                      audio::missingForFlac},
   {u"gsm",  audio::readRawGsm,  audio::writeRawGsm,  audio::probeRawGsm,       u"Raw GSM 06.10",                        kWaveform, audio::kGsmCapabilities,                       0,                   nullptr,                      audio::missingForGsm},
   {u"gsm",  wave::readWave,     nullptr,             wave::probeUsrGsm,        u"USR GSM with header",                  kWaveform, 0,                                             0,                   nullptr,                      audio::missingForGsm},
   {u"iff",  audio::readIff,     audio::writeIff,     audio::probeIff,          u"Amiga IFF",                            kWaveform, audio::kIffCapabilities,                       0,                   nullptr},
+  {u"mid",  midi::readFile,     midi::writeFile,     midi::probeFile,          u"Standard MIDI file (SMF)",             kSong,     kMidiEvents,                               midi::kOwnFormat,    nullptr},
+  {u"mid",  nullptr,            midi::writeFile,     nullptr,                  u"Standard MIDI file (SMF) format 0",    kSong,     kMidiEvents,                               midi::kSingleTrack,  nullptr},
+  {u"mid",  nullptr,            midi::writeFile,     nullptr,                  u"Standard MIDI file (SMF) format 1",    kSong,     kMidiEvents,                               midi::kParallelTracks, nullptr},
   {u"mp1",  audio::readMpeg,    nullptr,             audio::probeMpeg,         u"MPEG layer I",                         kWaveform, 0,                                             1,                   nullptr,                      audio::missingForMpeg},
   {u"mp2",  audio::readMpeg,    nullptr,             audio::probeMpeg,         u"MPEG layer II",                        kWaveform, 0,                                             2,                   nullptr,                      audio::missingForMpeg},
   {u"mp3",  audio::readMpeg,    nullptr,             audio::probeMpeg,         u"MPEG layer III",                       kWaveform, 0,                                             3,                   nullptr,                      audio::missingForMpeg},
@@ -38,6 +50,9 @@ constexpr FormatEntry kRows[] = {
   {u"ogg",  audio::readVorbis,  audio::writeVorbis,  audio::probeVorbis,       u"Ogg Vorbis",                           kWaveform, audio::kCodecCapabilities,                     0,                   audio::describeVorbisSetting, audio::missingForVorbis},
   {u"opus", audio::readOpus,    audio::writeOpus,    audio::probeOpus,         u"Opus",                                 kWaveform, audio::kCodecCapabilities,                     0,                   audio::describeOpusSetting,   audio::missingForOpus},
   {u"paf",  audio::readSndfile, audio::writeSndfile, audio::probeSndfile,      u"Ensoniq PARIS",                        kWaveform, audio::sndfileCapabilities(audio::kParis),     audio::kParis,       nullptr,                      audio::missingForSndfile},
+  {u"rmi",  midi::readRiffMidi, midi::writeRiffMidi, midi::probeRiffMidi,      u"RIFF-MIDI",                            kSongAndBank, kMidiEvents,                            midi::kWithoutBank,  nullptr},
+  {u"rmi",  nullptr,            midi::writeRiffMidi, nullptr,                  u"RIFF-MIDI w DLS level 1 instruments",  kSongAndBank, kMidiEvents | dls::kLevel1Capabilities, midi::kWithLevel1,   nullptr},
+  {u"rmi",  nullptr,            midi::writeRiffMidi, nullptr,                  u"RIFF-MIDI w DLS level 2 instruments",  kSongAndBank, kMidiEvents | dls::kLevel1Capabilities, midi::kWithLevel2,   nullptr},
   {u"sds",  wave::readWave,     nullptr,             wave::probeSmartSound,    u"SmartSound SDS",                       kWaveform, 0,                                             0,                   nullptr},
   {u"sf",   audio::readSndfile, audio::writeSndfile, audio::probeSndfile,      u"IRCAM sound",                          kWaveform, audio::sndfileCapabilities(audio::kIrcam),     audio::kIrcam,       nullptr,                      audio::missingForSndfile},
   {u"sf2", soundfont::readBank, soundfont::writeBank, soundfont::probeBank, u"SoundFont v2 bank", kBank, soundfont::kCapabilities, 0, nullptr},

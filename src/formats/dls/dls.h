@@ -1,0 +1,25 @@
+#pragma once
+// DownLoadable Sounds collections, levels 1 and 2: a collection of items whose regions hang below their
+// instrument and play waves of a pool.
+#include "io/format_entry.h"
+
+namespace vemko::dls {
+
+int probeCollection(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+
+/// Reads the lists; samples stay in the file. Fails with "Not a RIFF DLS file".
+bool readCollection(Collection& collection, InputFile& file, std::uint32_t variant);
+
+/// Writes a collection or a single instrument; the variant is the level: 1, 2, 3 for 2+ and 4 for 2++. Fails
+/// with "The file format can not save this item".
+bool writeCollection(Item& item, OutputFile& file, const io::SaveOptions& options);
+
+// Level 1 has one voice a key and therefore mono waves only; level 2 keeps the sides of stereo waves apart.
+inline constexpr io::CapabilityMask kLevel1Capabilities =
+    io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono;
+inline constexpr io::CapabilityMask kLevel2Capabilities = kLevel1Capabilities | io::kLinkedStereo;
+inline constexpr io::CapabilityMask kLevel2PlusCapabilities =
+    kLevel1Capabilities | io::encodingBit(SampleEncoding::Pcm24) | io::encodingBit(SampleEncoding::MuLaw) |
+    io::encodingBit(SampleEncoding::ALaw) | io::kStereo;
+
+}  // namespace vemko::dls
