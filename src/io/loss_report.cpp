@@ -1,49 +1,27 @@
 #include "io/loss_report.h"
 
+#include <algorithm>
 #include <array>
+#include <optional>
 
 #include "base/text.h"
-#include "core/feature_matrix.h"
+#include "core/feature_use.h"
 #include "io/registry.h"
 #include "io/sample_layout.h"
 
 namespace vemko::io {
 namespace {
 
-using FeatureBits = std::uint32_t;
-enum Feature : FeatureBits {
-  kLoops = 1 << 0,
-  kMoreLoops = 1 << 1,
-  kFractions = 1 << 2,
-  kReverse = 1 << 3,
-  kUntilRelease = 1 << 4,
-  kLoopTune = 1 << 5,
-  kMarkers = 1 << 6,
-  kSectionEnds = 1 << 7,
-};
-constexpr FeatureBits kAllFeatures = (1 << 8) - 1;
-// What is no news to somebody who was told that no loop is kept.
-constexpr FeatureBits kPartsOfLoops = kMoreLoops | kFractions | kReverse | kUntilRelease | kLoopTune;
-
-struct FeatureRow {
-  FeatureBits bit;
-  int matrixFeature;  // -1: none of the matrix
-  std::u16string_view text;
-};
-constexpr FeatureRow kFeatureRows[] = {
-    {kLoops, -1, u"Waves: Loops"},
-    {kMoreLoops, -1, u"Waves: Loops besides the main loop"},
-    {kFractions, 7, {}},
-    {kReverse, 8, {}},
-    {kUntilRelease, 9, {}},
-    {kLoopTune, 11, {}},
-    {kMarkers, -1, u"Waves: Markers"},
-    {kSectionEnds, -1, u"Waves: Ends of sections"},
-};
+constexpr FeatureMask kLoops = featureBit(features::Loops), kMoreLoops = featureBit(features::MoreLoops),
+                      kMarkers = featureBit(features::Markers),
+                      kSectionEnds = featureBit(features::SectionEnds), kFractions = featureBit(7),
+                      kReverse = featureBit(8), kUntilRelease = featureBit(9), kLoopTune = featureBit(11);
+constexpr FeatureMask kAboutLoops =
+    kLoops | kMoreLoops | kFractions | kReverse | kUntilRelease | kLoopTune | kMarkers | kSectionEnds;
 
 struct Holding {
   std::u16string_view description;
-  FeatureBits features;
+  FeatureMask features;  // Of loops and markers; nobody asks a waveform's row for more.
 };
 // Every row that writes waveforms, by its description.
 constexpr Holding kHoldings[] = {
@@ -70,14 +48,41 @@ constexpr Holding kHoldings[] = {
     {u"Amiga 8SVX", kLoops},
     {u"Creative voice", 0},
     {u"Wave-64", 0},
-    {u"Microsoft wave", kAllFeatures},
+    {u"Microsoft wave", kAboutLoops},
     {u"WavPack", kAllFeatures},
 };
 
-const Holding* holdingOf(int row) {
-  for (const Holding& holding : kHoldings)
-    if (holding.description == descriptionOf(row)) return &holding;
-  return nullptr;
+struct BankHolding {
+  std::u16string_view description;
+  std::u16string_view profile;  // of the matrix
+  FeatureMask more;             // what the matrix does not speak of
+};
+constexpr FeatureMask kInBanks = kLoops | featureBit(features::KeyToDecay) |
+                                 featureBit(features::ExclusiveGroups) |
+                                 featureBit(features::VolumeAdjustment);
+// Every row that writes instruments.
+constexpr BankHolding kBankHoldings[] = {
+    {u"DownLoadable Sounds level 1", u"DLS level 1 melodic (.DLS)", kInBanks},
+    {u"DownLoadable Sounds level 2", u"DLS level 2 (.DLS)", kInBanks},
+    {u"DownLoadable Sounds level 2+", u"DLS level 2+ (.DLS)", kInBanks},
+    {u"DownLoadable Sounds level 2++", u"DLS level 2++ (.DLS)", kInBanks},
+    {u"RIFF-MIDI w DLS level 1 instruments", u"DLS level 1 melodic (.DLS)", kInBanks},
+    {u"RIFF-MIDI w DLS level 2 instruments", u"DLS level 2 (.DLS)", kInBanks},
+    {u"SoundFont v2 bank", u"SoundFont 2.01 (.SF2)", kInBanks | featureBit(features::FixedKey)},
+    {u"Compressed SoundFont", u"SoundFont 2.01 (.SF2)", kInBanks | featureBit(features::FixedKey)},
+};
+
+// Nothing where it is not recorded what the row holds.
+std::optional<FeatureMask> heldFeatures(int row) {
+  const std::u16string_view description = descriptionOf(row);
+  if (const auto* found = std::ranges::find(kHoldings, description, &Holding::description);
+      found != std::end(kHoldings))
+    return found->features | ~kAboutLoops;
+  const auto* bank = std::ranges::find(kBankHoldings, description, &BankHolding::description);
+  if (bank == std::end(kBankHoldings)) return std::nullopt;
+  for (const FeatureProfile& profile : featureProfiles())
+    if (profile.name == bank->profile) return profile.features | bank->more;
+  return std::nullopt;
 }
 
 // Encodings whose samples another encoding holds exactly. The companded ones decode to 14 and 13 bits, the
@@ -130,27 +135,6 @@ SampleEncoding precisionOf(const Waveform& waveform) {
   return waveform.sourceFormat <= kWidest ? static_cast<SampleEncoding>(waveform.sourceFormat) : Float32;
 }
 
-FeatureBits featuresOf(const Waveform& waveform) {
-  FeatureBits used = 0;
-  std::size_t loops = 0;
-  for (const LoopRecord& record : waveform.records) {
-    if (record.startHundredths != 0 || record.endHundredths != 0) used |= kFractions;
-    if (record.type != RecordType::Loop) used |= kMarkers;
-    if (record.type == RecordType::SectionMarker) used |= kSectionEnds;
-    if (record.type != RecordType::Loop || record.play == LoopPlay::Off) continue;
-    used |= ++loops > 1 ? kLoops | kMoreLoops : kLoops;
-    if (record.play != LoopPlay::Forward) used |= kReverse;
-    if (record.count == LoopCount::UntilRelease) used |= kUntilRelease;
-    if (record.tuneCents != 0) used |= kLoopTune;
-  }
-  return used;
-}
-
-FeatureBits lostFeatures(const Waveform& waveform, FeatureBits held) {
-  const FeatureBits lost = featuresOf(waveform) & ~held;
-  return lost & kLoops ? lost & ~kPartsOfLoops : lost;
-}
-
 struct Tally {
   std::size_t count = 0;
   const Waveform* example = nullptr;
@@ -163,17 +147,27 @@ struct Tally {
   }
 };
 
+void addFeatureLosses(const Item& item, FeatureMask held, std::vector<Loss>& losses) {
+  const std::vector<FeatureUse> uses = featuresUsed(item);
+  FeatureMask used = 0;
+  for (const FeatureUse& use : uses) used |= featureBit(use.feature);
+  const FeatureMask lost = lostFeatures(used, held);
+  for (const FeatureUse& use : uses) {
+    if (!(lost & featureBit(use.feature))) continue;
+    const Item* example = item.collection().find(use.places.front());
+    losses.push_back({std::u16string(featureText(use.feature)), use.places.size(),
+                      example ? example->displayName() : std::u16string()});
+  }
+}
+
 }  // namespace
 
-bool holdingsAreKnown(int row) { return holdingOf(row) != nullptr; }
+bool holdingsAreKnown(int row) { return heldFeatures(row).has_value(); }
 
 std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options) {
   const FormatEntry* entry = formatRow(row);
   if (!entry) return {};
-  const Holding* holding = holdingOf(row);
-  const FeatureBits held = holding ? holding->features : kAllFeatures;
   std::array<Tally, kPrecisions.size()> precisions;
-  std::array<Tally, std::size(kFeatureRows)> features;
   Tally channels;
   for (const Waveform* waveform : waveformsOf(item)) {
     const SampleLayout layout = chooseLayout(*waveform, options, entry->capabilities);
@@ -182,19 +176,13 @@ std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& o
       if (kPrecisions[i].encoding == source && !(kPrecisions[i].heldBy & encodingBit(layout.encoding)))
         precisions[i].add(*waveform);
     if (layout.channels < waveform->channels) channels.add(*waveform);
-    const FeatureBits lost = lostFeatures(*waveform, held);
-    for (std::size_t i = 0; i < features.size(); ++i)
-      if (lost & kFeatureRows[i].bit) features[i].add(*waveform);
   }
   std::vector<Loss> losses;
   for (std::size_t i = 0; i < kPrecisions.size(); ++i)
     precisions[i].appendTo(losses, u"Samples: " + std::u16string(kPrecisions[i].text));
   channels.appendTo(losses, u"Samples: Separate channels");
-  for (std::size_t i = 0; i < features.size(); ++i) {
-    const FeatureRow& row = kFeatureRows[i];
-    features[i].appendTo(losses,
-                         std::u16string(row.text.empty() ? featureName(row.matrixFeature) : row.text));
-  }
+  const auto held = heldFeatures(row);
+  if (held) addFeatureLosses(item, *held, losses);
   return losses;
 }
 

@@ -21,7 +21,7 @@ std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& o
 /// "Samples: 24-bit precision ("Kick" and 2 more)".
 std::u16string lossText(const Loss& loss);
 
-/// Whether it is recorded which loop features the row holds; losses of these are not told otherwise.
+/// Whether it is recorded which features the row holds; losses of these are not told otherwise.
 bool holdingsAreKnown(int row);
 
 }  // namespace vemko::io

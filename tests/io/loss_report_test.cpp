@@ -13,6 +13,38 @@ TEST(LossReport, EveryRowThatWritesWaveformsSaysWhatItHolds) {
     EXPECT_TRUE(holdingsAreKnown(row) || !canHold(row, ItemKind::Waveform)) << toUtf8(descriptionOf(row));
 }
 
+TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
+  Collection collection;
+  Waveform& wave = createWaveform(collection, u"wave");
+  defer(wave, std::vector<float>(100, 0.5f))->storedAs = SampleEncoding::Pcm16;
+  Instrument& instrument = createInstrument(collection, u"lead");
+  RegionRequest request;
+  request.waveform = serialOf(wave.id());
+  Region& region = createRegion(createLayer(instrument, u""), u"region", request);
+  region.articulation.set(24, 2.0f);   // a low-pass filter
+  region.articulation.set(28, 12.0f);  // that the mod wheel opens
+  region.articulation.set(60, 0.5f);   // reverb
+  region.articulation.set(3, 12.0f);   // an octave of pitch bend
+  const struct {
+    const char16_t* row;
+    std::vector<std::u16string> features;
+  } cases[] = {
+      {u"DownLoadable Sounds level 1",
+       {u"Filter: Low Pass Filter", u"Filter: Mod wheel/Aftertouch to Cutoff", u"Effects: Effect send levels",
+        u"Pitch: Pitch bend to Pitch"}},
+      {u"DownLoadable Sounds level 2",
+       {u"Filter: Mod wheel/Aftertouch to Cutoff", u"Pitch: Pitch bend to Pitch"}},
+      {u"DownLoadable Sounds level 2++", {u"Pitch: Pitch bend to Pitch"}},
+      {u"SoundFont v2 bank", {}},
+  };
+  for (const auto& each : cases) {
+    std::vector<std::u16string> features;
+    for (const Loss& loss : lossesOfSaving(collection, findWritingRowByDescription(each.row), {}))
+      features.push_back(loss.feature);
+    EXPECT_EQ(features, each.features) << toUtf8(each.row);
+  }
+}
+
 TEST(LossReport, TellsWhatTheEncodingAndTheChannelsDrop) {
   using enum SampleEncoding;
   struct Case {
