@@ -5,6 +5,7 @@
 #include <wx/dcbuffer.h>
 #include <wx/dcmemory.h>
 
+#include "app/gui/accessible.h"
 #include "app/gui/labels.h"
 #include "app/gui/text.h"
 #include "app/view/wave_flags.h"
@@ -38,6 +39,7 @@ KeyMapView::KeyMapView(wxWindow* parent) {
   };
   Bind(wxEVT_SET_FOCUS, repaint);
   Bind(wxEVT_KILL_FOCUS, repaint);
+  tellSelection();
   Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
     picture_ = wxBitmap();
     Refresh(false);
@@ -58,7 +60,13 @@ void KeyMapView::show(Collection* collection, ItemId instrument) {
 
 void KeyMapView::select(ItemId region) {
   selected_ = regionOf(region) ? region : kNoItem;
+  tellSelection();
   Refresh(false);
+}
+
+void KeyMapView::tellSelection() {
+  const view::MapRegion* region = regionOf(selected_);
+  setAccessibleText(*this, "Key map", region ? describe(*region, ", ") : wxString());
 }
 
 const view::MapRegion* KeyMapView::regionOf(ItemId id) const {
@@ -70,6 +78,7 @@ void KeyMapView::selectByUser(std::optional<std::size_t> index) {
   const ItemId id = index ? layout_.regions()[*index].id : kNoItem;
   if (id == selected_) return;
   selected_ = id;
+  tellSelection();
   Refresh(false);
   if (onRegionSelected && id != kNoItem) onRegionSelected(id);
 }

@@ -33,6 +33,7 @@ class KeyMapView : public wxWindow {
   void onLeftDown(wxMouseEvent& event);
   void onKeyDown(wxKeyEvent& event);
   void selectByUser(std::optional<std::size_t> index);
+  void tellSelection();
   void setHot(std::optional<std::size_t> index, std::size_t regionsThere);
 
   const view::MapRegion* regionOf(ItemId id) const;

@@ -7,6 +7,7 @@
 #include <wx/settings.h>
 
 #include "app/app_settings.h"
+#include "app/gui/accessible.h"
 #include "app/gui/text.h"
 #include "app/view/ruler.h"
 #include "base/last_error.h"
@@ -15,6 +16,7 @@ namespace vemko::gui {
 namespace {
 
 constexpr int kTimeRuler = 20, kFrameRuler = 18, kLane = 17, kHandle = 9, kReach = 4;
+constexpr int kPixelsOfFlag = 6;  // where there are more flags, their lines would hide the waves
 constexpr double kSnapPixels = 12;
 constexpr double kLeastSnap = 64, kMostSnap = 8192;  // frames
 
@@ -40,6 +42,7 @@ WaveCanvas::WaveCanvas(wxWindow* parent) : peaks_([this] { CallAfter([this] { Re
   });
   bindMouse();
   bindKeys();
+  setAccessibleText(*this, "Waveform");
 }
 
 WaveCanvas::~WaveCanvas() { peaks_.clear(); }
@@ -63,13 +66,17 @@ void WaveCanvas::show(Collection* collection, ItemId waveformId) {
   scale_.setFrames(wave ? wave->frames : 0);
   flags_ = wave ? view::WaveFlags(*wave) : view::WaveFlags();
   setSelection(std::nullopt);
+  tellHandle();
   viewChanged();
 }
 
 void WaveCanvas::refreshItem() {
   const Waveform* wave = waveform();
   if (!wave) return show(nullptr, kNoItem);
-  if (!isOwnEdit_) endDrag(false);
+  if (!isOwnEdit_) {
+    endDrag(false);
+    keysOriginal_ = keysMoved_ = std::nullopt;
+  }
   // Samples of a file stay what they are, whether loaded or not; all others may have changed.
   const bool isSame = wave->frames == scale_.frames() &&
                       (isOwnEdit_ || (wave->sourceIsIntact() && wave->source == drawnSource_.lock()));
@@ -110,6 +117,12 @@ WaveAreas WaveCanvas::areas() const {
   return areas;
 }
 
+wxString WaveCanvas::messageFor(const Waveform* wave) const {
+  if (!wave) return "No waveform is selected";
+  if (wave->frames == 0 || wave->channels == 0) return "The waveform is empty";
+  return shown(peaks_.error());
+}
+
 WaveScene WaveCanvas::makeScene() {
   WaveScene scene;
   scene.areas = areas();
@@ -119,6 +132,10 @@ WaveScene WaveCanvas::makeScene() {
   scene.isSplit = app::appSettings().display.splitChannels;
   scene.pyramid = peaks_.pyramid();
   scene.flags = &flags_;
+  const auto isVisible = [&](const view::Flag& flag) {
+    return flag.end >= scale_.firstFrame() && flag.first <= scale_.endFrame();
+  };
+  scene.hidesLines = std::ranges::count_if(flags_.flags(), isVisible) > scale_.width() / kPixelsOfFlag;
   scene.activeHandle = active_;
   scene.hotHandle = hot_;
   scene.selection = selection_;
@@ -126,9 +143,11 @@ WaveScene WaveCanvas::makeScene() {
   scene.hasFocus = HasFocus();
   scene.pixelScale = GetContentScaleFactor();
   scene.font = GetFont().Scaled(0.85f);
+  scene.textFont = GetFont();
   scene.palette = currentPalette();
   const Waveform* wave = waveform();
-  if (!wave) return scene;
+  scene.message = messageFor(wave);
+  if (!scene.message.empty()) return scene;
   scene.rate = wave->rate;
   scene.channels = wave->channels;
   if (scale_.framesPerPixel() / scene.pixelScale < kPyramidFrames) {
@@ -234,6 +253,14 @@ wxString WaveCanvas::statusText() const {
 
 void WaveCanvas::tellStatus() {
   if (onStatus) onStatus(statusText());
+}
+
+// For those who cannot see which handle the keys move.
+void WaveCanvas::tellHandle() {
+  const Waveform* wave = waveform();
+  setAccessibleText(*this,
+                    wave ? "Waveform " + shown(view::shortName(wave->displayName())) : wxString("Waveform"),
+                    active_ ? statusText() : wxString());
 }
 
 void WaveCanvas::zoom(double factor) {

@@ -31,6 +31,7 @@ class WaveCanvas : public wxWindow {
 
   const view::WaveScale& scale() const { return scale_; }
   std::optional<tools::FrameRange> selection() const { return selection_; }
+  void commitKeys();  ///< What arrow keys have moved so far becomes one step.
 
   void zoom(double factor);  ///< At the active handle, the caret, or in the middle.
   void showAll();
@@ -51,6 +52,7 @@ class WaveCanvas : public wxWindow {
 
   // wave_canvas.cpp
   const Waveform* waveform() const;
+  wxString messageFor(const Waveform* wave) const;
   WaveScene makeScene();
   WaveAreas areas() const;
   view::FlagMetrics flagMetrics() const;
@@ -62,6 +64,7 @@ class WaveCanvas : public wxWindow {
   void commit(const LoopRecord& original, const LoopRecord& moved);
   std::uint32_t snapped(std::uint32_t frame) const;
   void tellStatus();
+  void tellHandle();
   wxString statusText() const;
   wxString positionText(double frame) const;
 
@@ -85,7 +88,6 @@ class WaveCanvas : public wxWindow {
   void moveCaret(int direction, const wxKeyEvent& event);
   void cycleHandles(bool forward);
   void escape();
-  void commitKeys();  ///< What arrow keys have moved so far becomes one step.
 
   Collection* collection_ = nullptr;
   ItemId id_ = kNoItem;

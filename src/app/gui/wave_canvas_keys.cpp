@@ -99,6 +99,7 @@ bool WaveCanvas::moveHandle(int direction, const wxKeyEvent& event) {
   flags_.replace(*keysMoved_);
   if (const auto at = flags_.frameOf(*active_)) scale_.reveal(*at);
   keysTimer_.StartOnce(kKeysPauseMs);
+  tellHandle();
   viewChanged();
   return true;
 }
@@ -130,6 +131,7 @@ void WaveCanvas::cycleHandles(bool forward) {
     return;
   }
   if (const auto frame = flags_.frameOf(*active_)) scale_.reveal(*frame);
+  tellHandle();
   viewChanged();
 }
 

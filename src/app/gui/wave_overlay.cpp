@@ -80,8 +80,8 @@ void drawEnd(wxGraphicsContext& gc, const WaveScene& scene, const view::Flag& fl
   const wxColour colour = colourOf(scene, flag);
   const double top = scene.flagMetrics.top + flag.lane * scene.flagMetrics.laneHeight + 1;
   const double bottom = top + scene.flagMetrics.laneHeight - 2;
-  fillBox(gc, translucent(colour, isActive || isHot ? 1 : 0.75), x, top, isActive ? 2 : 1,
-          scene.areas.waves - top);
+  const double lineEnd = scene.hidesLines && !isActive && !isHot ? bottom : scene.areas.waves;
+  fillBox(gc, translucent(colour, isActive || isHot ? 1 : 0.75), x, top, isActive ? 2 : 1, lineEnd - top);
   wxGraphicsPath path = gc.CreatePath();
   path.MoveToPoint(x, top);
   path.AddLineToPoint(x + side * tab, top);

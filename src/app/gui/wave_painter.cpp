@@ -173,6 +173,14 @@ void drawEnd(wxGraphicsContext& gc, const WaveScene& scene) {
           scene.areas.waves - scene.areas.flags);
 }
 
+void drawMessage(wxGraphicsContext& gc, const WaveScene& scene) {
+  double width = 0, height = 0;
+  gc.SetFont(scene.textFont, scene.palette.quietText);
+  gc.GetTextExtent(scene.message, &width, &height);
+  gc.DrawText(scene.message, std::floor((scene.areas.width - width) / 2),
+              std::floor((scene.areas.flags + scene.areas.waves - height) / 2));
+}
+
 }  // namespace
 
 void fillBox(wxGraphicsContext& gc, const wxColour& colour, double x, double y, double width, double height) {
@@ -201,10 +209,14 @@ void drawScene(wxGraphicsContext& gc, const WaveScene& scene) {
   const WaveAreas& areas = scene.areas;
   fillBox(gc, scene.palette.background, 0, 0, areas.width, areas.bottom);
   gc.Clip(0, areas.flags, areas.width, std::max(0.0, areas.waves - areas.flags));
-  drawEnd(gc, scene);
-  drawWaves(gc, scene);
-  drawSelection(gc, scene);
-  drawCaret(gc, scene);
+  if (scene.message.empty()) {
+    drawEnd(gc, scene);
+    drawWaves(gc, scene);
+    drawSelection(gc, scene);
+    drawCaret(gc, scene);
+  } else {
+    drawMessage(gc, scene);
+  }
   gc.ResetClip();
   drawFlags(gc, scene);
   drawRulers(gc, scene);

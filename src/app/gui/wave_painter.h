@@ -39,8 +39,11 @@ struct WaveScene {
   std::optional<tools::FrameRange> selection;
   std::optional<double> caret;  ///< Frame.
   bool hasFocus = false;
-  double pixelScale = 1;  ///< Device pixels in a unit of the window's coordinates.
-  wxFont font;            ///< Of rulers and labels.
+  double pixelScale = 1;    ///< Device pixels in a unit of the window's coordinates.
+  bool hidesLines = false;  ///< Flags are too many for their lines to be drawn through the waves.
+  wxFont font;              ///< Of rulers and labels.
+  wxFont textFont;
+  wxString message;  ///< In place of the waves.
   Palette palette;
 };
 

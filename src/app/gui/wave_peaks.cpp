@@ -67,6 +67,7 @@ void WavePeaks::start(const Waveform& waveform, bool keepPicture) {
   retire(building_);
   retire(fetching_);
   window_ = nullptr;
+  error_.clear();
   auto job = std::make_shared<Job>();
   job->access = accessTo(waveform);
   coming_ = job->pyramid = std::make_shared<PeakPyramid>(job->access.frames, job->access.channels);
@@ -86,7 +87,10 @@ void WavePeaks::start(const Waveform& waveform, bool keepPicture) {
 
 const PeakPyramid* WavePeaks::pyramid() {
   const bool isOver = building_ && building_->isDone;
-  if (isOver && !building_->error.empty()) logWarning(std::exchange(building_->error, {}));
+  if (isOver && !building_->error.empty()) {
+    error_ = std::exchange(building_->error, {});
+    logWarning(error_);
+  }
   if (coming_ && (isOver || coming_->isComplete())) shown_ = coming_;
   return shown_.get();
 }

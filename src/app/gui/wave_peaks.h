@@ -34,6 +34,8 @@ class WavePeaks {
 
   /// Null without a waveform.
   const PeakPyramid* pyramid();
+  /// Why the samples could not be read; empty otherwise.
+  const std::u16string& error() const { return error_; }
   /// The samples of [first, end), when they are in memory. Otherwise empty, and they are fetched.
   FrameSpan samples(const Waveform& waveform, std::uint64_t first, std::uint64_t end);
 
@@ -45,6 +47,7 @@ class WavePeaks {
   void fetch(const Waveform& waveform, std::uint64_t first, std::uint64_t end);
 
   std::function<void()> onMore_;
+  std::u16string error_;
   std::shared_ptr<PeakPyramid> shown_;
   std::shared_ptr<PeakPyramid> coming_;
   std::shared_ptr<Job> building_;

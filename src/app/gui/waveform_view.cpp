@@ -107,6 +107,8 @@ void WaveformView::refreshItem() {
   showState();
 }
 
+void WaveformView::finishEdit() { canvas_->commitKeys(); }
+
 std::optional<tools::FrameRange> WaveformView::selection() const { return canvas_->selection(); }
 
 wxWindow* WaveformView::canvas() const { return canvas_; }

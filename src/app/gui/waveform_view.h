@@ -27,6 +27,9 @@ class WaveformView : public wxWindow {
   /// After any change of the waveform or of how waveforms are displayed; also when it was removed.
   void refreshItem();
 
+  /// Makes what arrow keys have just moved a step now and not after a pause; before undo, redo and saving.
+  void finishEdit();
+
   /// Called once for each finished change; whoever is called applies it to the waveform, as an undo step of
   /// that name, or leaves things as they are.
   std::function<void(std::u16string stepName, std::function<void(Waveform&)> change)> onEdit;
