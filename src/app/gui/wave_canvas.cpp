@@ -52,7 +52,7 @@ const Waveform* WaveCanvas::waveform() const {
 }
 
 void WaveCanvas::show(Collection* collection, ItemId waveformId) {
-  if (collection == collection_ && waveformId == id_) return refreshItem();
+  if (collection == collection_ && waveformId == id_ && waveform()) return refreshItem();
   endDrag(false);
   commitKeys();
   collection_ = collection;

@@ -120,9 +120,6 @@ void drawSpan(wxGraphicsContext& gc, const WaveScene& scene, const view::Flag& f
   const wxColour colour = colourOf(scene, flag);
   const bool isHot = isHandle(scene.hotHandle, flag, view::HandlePart::Whole);
   fillBox(gc, translucent(colour, isHot ? 0.4 : 0.24), left, top, std::max(1.0, right - left), height);
-  if (flag.isMainLoop)
-    fillBox(gc, translucent(colour, 0.08), left, scene.areas.flags, std::max(1.0, right - left),
-            scene.areas.waves - scene.areas.flags);
   const bool isSwapped = flag.record.startFrames() > flag.record.endFrames();
   using enum view::HandlePart;
   drawEnd(gc, scene, flag, isSwapped ? End : Start, flag.first, 1);
@@ -153,6 +150,17 @@ void drawTicks(wxGraphicsContext& gc, const WaveScene& scene, const std::vector<
 }
 
 }  // namespace
+
+void drawLoopGround(wxGraphicsContext& gc, const WaveScene& scene) {
+  if (!scene.flags) return;
+  const auto flags = scene.flags->flags();
+  const auto flag = std::ranges::find_if(flags, &view::Flag::isMainLoop);
+  if (flag == flags.end() || !flag->isSpan()) return;
+  const double left = std::max(-1.0, scene.scale.xOf(flag->first));
+  const double right = std::min(scene.areas.width + 1, scene.scale.xOf(flag->end));
+  fillBox(gc, translucent(colourOf(scene, *flag), 0.09), left, scene.areas.flags, std::max(0.0, right - left),
+          scene.areas.waves - scene.areas.flags);
+}
 
 void drawFlags(wxGraphicsContext& gc, const WaveScene& scene) {
   if (!scene.flags || scene.flags->isEmpty()) return;

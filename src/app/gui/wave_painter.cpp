@@ -211,6 +211,7 @@ void drawScene(wxGraphicsContext& gc, const WaveScene& scene) {
   gc.Clip(0, areas.flags, areas.width, std::max(0.0, areas.waves - areas.flags));
   if (scene.message.empty()) {
     drawEnd(gc, scene);
+    drawLoopGround(gc, scene);
     drawWaves(gc, scene);
     drawSelection(gc, scene);
     drawCaret(gc, scene);

@@ -48,6 +48,8 @@ struct WaveScene {
 };
 
 void fillBox(wxGraphicsContext& gc, const wxColour& colour, double x, double y, double width, double height);
+/// The main loop's tint, behind the waves.
+void drawLoopGround(wxGraphicsContext& gc, const WaveScene& scene);
 void drawWaves(wxGraphicsContext& gc, const WaveScene& scene);
 void drawRulers(wxGraphicsContext& gc, const WaveScene& scene);
 void drawFlags(wxGraphicsContext& gc, const WaveScene& scene);
