@@ -7,6 +7,7 @@
 #include "core/midi_events.h"
 #include "formats/dls_support.h"
 #include "formats/midi/midi_file.h"
+#include "formats/soundfont_support.h"
 #include "io/open.h"
 #include "io/samples.h"
 
@@ -228,6 +229,7 @@ TEST(RiffMidi, OpensSongsWithTheirInstruments) {
       {"song alone", riffMidi(song), 1, 0},
       {"song and instruments", riffMidi(song + name + bank), 1, 1},
       {"instruments first", riffMidi(bank + song), 1, 1},
+      {"song and SoundFont", riffMidi(song + textOfBytes(bytesOf(simpleBank()))), 1, 1},
       {"bank of no known kind", riffMidi(song + riffChunk("RIFF", "ABCDefgh")), 1, 0},
       {"bank that is a file like this", riffMidi(song + riffMidi(song + bank)), 1, 0},
       {"no song", riffMidi(bank), 0, 1, "Not a Standard MIDI file"},

@@ -11,15 +11,20 @@ int probeCollection(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readCollection(Collection& collection, InputFile& file, std::uint32_t variant);
 
 /// Writes a collection or a single instrument; the variant is the level: 1, 2, 3 for 2+ and 4 for 2++. Fails
-/// with "The file format can not save this item".
+/// with "The file format can not save this item", and with "Empty item - nothing to save" for a collection of
+/// songs alone.
 bool writeCollection(Item& item, OutputFile& file, const io::SaveOptions& options);
 
-// Level 1 has one voice a key and therefore mono waves only; level 2 keeps the sides of stereo waves apart.
+// Level 2 keeps the sides of stereo waves apart, as players expect that join the regions of a phase group.
+// Level 1 cannot play two regions at once: stereo waves stay whole there, for players that have more than the
+// level asks for.
+inline constexpr io::CapabilityMask kLevel2Capabilities = io::encodingBit(SampleEncoding::Pcm8) |
+                                                          io::encodingBit(SampleEncoding::Pcm16) | io::kMono |
+                                                          io::kLinkedStereo;
 inline constexpr io::CapabilityMask kLevel1Capabilities =
-    io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono;
-inline constexpr io::CapabilityMask kLevel2Capabilities = kLevel1Capabilities | io::kLinkedStereo;
+    io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono | io::kStereo;
 inline constexpr io::CapabilityMask kLevel2PlusCapabilities =
     kLevel1Capabilities | io::encodingBit(SampleEncoding::Pcm24) | io::encodingBit(SampleEncoding::MuLaw) |
-    io::encodingBit(SampleEncoding::ALaw) | io::kStereo;
+    io::encodingBit(SampleEncoding::ALaw);
 
 }  // namespace vemko::dls

@@ -190,6 +190,7 @@ std::int32_t scaleOfHertz(double hertz) {
   return hertz > 0 ? rounded(kScalePerOctave * (std::log2(hertz / 440) + 5.75)) : kNoTime;
 }
 
+// For what must not leave the parameter's bounds; depths may, as in other formats.
 float bounded(Slot slot, double value) { return boundedValue(slot, static_cast<float>(value)); }
 
 // The value that the published default stands for; an open filter has none.
@@ -202,12 +203,13 @@ float valueOf(const ConnectionRow& row, std::int32_t scale) {
   if (scale == row.initial && initialValue(row)) return *initialValue(row);
   switch (row.scale) {
     case Scale::Linear:
+      return static_cast<float>(row.factor * (scale / kUnit));
     case Scale::Sustain:
       return bounded(row.slot, row.factor * (scale / kUnit));
     case Scale::Hertz:
-      return bounded(row.slot, hertzOf(scale));
+      return static_cast<float>(hertzOf(scale));
     case Scale::Seconds:
-      return bounded(row.slot, secondsOf(scale));
+      return static_cast<float>(secondsOf(scale));
     case Scale::KeyToTime:
       return static_cast<float>(std::exp2(scale / kUnit / 12800));
   }
@@ -264,8 +266,7 @@ static_assert(static_cast<int>(Stage::KeyToAttack1) - static_cast<int>(Stage::At
 void moveTimesToMiddleC(SlotValues& values) {
   for (const ConnectionRow& row : kRows)
     if (row.scale == Scale::KeyToTime)
-      values[timeOf(row.slot)] = bounded(
-          timeOf(row.slot), values[timeOf(row.slot)] * std::pow(static_cast<double>(values[row.slot]), 5));
+      values[timeOf(row.slot)] *= static_cast<float>(std::pow(static_cast<double>(values[row.slot]), 5));
 }
 void moveTimesToKeyZero(SlotValues& values) {
   for (const ConnectionRow& row : kRows)
@@ -279,10 +280,10 @@ constexpr double kBipolarKeyToGain = 0.01875, kUnipolarKeyToGain = 0.009375;  //
 void applyKeyToGain(const Routes& routes, SlotValues& values) {
   float& slot = values[slots::KeyToVolume];
   if (const auto bipolar = routes.amount(kKeyToGain)) {
-    slot = bounded(slots::KeyToVolume, *bipolar * kBipolarKeyToGain);
+    slot = static_cast<float>(*bipolar * kBipolarKeyToGain);
     values[slots::MasterVolume] -= slot / 3;
   } else if (const auto unipolar = routes.amount(kKeyToGainUnipolar)) {
-    slot = bounded(slots::KeyToVolume, *unipolar * kUnipolarKeyToGain);
+    slot = static_cast<float>(*unipolar * kUnipolarKeyToGain);
     values[slots::MasterVolume] += 5 * slot;
   }
 }
@@ -296,24 +297,23 @@ double undoKeyToGain(SlotValues& values) {
 void applyVelocityRoute(const Routes& routes, SlotValues& values) {
   double cents = routes.amount(kVelocityToCutoff).value_or(0);
   if (cents == 0) cents = -routes.amount(kVelocityToCutoffInverted).value_or(0);
-  applyVelocityToCutoff(bounded(slots::VelocityToCutoff, cents * 0.005) * 2, values);
+  applyVelocityToCutoff(static_cast<float>(cents * 0.01), values);
 }
 
 constexpr double kBipolarKeyToCutoff = 0.001875, kUnipolarKeyToCutoff = 0.0009375;
 
 void applyKeyRoute(const Routes& routes, SlotValues& values) {
   if (const auto bipolar = routes.amount(kKeyToCutoff))
-    applyKeyToCutoff(bounded(slots::KeyToCutoff, *bipolar * kBipolarKeyToCutoff), KeySource::Bipolar, values);
+    applyKeyToCutoff(static_cast<float>(*bipolar * kBipolarKeyToCutoff), KeySource::Bipolar, values);
   else if (const auto unipolar = routes.amount(kKeyToCutoffUnipolar))
-    applyKeyToCutoff(bounded(slots::KeyToCutoff, *unipolar * kUnipolarKeyToCutoff), KeySource::Unipolar,
-                     values);
+    applyKeyToCutoff(static_cast<float>(*unipolar * kUnipolarKeyToCutoff), KeySource::Unipolar, values);
 }
 
 // The default range of the controller is two semitones.
 void applyBend(const Routes& routes, SlotValues& values) {
   const double range = routes.amount(kBendRange).value_or(12800);
   const double cents = routes.amount(kBend).value_or(0);
-  values[slots::BendToPitch] = bounded(slots::BendToPitch, range / 6400 + cents * 0.01);
+  values[slots::BendToPitch] = static_cast<float>(range / 6400 + cents * 0.01);
 }
 
 struct SendRoutes {
@@ -329,7 +329,7 @@ void applySends(const Routes& routes, const SendChannels& sends, SlotValues& val
     const Slot level = sendLevelSlot(each.channel), controller = sendControllerSlot(each.channel);
     if (const auto amount = routes.amount(each.level)) values[level] = bounded(level, *amount * 0.001);
     if (const auto amount = routes.amount(each.controller))
-      values[controller] = bounded(controller, *amount * 0.001);
+      values[controller] = static_cast<float>(*amount * 0.001);
   }
 }
 
@@ -401,10 +401,8 @@ SlotValues valuesOf(const Articulation& articulation, const WaveTotals& totals, 
   const Routes routes(articulation.connections);
   SlotValues values = initialValues();
   applyRows(routes, articulation.list, false, values);
-  values[slots::MasterTuning] =
-      bounded(slots::MasterTuning, values[slots::MasterTuning] + totals.cents * 0.01);
-  values[slots::MasterVolume] =
-      bounded(slots::MasterVolume, totals.gainDb + routes.amount(kGain).value_or(0) * 0.1);
+  values[slots::MasterTuning] = static_cast<float>(values[slots::MasterTuning] + totals.cents * 0.01);
+  values[slots::MasterVolume] = static_cast<float>(totals.gainDb + routes.amount(kGain).value_or(0) * 0.1);
   applyBend(routes, values);
   applyKeyToGain(routes, values);
   if (!routes.scale({None, None, to::Cutoff, 0, 0})) values[slots::FilterCutoff] = 24000;

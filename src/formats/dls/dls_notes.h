@@ -18,6 +18,7 @@ struct InstrumentNotes final : ReaderNotes {
 };
 
 struct RegionNotes final : ReaderNotes {
+  const InstrumentNotes* instrument = nullptr;  ///< Of the instrument that the region was read for.
   bool hasOwnList = false;
   Articulation own;     ///< The region's own list.
   Articulation merged;  ///< With the instrument's below it.

@@ -105,6 +105,10 @@ WavePool::Wave WavePool::makeWave(const Waveform& waveform, const io::SampleLayo
   return wave;
 }
 
+bool WavePool::hasStereo() const {
+  return std::ranges::any_of(waves_, [](const Wave& wave) { return wave.layout.channels > 1; });
+}
+
 std::vector<std::byte> WavePool::buildTable() const {
   ByteWriter out;
   appendHeader(fourCc("ptbl"), 8 + 4 * waves_.size(), out);

@@ -36,6 +36,8 @@ class WavePool {
     return waves_[indexOf(waveform)].layout.channels;
   }
 
+  bool hasStereo() const;
+
   /// The chunk of the pool table, and the size of the pool's list.
   std::vector<std::byte> buildTable() const;
   std::uint64_t listBytes() const;

@@ -90,12 +90,12 @@ class CollectionReader {
       Layer*& layer = layers[region.layer];
       if (!layer) layer = &createLayer(instrument, instrument.name());
       Waveform* waveform = waveforms.find(collection_, waveOf(region), ownSample(region));
-      regions.push_back({&region, &createRegionOf(region, notes.articulation, *layer, waveform)});
+      regions.push_back({&region, &createRegionOf(region, notes, *layer, waveform)});
     }
     linkSides(regions);
   }
 
-  Region& createRegionOf(const RegionRecord& record, const Articulation& outer, Layer& layer,
+  Region& createRegionOf(const RegionRecord& record, const InstrumentNotes& outer, Layer& layer,
                          const Waveform* waveform) {
     RegionRequest request;
     request.keys = record.keys;
@@ -113,9 +113,11 @@ class CollectionReader {
   }
 
   // The region's slots: where they differ from the instrument's.
-  void noteOrigin(const RegionRecord& record, const Articulation& outer, const Waveform* waveform,
+  void noteOrigin(const RegionRecord& record, const InstrumentNotes& instrument, const Waveform* waveform,
                   Region& region) {
+    const Articulation& outer = instrument.articulation;
     RegionNotes& notes = notes_->regions.emplace_back();
+    notes.instrument = &instrument;
     region.notes = std::shared_ptr<const ReaderNotes>(notes_, &notes);
     notes.options = record.options;
     notes.merged = outer;

@@ -102,7 +102,7 @@ InstrumentPlan planInstrument(const Instrument& instrument, const std::vector<co
     region.region = regions[i];
     region.gainDb = amounts[i].gainDb;
     region.cents = amounts[i].cents;
-    if (amounts[i].isAsRead && outer.isAsRead) {
+    if (amounts[i].isAsRead && outer.isAsRead && origin->instrument == notes) {
       region.hasOwnList = origin->hasOwnList;
       region.own = origin->own.connections;
       continue;

@@ -5,6 +5,7 @@
 #include <unordered_map>
 
 #include "base/last_error.h"
+#include "base/log.h"
 #include "base/version.h"
 #include "formats/dls/dls.h"
 #include "formats/dls/dls_pool.h"
@@ -79,6 +80,8 @@ class CollectionWriter {
   }
 
   bool write(OutputFile& file) {
+    if (level_ == Level::One && pool_.hasStereo())
+      logWarning(u"Stereo waves at level 1: devices that know this level only play mono waves");
     collectRegions();
     const auto* notes = notesOf<CollectionNotes>(item_.collection());
     riff::ChunkBuilder head;
@@ -221,6 +224,7 @@ class CollectionWriter {
 bool writeCollection(Item& item, OutputFile& file, const io::SaveOptions& options) {
   if (item.kind() != ItemKind::Collection && item.kind() != ItemKind::Instrument)
     return fail(u"The file format can not save this item");
+  if (regionsOf(item).empty() && waveformsOf(item).empty()) return fail(u"Empty item - nothing to save");
   const auto level = static_cast<Level>(std::clamp<std::uint32_t>(options.variant, 1, 4));
   return CollectionWriter(item, level, options).write(file);
 }
