@@ -15,12 +15,6 @@ constexpr double kBlackKeyLength = 0.62;
 constexpr double kLeastKeyWidth = 3;  // narrower white keys are drawn without lines between them
 constexpr int kVelocityMarks[] = {0, 32, 64, 96, 127};
 
-void fillBox(wxGraphicsContext& gc, const wxColour& colour, double x, double y, double width, double height) {
-  gc.SetPen(*wxTRANSPARENT_PEN);
-  gc.SetBrush(wxBrush(colour));
-  gc.DrawRectangle(x, y, width, height);
-}
-
 wxGraphicsPath pathOf(wxGraphicsContext& gc, const std::vector<view::Point>& corners) {
   wxGraphicsPath path = gc.CreatePath();
   if (corners.empty()) return path;

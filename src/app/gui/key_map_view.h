@@ -2,11 +2,10 @@
 #include <functional>
 #include <optional>
 #include <wx/bitmap.h>
-#include <wx/brush.h>
 #include <wx/graphics.h>
-#include <wx/pen.h>
 #include <wx/window.h>
 
+#include "app/gui/drawing.h"
 #include "app/gui/palette.h"
 #include "app/view/key_map_layout.h"
 #include "core/collection.h"

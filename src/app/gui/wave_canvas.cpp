@@ -27,8 +27,8 @@ WaveCanvas::WaveCanvas(wxWindow* parent) : peaks_([this] { CallAfter([this] { Re
   Create(parent, wxID_ANY, wxDefaultPosition, wxDefaultSize,
          wxWANTS_CHARS | wxFULL_REPAINT_ON_RESIZE | wxBORDER_NONE, "Waveform");
   SetMinSize(FromDIP(wxSize(120, 90)));
-  autoScroll_.SetOwner(this, wxNewId());
-  keysTimer_.SetOwner(this, wxNewId());
+  autoScroll_.SetOwner(this, NewControlId());
+  keysTimer_.SetOwner(this, NewControlId());
   Bind(wxEVT_PAINT, &WaveCanvas::onPaint, this);
   Bind(wxEVT_SIZE, &WaveCanvas::onSize, this);
   const auto repaint = [this](wxFocusEvent& event) {

@@ -101,6 +101,7 @@ class WaveCanvas : public wxWindow {
   std::optional<double> pointer_;  // frame
   std::optional<view::Handle> active_;
   std::optional<view::Handle> hot_;
+  wxStockCursor cursor_ = wxCURSOR_ARROW;
   Drag drag_;
   std::optional<LoopRecord> keysOriginal_, keysMoved_;
   wxTimer autoScroll_, keysTimer_;

@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <utility>
+#include <wx/cursor.h>
 
 #include "app/gui/text.h"
 #include "app/gui/wave_canvas.h"
@@ -149,10 +151,11 @@ void WaveCanvas::onAutoScroll(wxTimerEvent&) {
 
 void WaveCanvas::showHot(std::optional<view::Handle> handle, bool isOverWaves) {
   const bool isSizing = handle && handle->part != view::HandlePart::Whole;
-  SetCursor(wxCursor(isSizing      ? wxCURSOR_SIZEWE
-                     : handle      ? wxCURSOR_HAND
-                     : isOverWaves ? wxCURSOR_IBEAM
-                                   : wxCURSOR_ARROW));
+  const wxStockCursor cursor = isSizing      ? wxCURSOR_SIZEWE
+                               : handle      ? wxCURSOR_HAND
+                               : isOverWaves ? wxCURSOR_IBEAM
+                                             : wxCURSOR_ARROW;
+  if (std::exchange(cursor_, cursor) != cursor) SetCursor(wxCursor(cursor));
   if (handle == hot_) return;
   hot_ = handle;
   const view::Flag* flag = handle ? flags_.find(handle->recordId) : nullptr;

@@ -183,12 +183,6 @@ void drawMessage(wxGraphicsContext& gc, const WaveScene& scene) {
 
 }  // namespace
 
-void fillBox(wxGraphicsContext& gc, const wxColour& colour, double x, double y, double width, double height) {
-  gc.SetPen(*wxTRANSPARENT_PEN);
-  gc.SetBrush(wxBrush(colour));
-  gc.DrawRectangle(x, y, width, height);
-}
-
 void drawWaves(wxGraphicsContext& gc, const WaveScene& scene) {
   drawZeroLines(gc, scene);
   const double framesPerDevicePixel = scene.scale.framesPerPixel() / scene.pixelScale;

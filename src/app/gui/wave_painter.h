@@ -1,11 +1,10 @@
 #pragma once
 // The drawing of a waveform: pure functions of what is to be seen.
 #include <optional>
-#include <wx/brush.h>
 #include <wx/font.h>
 #include <wx/graphics.h>
-#include <wx/pen.h>
 
+#include "app/gui/drawing.h"
 #include "app/gui/palette.h"
 #include "app/gui/wave_peaks.h"
 #include "app/view/wave_flags.h"
@@ -47,7 +46,6 @@ struct WaveScene {
   Palette palette;
 };
 
-void fillBox(wxGraphicsContext& gc, const wxColour& colour, double x, double y, double width, double height);
 /// The main loop's tint, behind the waves.
 void drawLoopGround(wxGraphicsContext& gc, const WaveScene& scene);
 void drawWaves(wxGraphicsContext& gc, const WaveScene& scene);
