@@ -127,6 +127,117 @@ TEST(SoundFontCorpus, ReadsWhatAnotherProgramReads) {
   }
 }
 
+// --- A bank made to tell players apart, each key of which tests one rule
+
+const Region* regionAt(const Collection& collection, std::string_view preset, int key) {
+  for (const Instrument* instrument : collection.all<Instrument>())
+    if (toUtf8(instrument->name()) == preset)
+      for (const Region* region : regionsOf(*instrument))
+        if (region->keys.low <= key && key <= region->keys.high) return region;
+  return nullptr;
+}
+
+TEST(SoundFontCorpus, FollowsTheRulesThatPlayersAreTestedFor) {
+  const char* folder = std::getenv("VEMKO_CORPUS");
+  if (!folder) GTEST_SKIP() << "no corpus";
+  Collection collection;
+  InputFile file;
+  ASSERT_TRUE(file.open(Path(folder) / "sf2/spec-test/sf_spec_test.sf2") &&
+              soundfont::readBank(collection, file, 0))
+      << toUtf8(lastError());
+  struct Case {
+    const char* rule;
+    const char* preset;
+    int key;
+    Slot slot;
+    float expected;
+  };
+  constexpr auto v = [](Stage stage) { return envelopeSlot(slots::VEnv, stage); };
+  constexpr auto p = [](Stage stage) { return envelopeSlot(slots::PEnv, stage); };
+  constexpr const char *kTests = "tests 1", *kPan = "panning";
+  constexpr Slot kReverbSend = 60, kChorusSend = 64, kModWheelToVibrato = 5, kModWheelToCutoff = 28;
+  // clang-format off
+  const Case cases[] = {
+    {"delay",                          kTests, 58, v(Stage::Attack1Time),  1},
+    {"attack",                         kTests, 58, v(Stage::Attack2Time),  1},
+    {"hold",                           kTests, 58, v(Stage::Decay1Time),   1},
+    {"decay",                          kTests, 58, v(Stage::Decay2Time),   1},
+    {"sustain 12 dB down",             kTests, 58, v(Stage::Sustain),      0.875f},
+    {"release",                        kTests, 58, v(Stage::Release1Rate), 1},
+    {"envelope to pitch",              kTests, 59, slots::PEnvToPitch,     12},
+    {"modulation delay",               kTests, 59, p(Stage::Attack1Time),  1},
+    {"modulation attack",              kTests, 59, p(Stage::Attack2Time),  1},
+    {"modulation hold",                kTests, 59, p(Stage::Decay1Time),   1},
+    {"modulation decay",               kTests, 59, p(Stage::Decay2Time),   1},
+    {"modulation sustain",             kTests, 59, p(Stage::Sustain),      0.5f},
+    {"modulation release",             kTests, 59, p(Stage::Release1Rate), 1},
+    {"tremolo",                        kTests, 60, slots::VLfoToVolume,    6},
+    {"tremolo speed",                  kTests, 60, 73,                     4},
+    {"vibrato",                        kTests, 61, slots::PLfoToPitch,     6},
+    {"vibrato speed",                  kTests, 61, 69,                     4},
+    {"vibrato by the mod wheel",       kTests, 62, kModWheelToVibrato,     0.5f},
+    {"its speed",                      kTests, 62, 69,                     4},
+    {"no attenuation",                 kTests, 63, slots::MasterVolume,    0},
+    {"attenuation of 5 dB",            kTests, 64, slots::MasterVolume,    -2},
+    {"attenuation of 30 dB",           kTests, 69, slots::MasterVolume,    -12},
+    {"negative sum",         "negative attenuation", 63, slots::MasterVolume, 0},
+    {"sum of nothing",       "negative attenuation", 69, slots::MasterVolume, 0},
+    {"velocity as published",          kTests, 70, slots::VelocityResponse, 1},
+    {"velocity, 144 dB",               kTests, 71, slots::VelocityResponse, 1.5f},
+    {"velocity, 48 dB",                kTests, 72, slots::VelocityResponse, 0.5f},
+    {"velocity, a straight line",      kTests, 73, slots::VelocityResponse, 1},
+    {"velocity switched off",          kTests, 74, slots::VelocityResponse, 0},
+    {"cutoff without velocity",        kTests, 75, slots::FilterCutoff,    4000},
+    {"velocity to cutoff, default",    kTests, 75, slots::VelocityToCutoff, 0},
+    {"velocity to cutoff, 72 semitones", kTests, 76, slots::VelocityToCutoff, 36},
+    {"attack of 8 ms",                 kTests, 77, v(Stage::Attack2Time),  0.008f},
+    {"velocity to cutoff off, 2.01",   kTests, 78, slots::VelocityToCutoff, 0},
+    {"velocity to cutoff off, 2.04",   kTests, 79, slots::VelocityToCutoff, 0},
+    {"cutoff below the mod wheel",     kTests, 18, slots::FilterCutoff,    500},
+    {"mod wheel to cutoff",            kTests, 18, kModWheelToCutoff,      70},
+    {"no vibrato by the mod wheel",    kTests, 18, kModWheelToVibrato,     0},
+    {"no reverb",                      kTests, 82, kReverbSend,            0},
+    {"a third of reverb",              kTests, 83, kReverbSend,            0.333f},
+    {"reverb",                         kTests, 85, kReverbSend,            1},
+    {"no chorus",                      kTests, 86, kChorusSend,            0},
+    {"two thirds of chorus",           kTests, 88, kChorusSend,            0.666f},
+    {"chorus",                         kTests, 89, kChorusSend,            1},
+    {"pitch bend",                     kTests, 90, slots::BendToPitch,     2},
+    {"pitch bend off",                 kTests, 91, slots::BendToPitch,     0},
+    {"pitch bend upside down",         kTests, 92, slots::BendToPitch,     -2},
+    {"one pitch for all keys", "scaleTune-rootKey", 62, slots::KeyToPitch, 0},
+    {"key to hold",             "keynum-to-hold",  60, v(Stage::KeyToDecay1), 0.4965f},
+    {"key to decay",            "keynum-to-decay", 60, v(Stage::KeyToDecay2), 0.4965f},
+    {"20 Hz",    "initial-FC", 36, slots::FilterCutoff, 20},
+    {"50 Hz",    "initial-FC", 37, slots::FilterCutoff, 50},
+    {"100 Hz",   "initial-FC", 38, slots::FilterCutoff, 100},
+    {"200 Hz",   "initial-FC", 39, slots::FilterCutoff, 200},
+    {"500 Hz",   "initial-FC", 40, slots::FilterCutoff, 500},
+    {"1000 Hz",  "initial-FC", 41, slots::FilterCutoff, 1000},
+    {"2000 Hz",  "initial-FC", 43, slots::FilterCutoff, 2000},
+    {"5000 Hz",  "initial-FC", 46, slots::FilterCutoff, 5000},
+    {"left",                           kPan, 40, slots::Pan, -1},
+    {"three quarters left",            kPan, 41, slots::Pan, -0.75f},
+    {"centre",                         kPan, 44, slots::Pan, 0},
+    {"right",                          kPan, 48, slots::Pan, 1},
+    {"a left sample further left",     kPan, 52, slots::Pan, -1},
+    {"a left sample back to the centre", kPan, 60, slots::Pan, 0},
+    {"a left sample to the right",     kPan, 72, slots::Pan, 1},
+  };
+  // clang-format on
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.rule);
+    const Region* region = regionAt(collection, c.preset, c.key);
+    ASSERT_TRUE(region);
+    EXPECT_NEAR(effective(*region).get(c.slot), c.expected, std::abs(c.expected) * 1e-3);
+  }
+  EXPECT_EQ(regionAt(collection, kTests, 80)->section.start, 0u);
+  EXPECT_EQ(regionAt(collection, kTests, 81)->section.start, 6720u);
+  EXPECT_EQ(regionAt(collection, "scaleTune-rootKey", 60)->rootKey, 60);
+  EXPECT_EQ(regionAt(collection, "scaleTune-rootKey", 64)->rootKey, 51);
+  EXPECT_EQ(regionAt(collection, kTests, 20)->exclusiveGroup, 1);
+}
+
 // --- Rewriting
 
 struct BankOnDisk {

@@ -92,6 +92,59 @@ TEST(SoundFontWriter, GivesABankBack) {
   }
 }
 
+// Sides of one sound become one waveform only where that loses nothing; their zones are the same afterwards.
+TEST(SoundFontWriter, GivesStereoZonesBack) {
+  struct Case {
+    const char* name;
+    std::vector<Generator> left, right;
+    std::size_t waveforms;
+  };
+  const Case cases[] = {
+      {"alike", {}, {}, 1},
+      {"other volumes", {amount(gen::Attenuation, 30)}, {amount(gen::Attenuation, 50)}, 2},
+      {"other tunings", {amount(gen::FineTune, -7)}, {amount(gen::FineTune, 8)}, 2},
+      {"other releases", {}, {amount(gen::VolEnvRelease, 1200)}, 2},
+      {"other keys", {range(gen::KeyRange, 0, 60)}, {range(gen::KeyRange, 0, 61)}, 2},
+      {"not wide", {amount(gen::Pan, -400)}, {amount(gen::Pan, 400)}, 2},
+      {"other loops", {}, {amount(gen::LoopStartOffset, 4)}, 2},
+      {"alike, what the model rounds",
+       {amount(gen::VolEnvRelease, 2003)},
+       {amount(gen::VolEnvRelease, 2003)},
+       1},
+      {"what the model rounds differs",
+       {amount(gen::VolEnvRelease, 2003)},
+       {amount(gen::VolEnvRelease, 2004)},
+       1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    Bank bank = simpleBank();
+    bank.samples = {{"Pad L"}, {"Pad R"}};
+    for (std::size_t side = 0; side < 2; ++side) {
+      bank.samples[side].type = side == 0 ? 4 : 2;
+      bank.samples[side].link = side == 0 ? 1 : 0;
+      bank.samples[side].points[50] = static_cast<std::int16_t>(side);
+    }
+    auto zone = [](const std::vector<Generator>& own, int pan, int sample) {
+      BankZone made{own, {}};
+      if (std::ranges::find(own, gen::Pan, &Generator::number) == own.end())
+        made.generators.push_back(amount(gen::Pan, pan));
+      made.generators.push_back(amount(gen::SampleModes, 1));
+      made.generators.push_back(amount(gen::Sample, sample));
+      return made;
+    };
+    bank.instruments[0].zones = {zone(c.left, -500, 0), zone(c.right, 500, 1)};
+    ReadBank tidied(bank);
+    io::fixUp(tidied.collection, io::kAllKinds, false);
+    EXPECT_EQ(tidied.collection.count(ItemKind::Waveform), c.waveforms);
+    const Block written = bytesOfSaved(tidied.collection);
+    const soundfont::BankFile parsedBank = parsed(written);
+    EXPECT_EQ(parsedBank.samples.at(0).link, 1);
+    EXPECT_EQ(parsedBank.samples.at(1).link, 0);
+    expectSameRegions(ReadBank(bank).collection, ReadBank(written).collection);
+  }
+}
+
 TEST(SoundFontWriter, StampsItsFiles) {
   ReadBank read(simpleBank());
   const soundfont::BankFile bank = parsed(bytesOfSaved(read.collection));
