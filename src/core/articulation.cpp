@@ -56,6 +56,19 @@ void ArticulationBlock::set(Slot slot, float value) {
   }
 }
 
+void ArticulationBlock::setDifferences(const std::array<float, kSlotCount>& values,
+                                       const std::array<float, kSlotCount>& from) {
+  std::array<float, kSlotCount> different;
+  std::size_t count = 0;
+  bits_ = {};
+  for (std::size_t slot = 0; slot < kSlotCount; ++slot) {
+    if (values[slot] == from[slot]) continue;
+    bits_[slot / 64] |= std::uint64_t{1} << (slot % 64);
+    different[count++] = values[slot];
+  }
+  values_.assign(different.begin(), different.begin() + static_cast<std::ptrdiff_t>(count));
+}
+
 void ArticulationBlock::reset(Slot slot) {
   if (!isSet(slot)) return;
   values_.erase(values_.begin() + static_cast<std::ptrdiff_t>(rank(slot)));

@@ -1,6 +1,7 @@
 #pragma once
 // Sound shaping: tuning, volume, filter, EQ, pan, sends, four LFOs and four envelopes, as numbered slots.
 #include <array>
+#include <bit>
 #include <bitset>
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +25,8 @@ class ArticulationBlock {
   void set(Slot slot, float value);
   void add(Slot slot, float value) { set(slot, get(slot) + value); }
   bool isSet(Slot slot) const { return bits_[slot / 64u] >> (slot % 64u) & 1u; }
+  /// Sets all at once: the slots whose value differs from the other list's. Clears what was set.
+  void setDifferences(const std::array<float, kSlotCount>& values, const std::array<float, kSlotCount>& from);
   /// Back to the default, no longer set.
   void reset(Slot slot);
   void clear() { *this = {}; }
@@ -34,8 +37,9 @@ class ArticulationBlock {
   template <class Visit>
   void forEach(Visit visit) const {
     std::size_t at = 0;
-    for (int slot = 0; slot < kSlotCount; ++slot)
-      if (isSet(static_cast<Slot>(slot))) visit(static_cast<Slot>(slot), values_[at++]);
+    for (std::size_t word = 0; word < bits_.size(); ++word)
+      for (std::uint64_t left = bits_[word]; left != 0; left &= left - 1)
+        visit(static_cast<Slot>(word * 64 + static_cast<std::size_t>(std::countr_zero(left))), values_[at++]);
   }
 
   /// Same slots set to the same values.

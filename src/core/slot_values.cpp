@@ -38,10 +38,7 @@ SlotValues valuesOf(const ArticulationBlock& block) {
 
 ArticulationBlock blockOf(const SlotValues& values) {
   ArticulationBlock block;
-  for (int slot = 0; slot < kSlotCount; ++slot) {
-    const auto at = static_cast<Slot>(slot);
-    if (values[at] != initialValues()[at]) block.set(at, values[at]);
-  }
+  block.setDifferences(values.slots, initialValues().slots);
   return block;
 }
 

@@ -7,6 +7,7 @@
 #include <unordered_map>
 
 #include "base/log.h"
+#include "base/parallel_for.h"
 #include "base/text.h"
 #include "formats/soundfont/sf_modulators.h"
 #include "formats/soundfont/sf_zone_amounts.h"
@@ -156,6 +157,7 @@ class BankPlanner {
 
   BankPlan plan(const std::vector<Instrument*>& instruments) {
     for (const Instrument* instrument : instruments) collect(*instrument);
+    fillGroups();
     share();
     for (std::size_t i = 0; i < instruments.size(); ++i) addPreset(*instruments[i], presets_[i]);
     return std::move(plan_);
@@ -188,8 +190,18 @@ class BankPlanner {
       if (isNew) preset.groups.push_back({*zones, {}, {}, true});
       preset.groups[place->second].regions.push_back(region);
     }
-    for (Group& group : preset.groups) fillGroup(group, pool_);
     std::ranges::stable_sort(preset.groups, {}, [](const Group& group) { return group.origin.presetZone; });
+  }
+
+  // By far the most work, and none of it depends on another group.
+  void fillGroups() {
+    std::vector<Group*> groups;
+    for (PresetRegions& preset : presets_)
+      for (Group& group : preset.groups) groups.push_back(&group);
+    parallelFor(groups.size(), [&](std::size_t i) {
+      fillGroup(*groups[i], pool_);
+      return true;
+    });
   }
 
   std::map<InstrumentKey, SharedZones> gather() const {

@@ -5,6 +5,7 @@
 
 #include "base/last_error.h"
 #include "base/log.h"
+#include "base/parallel_for.h"
 #include "base/text.h"
 #include "formats/soundfont/sf_articulation.h"
 #include "formats/soundfont/sf_bank_reader.h"
@@ -22,7 +23,16 @@ constexpr std::size_t kMaxWork = 20'000'000;  // pairs of zones looked at, weigh
 
 struct RegionPlan {
   std::uint32_t presetZone, instrumentZone;
+  ArticulationBlock articulation;
 };
+
+// The same channels for every instrument that comes from a bank.
+SendChannels claimSends(SendEffects& effects) {
+  SendChannels sends;
+  sends.reverb = claimSend(effects, SendEffect::Reverb).value_or(sends.reverb);
+  sends.chorus = claimSend(effects, SendEffect::Chorus).value_or(sends.chorus);
+  return sends;
+}
 
 class BankReader {
  public:
@@ -41,6 +51,7 @@ class BankReader {
       waveforms.use(zone.target, sumOf(Zone{}, zone));
     }
     waveforms.create(collection_, notes_, complaints_);
+    convertAmounts();
     auto next = plans_.begin();
     for (std::uint32_t preset = 0; preset < tables_.presets.size(); ++preset)
       createPreset(preset, waveforms, next);
@@ -83,7 +94,7 @@ class BankReader {
       const Zone& inner = tables_.instrumentZones.zones[other];
       if (intersection(zone.keyRange(), inner.keyRange()) &&
           intersection(zone.velocityRange(), inner.velocityRange()))
-        plans_.push_back({at, other});
+        plans_.push_back({at, other, {}});
       if (!spend(1 + zone.modulators.size() * inner.modulators.size())) return false;
     }
     return true;
@@ -97,6 +108,21 @@ class BankReader {
     for (const SamplePlace& place : places) tables_.frames.push_back(place.frames);
   }
 
+  // By far the most work, and none of it depends on another region.
+  void convertAmounts() {
+    constexpr std::size_t kBatch = 512;
+    SendEffects effects{};
+    const SendChannels sends = claimSends(effects);
+    parallelFor((plans_.size() + kBatch - 1) / kBatch, [&](std::size_t batch) {
+      for (std::size_t i = batch * kBatch; i < std::min((batch + 1) * kBatch, plans_.size()); ++i) {
+        RegionPlan& plan = plans_[i];
+        const Zone &outer = presetZone(plan), &inner = instrumentZone(plan);
+        plan.articulation = articulationOf(sumOf(outer, inner), sumOfModulators(outer, inner), sends);
+      }
+      return true;
+    });
+  }
+
   // `next` is the first plan of the preset, and afterwards that of the next preset.
   void createPreset(std::uint32_t preset, const SampleWaveforms& waveforms,
                     std::vector<RegionPlan>::iterator& next) {
@@ -106,9 +132,7 @@ class BankReader {
     notes.bank = &tables_;
     notes.preset = preset;
     instrument.notes = std::shared_ptr<const ReaderNotes>(notes_, &notes);
-    SendChannels sends;
-    sends.reverb = claimSend(instrument.sendEffects, SendEffect::Reverb).value_or(sends.reverb);
-    sends.chorus = claimSend(instrument.sendEffects, SendEffect::Chorus).value_or(sends.chorus);
+    claimSends(instrument.sendEffects);
 
     const ZoneSpan span = tables_.presetZones.ofHeader[preset];
     for (std::uint32_t zone = span.first; zone < span.first + span.count; ++zone) {
@@ -121,7 +145,7 @@ class BankReader {
           continue;
         }
         if (!layer) layer = &createLayer(instrument, instrumentName(*next));
-        createZoneRegion(*layer, *next, waveform, sends);
+        createZoneRegion(*layer, *next, waveform);
       }
     }
   }
@@ -130,7 +154,7 @@ class BankReader {
     return textOf(tables_.instruments[presetZone(plan).target].name);
   }
 
-  void createZoneRegion(Layer& layer, const RegionPlan& plan, ItemId waveform, const SendChannels& sends) {
+  void createZoneRegion(Layer& layer, RegionPlan& plan, ItemId waveform) {
     const Zone &outer = presetZone(plan), &inner = instrumentZone(plan);
     const Generators amounts = sumOf(outer, inner);
     RegionRequest request;
@@ -144,7 +168,7 @@ class BankReader {
     region.fixedKey = midiNumber(amounts[gen::FixedKey]);
     region.fixedVelocity = midiNumber(amounts[gen::FixedVelocity]);
     region.section = sectionOf(amounts, tables_.frames[inner.target]);
-    region.articulation = articulationOf(amounts, sumOfModulators(outer, inner), sends);
+    region.articulation = std::move(plan.articulation);
     RegionNotes& notes = notes_->regions.emplace_back();
     notes.bank = &tables_;
     notes.presetZone = plan.presetZone;

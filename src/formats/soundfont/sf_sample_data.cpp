@@ -145,9 +145,11 @@ bool encodeAhead(std::span<const ChannelData> data, std::size_t frameBytes, cons
 // `copy` writes what need not be encoded; it says nothing of other samples.
 bool writeAll(const std::vector<ChannelData>& data, std::size_t frameBytes, BlockWriter& out,
               const std::function<std::optional<bool>(const ChannelData&)>& copy, const Encode& encode) {
+  std::shared_ptr<InputFile> heldOpen;  // from one sample to the next
   for (std::size_t first = 0; first < data.size(); first += kBatch) {
     const auto batch = std::span(data).subspan(first, std::min(kBatch, data.size() - first));
     std::array<std::vector<std::byte>, kBatch> encoded;
+    if (batch[0].source) heldOpen = batch[0].source->file()->open();
     if (!encodeAhead(batch, frameBytes, encode, encoded)) return false;
     for (std::size_t i = 0; i < batch.size(); ++i) {
       bool ok = true;
