@@ -149,7 +149,7 @@ bool writeAll(const std::vector<ChannelData>& data, std::size_t frameBytes, Bloc
   for (std::size_t first = 0; first < data.size(); first += kBatch) {
     const auto batch = std::span(data).subspan(first, std::min(kBatch, data.size() - first));
     std::array<std::vector<std::byte>, kBatch> encoded;
-    if (batch[0].source) heldOpen = batch[0].source->file()->open();
+    if (batch[0].source && batch[0].source->file()) heldOpen = batch[0].source->file()->open();
     if (!encodeAhead(batch, frameBytes, encode, encoded)) return false;
     for (std::size_t i = 0; i < batch.size(); ++i) {
       bool ok = true;
