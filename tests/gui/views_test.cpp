@@ -104,9 +104,12 @@ TEST_F(WaveformViewTest, KeysMoveTheActiveHandle) {
   view->finishEdit();
   EXPECT_EQ(record().start, 2003u);
   EXPECT_EQ(steps.size(), 1u) << "one step for a run of keys";
+  press(WXK_RIGHT);
+  press('Z', wxMOD_CONTROL);
+  EXPECT_EQ(steps.size(), 2u) << "a command finds the step";
   press(WXK_TAB);
   press(WXK_LEFT, wxMOD_CONTROL);
-  EXPECT_TRUE(waitUntil([&] { return steps.size() == 2; })) << "after a pause by itself";
+  EXPECT_TRUE(waitUntil([&] { return steps.size() == 3; })) << "after a pause by itself";
   EXPECT_EQ(record().end, 5920u);
   press(WXK_LEFT, wxMOD_SHIFT);
   view->finishEdit();

@@ -28,6 +28,8 @@ void WaveCanvas::bindKeys() {
 /// without a handle they scroll, and with Shift change the selection. Home and End show the ends, Page Up and
 /// Page Down scroll by a page, Up and Down zoom, Escape gives up handle and selection.
 void WaveCanvas::onKeyDown(wxKeyEvent& event) {
+  // What follows may be a command like "Undo", which has to find the step.
+  if (event.GetKeyCode() == WXK_CONTROL || event.GetKeyCode() == WXK_ALT) commitKeys();
   if (!waveform() || event.AltDown()) return event.Skip();
   switch (event.GetKeyCode()) {
     case WXK_TAB:
