@@ -60,6 +60,7 @@ bool fits(int amount) {
 // not hold it. Where the total is the file's own, so is what remains: a sum that met its bounds cannot be
 // taken apart again.
 std::optional<ZoneTotal> without(const Zone& preset, const Zone& fileInstrument, ZoneTotal total) {
+  if (preset.generators.empty() && preset.modulators.empty()) return total;
   const Generators whole = sumOf(preset, fileInstrument), own = sumOf(Zone{}, fileInstrument);
   for (const Generator& added : preset.generators) {
     std::int16_t& amount = total.generators[added.number];

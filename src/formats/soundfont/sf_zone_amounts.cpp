@@ -66,13 +66,13 @@ std::vector<Modulator> mixModulators(const std::vector<Modulator>& file, const s
   return mixed;
 }
 
-// The articulation's part of the totals.
-Source articulationAmounts(const ArticulationBlock& block, const Source* file, const SendChannels& sends) {
+// The articulation's part of the totals; `fromFile` is what the file's amounts read as.
+Source articulationAmounts(const ArticulationBlock& block, const Source* file,
+                           const ArticulationBlock& fromFile, const SendChannels& sends) {
   if (!file) {
     ZoneAmounts amounts = amountsOf(block, sends);
     return {amounts.generators, std::move(amounts.modulators)};
   }
-  const ArticulationBlock fromFile = articulationOf(file->generators, file->modulators, sends);
   if (block == fromFile) return *file;
   const ZoneAmounts before = amountsOf(fromFile, sends), now = amountsOf(block, sends);
   const bool isSameFilter = hasFilter(block) == hasFilter(fromFile);
@@ -159,7 +159,11 @@ std::vector<ZoneTotal> totalsOf(const Region& region, const SamplePool& pool) {
   const SendChannels sends = sendsOf(region);
   const auto zones = fileZonesOf(region);
   std::optional<Source> file;
-  if (zones) file = sumOfZones(*zones);
+  ArticulationBlock fromFile;
+  if (zones) {
+    file = sumOfZones(*zones);
+    fromFile = articulationOf(file->generators, file->modulators, sends);
+  }
 
   std::vector<ZoneTotal> totals;
   const ArticulationBlock block = effective(region);
@@ -168,7 +172,7 @@ std::vector<ZoneTotal> totalsOf(const Region& region, const SamplePool& pool) {
     ArticulationBlock ofSide = block;
     if (waveform->volumeAdjustmentDb != 0) ofSide.add(slots::MasterVolume, waveform->volumeAdjustmentDb);
     if (place->isStereo) setPan(ofSide, side == 0 ? std::max(-1.0f, pan - 1) : std::min(1.0f, pan + 1));
-    Source amounts = articulationAmounts(ofSide, file ? &*file : nullptr, sends);
+    Source amounts = articulationAmounts(ofSide, file ? &*file : nullptr, fromFile, sends);
     ZoneTotal total{amounts.generators, std::move(amounts.modulators),
                     place->sample + static_cast<std::uint32_t>(side)};
     const Generators* ofFile = file ? &file->generators : nullptr;
