@@ -45,7 +45,7 @@ WaveCanvas::WaveCanvas(wxWindow* parent) : peaks_([this] { CallAfter([this] { Re
   setAccessibleText(*this, "Waveform");
 }
 
-WaveCanvas::~WaveCanvas() { peaks_.clear(); }
+WaveCanvas::~WaveCanvas() = default;
 
 const Waveform* WaveCanvas::waveform() const {
   return collection_ && id_ != kNoItem ? collection_->find<Waveform>(id_) : nullptr;

@@ -56,7 +56,7 @@ std::optional<Peak> columnPeak(const WaveScene& scene, unsigned channel, double 
   return scene.pyramid ? scene.pyramid->peak(channel, first, end) : std::nullopt;
 }
 
-/// Bars of one device pixel's width; at least as high.
+/// Bars of one device pixel's width and at least that height.
 struct Bars {
   wxGraphicsPath path;
   double pixel;

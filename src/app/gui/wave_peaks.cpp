@@ -15,8 +15,7 @@ namespace {
 
 // Long enough for most waveforms to be drawn at once, too short to be felt.
 constexpr std::chrono::milliseconds kWaitForPicture{30};
-constexpr std::uint64_t kMarginShare = 1;  // of the visible frames, fetched on either side
-constexpr std::uint64_t kLeastMargin = 8192;
+constexpr std::uint64_t kLeastMargin = 8192;  // frames fetched on either side of those that are visible
 
 }  // namespace
 
@@ -34,13 +33,15 @@ struct WavePeaks::Job {
 
 WavePeaks::WavePeaks(std::function<void()> onMore) : onMore_(std::move(onMore)) {}
 
-WavePeaks::~WavePeaks() { clear(); }
+WavePeaks::~WavePeaks() {
+  clear();
+  retired_.clear();  // joins
+}
 
-void WavePeaks::launch(std::shared_ptr<Job> job, std::function<void(Job&)> work) {
+void WavePeaks::launch(std::shared_ptr<Job> job, std::function<bool(Job&)> work) {
   // The thread is owned by the job, which outlives it.
   job->thread = std::jthread([this, &job = *job, work = std::move(work)] {
-    work(job);
-    job.error = lastError();
+    if (!work(job)) job.error = lastError();
     job.access = {};
     job.isDone = true;
     job.hasPicture.release();
@@ -58,9 +59,9 @@ void WavePeaks::retire(std::shared_ptr<Job>& job) {
 void WavePeaks::clear() {
   retire(building_);
   retire(fetching_);
-  retired_.clear();
   shown_ = coming_ = nullptr;
   window_ = nullptr;
+  error_.clear();
 }
 
 void WavePeaks::start(const Waveform& waveform, bool keepPicture) {
@@ -77,7 +78,7 @@ void WavePeaks::start(const Waveform& waveform, bool keepPicture) {
   if (job->access.isEmpty()) return;
   building_ = job;
   launch(job, [this](Job& work) {
-    work.pyramid->build(work.access, work.stop.get_token(), [&] {
+    return work.pyramid->build(work.access, work.stop.get_token(), [&] {
       work.hasPicture.release();
       onMore_();
     });
@@ -110,7 +111,7 @@ FrameSpan WavePeaks::samples(const Waveform& waveform, std::uint64_t first, std:
 
 void WavePeaks::fetch(const Waveform& waveform, std::uint64_t first, std::uint64_t end) {
   retire(fetching_);
-  const std::uint64_t margin = std::max((end - first) * kMarginShare, kLeastMargin);
+  const std::uint64_t margin = std::max(end - first, kLeastMargin);
   auto job = std::make_shared<Job>();
   job->access = accessTo(waveform);
   if (job->access.isEmpty()) return;
@@ -119,6 +120,7 @@ void WavePeaks::fetch(const Waveform& waveform, std::uint64_t first, std::uint64
   fetching_ = job;
   launch(job, [](Job& work) {
     work.window = readWindow(work.access, work.first, work.end, work.stop.get_token());
+    return work.window != nullptr;
   });
 }
 

@@ -30,7 +30,7 @@ class WavePeaks {
   /// Begins anew for this waveform; returns after a first picture is there or a moment has passed. With
   /// `keepPicture` the old picture of the same length is shown until the new one is complete.
   void start(const Waveform& waveform, bool keepPicture);
-  void clear();
+  void clear();  ///< Waits for no thread.
 
   /// Null without a waveform.
   const PeakPyramid* pyramid();
@@ -42,7 +42,7 @@ class WavePeaks {
  private:
   struct Job;
 
-  void launch(std::shared_ptr<Job> job, std::function<void(Job&)> work);
+  void launch(std::shared_ptr<Job> job, std::function<bool(Job&)> work);
   void retire(std::shared_ptr<Job>& job);
   void fetch(const Waveform& waveform, std::uint64_t first, std::uint64_t end);
 
