@@ -12,7 +12,8 @@ namespace {
 // Where the body of the first chunk of that id begins.
 std::size_t bodyOf(const Block& bytes, std::string_view id) {
   const Bytes wanted = asBytes(id);
-  return static_cast<std::size_t>(std::ranges::search(bytes, wanted).begin() - bytes.begin()) + 8;
+  const auto found = std::search(bytes.begin(), bytes.end(), wanted.begin(), wanted.end());
+  return static_cast<std::size_t>(found - bytes.begin()) + 8;
 }
 
 template <class T>

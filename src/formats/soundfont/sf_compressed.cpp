@@ -48,7 +48,7 @@ bool isVorbis(const FilePart& part) {
   if (!input) return false;
   const Bytes bytes = Bytes(head).first(input->read(head));
   const Bytes mark = asBytes(std::string_view("\x01vorbis"));
-  return !std::ranges::search(bytes, mark).empty();
+  return std::search(bytes.begin(), bytes.end(), mark.begin(), mark.end()) != bytes.end();
 }
 
 std::vector<std::byte> readPart(const FilePart& part) {

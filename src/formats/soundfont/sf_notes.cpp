@@ -39,7 +39,7 @@ PlaySection sectionOf(const Generators& generators, std::uint32_t frames) {
   const std::int64_t start = std::max<std::int64_t>(
       0, generators[gen::StartOffset] + std::int64_t{generators[gen::StartCoarseOffset]} * kCoarseFrames);
   const std::int64_t end =
-      std::min<std::int64_t>(frames, frames + generators[gen::EndOffset] +
+      std::min<std::int64_t>(frames, std::int64_t{frames} + generators[gen::EndOffset] +
                                          std::int64_t{generators[gen::EndCoarseOffset]} * kCoarseFrames);
   if (start >= end || (start == 0 && end == frames)) return {};
   return {static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end)};
