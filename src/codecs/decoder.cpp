@@ -131,6 +131,11 @@ bool countFrames(DecoderRecipe& recipe) {
   return true;
 }
 
+bool givesAnything(const DecoderRecipe& recipe) {
+  auto decoder = openDecoder(recipe);
+  return decoder && !decoder->next().samples.empty();
+}
+
 }  // namespace
 
 bool makeDecodedSamples(DecoderRecipe recipe, CompressedSamples& samples) {
@@ -138,6 +143,8 @@ bool makeDecodedSamples(DecoderRecipe recipe, CompressedSamples& samples) {
   if (facts.channels == 0 || facts.rate == 0) return fail(u"The compressed samples can not be decoded");
   const bool isPlausible = facts.frames / kPlausibleFramesPerByte <= recipe.part.size;
   if ((facts.frames == 0 || !isPlausible) && !countFrames(recipe)) return false;
+  const bool isEmpty = facts.frames == 0 && recipe.encoding != SampleEncoding::Codec;
+  if (!isEmpty && !givesAnything(recipe)) return fail(u"The compressed samples can not be decoded");
   samples.facts = facts;
   samples.source = std::make_shared<DecodedSource>(std::move(recipe));
   return true;

@@ -38,8 +38,8 @@ struct DecoderRecipe {
 };
 
 /// The samples to be decoded when they are needed. A frame count of 0, and one that so few bytes can hardly
-/// hold, is replaced by what decoding the stream once gives. Fails as recipe.open does, and when there are no
-/// channels or no sample rate.
+/// hold, is replaced by what decoding the stream once gives. Fails as recipe.open does, when there are no
+/// channels or no sample rate, and when nothing can be decoded, save that lossless files may be empty.
 bool makeDecodedSamples(DecoderRecipe recipe, CompressedSamples& samples);
 
 /// The encoding that says "integers of so many bits"; Codec for 0.

@@ -33,6 +33,7 @@ struct Functions {
   decltype(&WavpackGetBitsPerSample) bits = library.find("WavpackGetBitsPerSample");
   decltype(&WavpackGetBytesPerSample) bytes = library.find("WavpackGetBytesPerSample");
   decltype(&WavpackUnpackSamples) unpack = library.find("WavpackUnpackSamples");
+  decltype(&WavpackGetNumErrors) errorCount = library.find("WavpackGetNumErrors");
   decltype(&WavpackSeekSample64) seek = library.find("WavpackSeekSample64");
   decltype(&WavpackGetFileFormat) fileFormat = library.find("WavpackGetFileFormat");
   decltype(&WavpackGetWrapperBytes) wrapperBytes = library.find("WavpackGetWrapperBytes");
@@ -95,8 +96,21 @@ class WavpackDecoder final : public Decoder {
         stored_(kRunFrames * channels_),
         samples_(kRunFrames * channels_) {}
 
+  // Runs that the library knows to be damaged are passed over.
   DecodedRun next() override {
-    const std::size_t frames = functions().unpack(handle_.get(), stored_.data(), kRunFrames);
+    for (;;) {
+      const int errors = functions().errorCount(handle_.get());
+      const std::size_t frames = functions().unpack(handle_.get(), stored_.data(), kRunFrames);
+      if (frames == 0 || functions().errorCount(handle_.get()) == errors) return runOf(frames);
+    }
+  }
+
+  bool seek(std::uint64_t frame) override {
+    return functions().seek(handle_.get(), static_cast<std::int64_t>(frame)) != 0;
+  }
+
+ private:
+  DecodedRun runOf(std::size_t frames) {
     const std::size_t count = frames * channels_;
     if (isFloat_) {
       std::memcpy(samples_.data(), stored_.data(), count * sizeof(float));
@@ -109,11 +123,6 @@ class WavpackDecoder final : public Decoder {
     return {end - std::min<std::uint64_t>(end, frames), std::span(samples_).first(count)};
   }
 
-  bool seek(std::uint64_t frame) override {
-    return functions().seek(handle_.get(), static_cast<std::int64_t>(frame)) != 0;
-  }
-
- private:
   std::unique_ptr<PartInput> input_;
   Handle handle_;
   std::size_t channels_;

@@ -71,7 +71,7 @@ inline double signalToNoise(std::span<const float> signal, std::span<const float
 inline std::ptrdiff_t bestShift(std::span<const float> signal, std::span<const float> other,
                                 unsigned channels) {
   constexpr std::ptrdiff_t kFarthest = 2400;
-  const auto compared = signal.first(std::min<std::size_t>(signal.size(), 12000 * channels));
+  const auto compared = signal.first(std::min<std::size_t>(signal.size(), 4000 * channels));
   std::ptrdiff_t best = 0;
   double bestRatio = signalToNoise(compared, other);
   for (std::ptrdiff_t shift = -kFarthest; shift <= kFarthest; ++shift) {

@@ -20,8 +20,8 @@ int probeRawGsm(Bytes head, std::uint32_t, std::uint64_t fileSize) {
   const std::size_t frames = head.size() / kFrameBytes;
   for (std::size_t i = 0; i < frames; ++i)
     if (std::to_integer<int>(head[i * kFrameBytes]) >> 4 != 0xD) return 0;
-  if (frames == 0 || fileSize % kFrameBytes != 0) return 0;
-  return frames >= kCertain ? 6 : 2;
+  if (frames == 0) return 0;
+  return frames >= kCertain && fileSize % kFrameBytes == 0 ? 6 : 2;
 }
 
 bool readRawGsm(Collection& collection, InputFile& file, std::uint32_t) {
