@@ -2,11 +2,11 @@
 #include <utility>
 
 #include "base/last_error.h"
-#include "base/log.h"
 #include "codecs/codec_library.h"
 #include "codecs/decoder.h"
 #include "codecs/opus.h"
 #include "codecs/xiph_channels.h"
+#include "codecs/xiph_links.h"
 
 namespace vemko::opus {
 
@@ -91,16 +91,12 @@ void takeComments(const OggOpusFile& file, std::vector<std::string>& comments) {
     comments.emplace_back(tags->user_comments[i], static_cast<std::size_t>(tags->comment_lengths[i]));
 }
 
-// Frames of the first stream and of those that go on with as many channels.
 std::uint64_t countFrames(const OggOpusFile& file) {
-  const int links = functions().linkCount(&file);
-  std::uint64_t frames = 0;
-  int link = 0;
-  for (; link < links && functions().channelCount(&file, link) == functions().channelCount(&file, 0); ++link)
-    if (const ogg_int64_t count = functions().total(&file, link); count > 0)
-      frames += static_cast<std::uint64_t>(count);
-  if (link < links) logWarning(u"Streams of another format behind the first one are not read");
-  return frames;
+  const Functions& use = functions();
+  return framesOfLinks(
+      use.linkCount(&file),
+      [&](int link) { return use.channelCount(&file, link) == use.channelCount(&file, 0); },
+      [&](int link) { return std::int64_t{use.total(&file, link)}; });
 }
 
 }  // namespace

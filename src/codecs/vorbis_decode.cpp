@@ -3,11 +3,11 @@
 #include <vorbis/vorbisfile.h>
 
 #include "base/last_error.h"
-#include "base/log.h"
 #include "codecs/codec_library.h"
 #include "codecs/decoder.h"
 #include "codecs/vorbis.h"
 #include "codecs/xiph_channels.h"
+#include "codecs/xiph_links.h"
 
 namespace vemko::vorbis {
 
@@ -107,16 +107,11 @@ void takeComments(OggVorbis_File& file, std::vector<std::string>& comments) {
     comments.emplace_back(found->user_comments[i], static_cast<std::size_t>(found->comment_lengths[i]));
 }
 
-// Frames of the first stream and of those that go on in its format.
 std::uint64_t countFrames(VorbisDecoder& decoder) {
-  const long links = functions().streams(&decoder.file());
-  std::uint64_t frames = 0;
-  int link = 0;
-  for (; link < links && decoder.isSameFormat(link); ++link)
-    if (const ogg_int64_t count = functions().total(&decoder.file(), link); count > 0)
-      frames += static_cast<std::uint64_t>(count);
-  if (link < links) logWarning(u"Streams of another format behind the first one are not read");
-  return frames;
+  return framesOfLinks(
+      static_cast<int>(functions().streams(&decoder.file())),
+      [&](int link) { return decoder.isSameFormat(link); },
+      [&](int link) { return std::int64_t{functions().total(&decoder.file(), link)}; });
 }
 
 }  // namespace

@@ -1,8 +1,11 @@
 #include "formats/riff/wave_coded.h"
 
 #include <iterator>
+#include <string>
+#include <string_view>
 
 #include "base/last_error.h"
+#include "base/text.h"
 #include "codecs/g726.h"
 #include "codecs/gsm.h"
 #include "codecs/mpeg.h"
@@ -29,6 +32,43 @@ constexpr AdpcmRow kAdpcmRows[] = {
 };
 // clang-format on
 constexpr std::uint16_t kOtherAdpcmTag = 0x45;
+
+// clang-format off
+struct CodecName {
+  std::uint16_t tag;
+  std::u16string_view name;
+};
+// Encodings that are known by name only, in the order of their tags.
+constexpr CodecName kCodecNames[] = {
+  {0x0022, u"TrueSpeech"},
+  {0x0028, u"LRC"},
+  {0x0032, u"MSN Audio"},
+  {0x003B, u"Rockwell ADPCM"},
+  {0x0041, u"G.728 CELP"},
+  {0x0042, u"MS G.723.1"},
+  {0x0065, u"G.722 ADPCM"},
+  {0x0069, u"IMA ADPCM (Xbox)"},
+  {0x0083, u"G.729"},
+  {0x0092, u"Dolby AC-3 (S/PDIF)"},
+  {0x00FF, u"AAC"},
+  {0x0160, u"Windows Media Audio 1"},
+  {0x0161, u"Windows Media Audio 2"},
+  {0x0162, u"Windows Media Audio 9 Professional"},
+  {0x0163, u"Windows Media Audio 9 Lossless"},
+  {0x0200, u"Creative ADPCM"},
+  {0x0270, u"ATRAC3"},
+  {0x1610, u"AAC"},
+  {0x2000, u"Dolby AC-3"},
+  {0x2001, u"DTS"},
+  {0x566F, u"Ogg Vorbis"},
+  {0x674F, u"Ogg Vorbis"},
+  {0x6750, u"Ogg Vorbis"},
+  {0x6751, u"Ogg Vorbis"},
+  {0x676F, u"Ogg Vorbis"},
+  {0x704F, u"Opus"},
+  {0xF1AC, u"FLAC"},
+};
+// clang-format on
 
 const AdpcmRow* adpcmRow(SampleEncoding encoding) {
   for (const AdpcmRow& row : kAdpcmRows)
@@ -73,6 +113,15 @@ std::optional<CodedFormat> codedFormat(std::uint16_t tag, std::uint16_t bits, By
     if (tag == row.tag || tag == kOtherAdpcmTag)
       return CodedFormat{CodedFormat::Codec::G726, static_cast<std::uint8_t>(hasWidth ? bits : row.bits)};
   return std::nullopt;
+}
+
+bool failUnknownTag(std::uint16_t tag) {
+  for (const CodecName& codec : kCodecNames)
+    if (codec.tag == tag)
+      return fail(std::u16string(u"The encoding '")
+                      .append(codec.name)
+                      .append(u"' of this WAVE file needs a codec that is not available"));
+  return fail(toUtf16(formatted("Unsupported format tag 0x%04X in this WAVE file", tag)));
 }
 
 bool openCoded(const CodedFormat& format, const FilePart& part, const StreamFacts& facts,

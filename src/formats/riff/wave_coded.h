@@ -20,6 +20,9 @@ struct CodedFormat {
 /// Nothing for a format tag of another kind. `bits` and `extra` are fields of the "fmt " chunk.
 std::optional<CodedFormat> codedFormat(std::uint16_t tag, std::uint16_t bits, Bytes extra);
 
+/// Always false: names the codec that a format tag stands for, where it is known by name.
+bool failUnknownTag(std::uint16_t tag);
+
 /// `facts` holds what the "fmt " chunk says of channels and rate. Fails for a missing library, and for speech
 /// of several channels.
 bool openCoded(const CodedFormat& format, const FilePart& part, const StreamFacts& facts,
