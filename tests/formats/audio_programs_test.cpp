@@ -57,17 +57,19 @@ struct Material {
   std::string name;
   std::vector<float> samples;  // 16 bits wide
   unsigned channels = 1;
+  bool isPlain = false;  // not periodic and no noise: codecs do as well as they can
 };
 
 std::vector<Material> materials() {
-  std::vector<Material> found = {{"music", heldBy(Pcm16, music(50000, 2)), 2}};
+  std::vector<Material> found = {{"stereo", heldBy(Pcm16, music(50000, 2)), 2, true},
+                                 {"mono", heldBy(Pcm16, music(50000)), 1, true}};
   std::vector<Path> files = {(Path(VEMKO_TEST_DATA) / "../../examples/organ.wav").lexically_normal()};
   if (const char* corpus = std::getenv("VEMKO_CORPUS"))
     for (const auto& entry : std::filesystem::recursive_directory_iterator(corpus))
       if (entry.path().extension() == ".wav" && entry.file_size() > 60000 && entry.file_size() < 800000)
         files.push_back(entry.path());
   std::ranges::sort(files.begin() + 1, files.end());
-  constexpr std::size_t kMost = 6;
+  constexpr std::size_t kMost = 7;
   for (const Path& file : files) {
     Collection collection;
     if (found.size() == kMost || !io::openFile(collection, file, false)) continue;
@@ -105,8 +107,11 @@ double compare(const ProgramCase& each, const Material& material, const Path& pa
   if (!opened.waveform) return 0;
   EXPECT_EQ(opened.waveform->rate, each.rate);
   EXPECT_EQ(opened.waveform->channels, material.channels);
-  const std::vector<float> found = samplesOf(*opened.waveform);
-  const std::vector<float> expected = heldBy(each.encoding == Pcm8 ? Pcm8 : Pcm16, material.samples);
+  std::vector<float> found = samplesOf(*opened.waveform);
+  const std::vector<float>& expected = material.samples;
+  // What ffmpeg fills the chunk up to 8 bytes with counts as samples there.
+  const bool isFilledUp = each.extension == std::string_view("w64") && found.size() < expected.size() + 4;
+  if (isFilledUp) found.resize(expected.size());
   if (each.encoding == Gsm610)
     EXPECT_LT(found.size() - expected.size(), 320u);
   else
@@ -115,15 +120,16 @@ double compare(const ProgramCase& each, const Material& material, const Path& pa
     EXPECT_TRUE(found == expected);
     return kExact;
   }
-  EXPECT_EQ(bestShift(expected, found, material.channels), 0);
+  EXPECT_TRUE(!material.isPlain || bestShift(expected, found, material.channels) == 0);
   const double ratio = signalToNoise(expected, found);
-  EXPECT_GE(ratio, each.decibels);
+  EXPECT_GE(ratio, material.isPlain ? each.decibels : 0);
   return ratio;
 }
 
 std::string figure(double ratio) { return ratio == kExact ? "exact" : formatted("%.1f dB", ratio); }
 
-void runCase(const ProgramCase& each, const Material& material, const TempFolder& folder) {
+void runCase(const ProgramCase& each, Material material, const TempFolder& folder) {
+  if (each.encoding == Pcm8) material.samples = heldBy(Pcm8, std::move(material.samples));
   const int row = io::findWritingRowByDescription(each.description);
   const int wave = io::findWritingRow(u"wav", kindBit(ItemKind::Waveform));
   const Path ours = folder / (std::string("ours.") + each.extension),

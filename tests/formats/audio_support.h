@@ -35,13 +35,12 @@ inline std::vector<float> music(std::size_t frames, unsigned channels = 1, doubl
 /// The samples as an encoding holds them; unchanged for floats and for lossy encodings.
 inline std::vector<float> heldBy(SampleEncoding encoding, std::vector<float> samples) {
   using enum SampleEncoding;
-  const unsigned bits = encoding == Pcm8 ? 8 : encoding == Pcm12 ? 12 : encoding == Pcm20 ? 20 : 0;
+  const unsigned bits = encoding == Pcm12 ? 12 : encoding == Pcm20 ? 20 : 0;
   for (float& sample : samples)
     if (bits > 0)
       sample =
           std::round(std::ldexp(sample, static_cast<int>(bits) - 1)) / static_cast<float>(1u << (bits - 1));
-  if (encoding != Pcm16 && encoding != Pcm24 && encoding != Pcm32 && encoding != MuLaw && encoding != ALaw)
-    return samples;
+  if (bits > 0 || encoding > ALaw || encoding == Float32 || encoding == Float64) return samples;
   std::vector<std::byte> stored(samples.size() * bytesPerSample({encoding}));
   encodePcm({encoding}, samples, stored);
   decodePcm({encoding}, stored, samples);
@@ -67,15 +66,20 @@ inline double signalToNoise(std::span<const float> signal, std::span<const float
   return 10 * std::log10(energy / noise + 1e-20);
 }
 
-/// The shift in frames, of at most two MPEG frames either way, at which `other` fits best.
+/// The shift in frames, of more than any codec's delay either way, at which `other` fits best. Looked for in
+/// the middle, where decoders have found into their stride.
 inline std::ptrdiff_t bestShift(std::span<const float> signal, std::span<const float> other,
                                 unsigned channels) {
-  constexpr std::ptrdiff_t kFarthest = 2400;
-  const auto compared = signal.first(std::min<std::size_t>(signal.size(), 4000 * channels));
+  constexpr std::ptrdiff_t kFarthest = 2000;
+  const std::size_t start = signal.size() / channels / 3 * channels;
+  const auto compared = signal.subspan(start, std::min<std::size_t>(signal.size() - start, 6000 * channels));
+  const auto ratioAt = [&](std::ptrdiff_t shift) {
+    return signalToNoise(compared, other, std::ssize(signal.first(start)) + shift * std::ptrdiff_t{channels});
+  };
   std::ptrdiff_t best = 0;
-  double bestRatio = signalToNoise(compared, other);
+  double bestRatio = ratioAt(0);
   for (std::ptrdiff_t shift = -kFarthest; shift <= kFarthest; ++shift) {
-    const double ratio = signalToNoise(compared, other, shift * static_cast<std::ptrdiff_t>(channels));
+    const double ratio = ratioAt(shift);
     if (ratio <= bestRatio) continue;
     bestRatio = ratio;
     best = shift;
