@@ -19,7 +19,7 @@ constexpr std::uint32_t kFrames = 8000;  // ten in a pixel
 constexpr int kSpanLane = 28;            // y in the lane of spans when there are no markers
 constexpr int kWaves = 150;              // y in the waves
 
-/// A square wave, so that every tenth frame is a zero crossing, with one loop.
+/// A square wave that crosses zero every 35 frames, with one loop.
 class WaveformViewTest : public testing::Test {
  protected:
   void SetUp() override {

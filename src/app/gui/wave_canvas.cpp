@@ -146,9 +146,10 @@ WaveScene WaveCanvas::makeScene() {
   scene.textFont = GetFont();
   scene.palette = currentPalette();
   const Waveform* wave = waveform();
+  scene.rate = wave ? wave->rate : 0;
   scene.message = messageFor(wave);
+  scene.hidesLines |= !scene.message.empty();
   if (!scene.message.empty()) return scene;
-  scene.rate = wave->rate;
   scene.channels = wave->channels;
   if (scale_.framesPerPixel() / scene.pixelScale < kPyramidFrames) {
     const auto first = static_cast<std::uint64_t>(std::max(0.0, scale_.firstFrame() - 2));
