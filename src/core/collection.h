@@ -13,6 +13,7 @@
 
 #include "core/articulation.h"
 #include "core/item.h"
+#include "core/play_rules.h"
 #include "core/sends.h"
 #include "core/waveform.h"
 
@@ -55,8 +56,8 @@ struct Region final : Item {
 
   MidiRange keys;
   MidiRange velocities;
-  std::uint8_t rootKey = kNotSet;   ///< Overrides the waveform's root key.
-  std::uint8_t exclusiveGroup = 0;  ///< Starting one region of a group stops the others; 0 is no group.
+  std::uint8_t rootKey = kNotSet;        ///< Overrides the waveform's root key.
+  std::uint8_t exclusiveGroup = 0;       ///< Starting one region of a group stops the others; 0 is no group.
   std::uint8_t fixedKey = kNotSet;       ///< Every note sounds as if this key were played, ...
   std::uint8_t fixedVelocity = kNotSet;  ///< ... and with this velocity.
   Trigger trigger = Trigger::Attack;
@@ -64,6 +65,7 @@ struct Region final : Item {
   MidiRange fadeInKeys{0, 0}, fadeOutKeys{127, 127};  ///< Cross-fades between regions: silent at the
   MidiRange fadeInVelocities{0, 0}, fadeOutVelocities{127, 127};  ///< outer end, full at the inner one.
   PlaySection section;                                            ///< {0, 0}: as the waveform says.
+  std::shared_ptr<const PlayRules> rules;                         ///< Null: nothing beyond the defaults.
   std::uint32_t setFields = 0;
   ArticulationBlock articulation;
   ItemId waveformId = kNoItem;  ///< May lead nowhere; see waveform().
@@ -81,6 +83,8 @@ struct Region final : Item {
 PlaySection effectivePlaySection(const Region& region);
 /// The region's root key, else its waveform's, else 60.
 int effectiveRootKey(const Region& region);
+/// The region's rules, the defaults where it has none.
+const PlayRules& rulesOf(const Region& region);
 /// Equal in everything that decides when and how a region plays its waveform; the waveform and the
 /// articulation are not looked at. A field that Region gains belongs here too.
 bool playsAlike(const Region& a, const Region& b);

@@ -141,10 +141,16 @@ int effectiveRootKey(const Region& region) {
   return waveform ? waveform->rootKey : kDefaultRootKey;
 }
 
+const PlayRules& rulesOf(const Region& region) {
+  static const PlayRules none;
+  return region.rules ? *region.rules : none;
+}
+
 bool playsAlike(const Region& a, const Region& b) {
   auto played = [](const Region& r) {
     return std::tie(r.keys, r.velocities, r.rootKey, r.exclusiveGroup, r.trigger, r.delaySeconds,
-                    r.fadeInKeys, r.fadeOutKeys, r.fadeInVelocities, r.fadeOutVelocities, r.section);
+                    r.fadeInKeys, r.fadeOutKeys, r.fadeInVelocities, r.fadeOutVelocities, r.section,
+                    r.fixedKey, r.fixedVelocity, rulesOf(r));
   };
   return played(a) == played(b);
 }

@@ -2,6 +2,7 @@
 #include "formats/audio/raw.h"
 #include "formats/dls/dls.h"
 #include "formats/midi/midi.h"
+#include "formats/sfz/sfz.h"
 #include "formats/soundfont/soundfont.h"
 #include "formats/wave/wave.h"
 #include "io/registry.h"
@@ -12,6 +13,7 @@ namespace {
 constexpr KindMask kWaveform = kindBit(ItemKind::Waveform);
 constexpr KindMask kSong = kindBit(ItemKind::Song) | kindBit(ItemKind::Track);
 constexpr KindMask kSongAndBank = kindBit(ItemKind::Song) | kindBit(ItemKind::Collection);
+constexpr KindMask kInstrument = kindBit(ItemKind::Instrument);
 constexpr KindMask kBank = kindBit(ItemKind::Instrument) | kindBit(ItemKind::Collection);
 
 // clang-format off
@@ -59,6 +61,11 @@ constexpr FormatEntry kRows[] = {
   {u"sf2pack", soundfont::readBank, nullptr, soundfont::probePackedBank, u"sf2pack", kBank, 0, 0, nullptr},
   {u"sf3", soundfont::readBank, soundfont::writeBank, soundfont::probeCompressedBank, u"Compressed SoundFont", kBank, soundfont::kCompressedCapabilities, soundfont::kCompressedVariant, soundfont::describeSetting, soundfont::missingLibraries},
   {u"sfark", soundfont::readArchive, nullptr, soundfont::probeArchive, u"sfArk archive", kBank, 0, 0, nullptr, soundfont::missingForArchive},
+  {u"sfz", sfz::readSfz, nullptr, sfz::probeSfz, u"SFZ instrument", kInstrument, 0, 0, nullptr},
+  {u"sfz", nullptr, sfz::writeSfz, nullptr, u"rgc:audio SFZ v1 (waves in same folder)", kInstrument, sfz::kCapabilities, 0, nullptr},
+  {u"sfz", nullptr, sfz::writeSfz, nullptr, u"rgc:audio SFZ v1 (waves in sub-folder)", kInstrument, sfz::kCapabilities, sfz::kSubFolder, nullptr},
+  {u"sfz", nullptr, sfz::writeSfz, nullptr, u"Cakewalk SFZ v2 (waves in same folder)", kInstrument, sfz::kCapabilities, sfz::kVersion2, nullptr},
+  {u"sfz", nullptr, sfz::writeSfz, nullptr, u"Cakewalk SFZ v2 (waves in sub-folder)", kInstrument, sfz::kCapabilities, sfz::kVersion2 | sfz::kSubFolder, nullptr},
   {u"snd",  audio::readSndfile, audio::writeSndfile, audio::probeSndfile,      u"Sun/NeXT/DEC audio (snd)",             kWaveform, audio::sndfileCapabilities(audio::kAu),        audio::kAu,          nullptr,                      audio::missingForSndfile},
   {u"svx",  audio::readIff,     audio::writeIff,     audio::probeIff,          u"Amiga 8SVX",                           kWaveform, audio::kIffCapabilities,                       0,                   nullptr},
   {u"voc",  audio::readSndfile, audio::writeVoc,     audio::probeSndfile,      u"Creative voice",                       kWaveform, audio::sndfileCapabilities(audio::kVoc),       audio::kVoc,         nullptr,                      audio::missingForReading},

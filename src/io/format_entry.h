@@ -21,6 +21,8 @@ inline constexpr CapabilityMask kStereo = 1u << 21;
 inline constexpr CapabilityMask kLinkedStereo = 1u << 22;  ///< Stereo kept as a pair of mono waveforms.
 inline constexpr CapabilityMask kMidiEvents = encodingBit(SampleEncoding::MidiEvents);
 
+class CompanionFiles;
+
 struct SaveOptions {
   /// What is asked for: at most one encoding bit, channel bits, and kMidiEvents for a song as MIDI events. No
   /// encoding bit: the writer keeps the waveform's own where the row has it, else the best it has. No channel
@@ -30,6 +32,9 @@ struct SaveOptions {
   /// Passed through from the dialog: index of the compression setting, and one word for the format's own use.
   std::uint32_t setting = 0;
   std::uint32_t extra = 0;
+  /// The sample files that the saves of one run have written beside their targets; null: this save stands
+  /// alone.
+  CompanionFiles* companions = nullptr;
 };
 
 /// Scores how well the head of a file fits: 0 not this format, 2 could be, 6 certainly; the head is the first

@@ -82,6 +82,21 @@ bool openFile(Collection& collection, const Path& path, bool allowRawImport, For
   return true;
 }
 
+bool openAudioFile(Collection& collection, const Path& path, FormatRows rows) {
+  InputFile file;
+  if (!file.open(path)) return false;
+  if (file.size() == 0) return fail(u"File is of zero size");
+  const Detection found = detect(path, file, rows);
+  const FormatEntry* entry = formatRow(found.row, rows);
+  if (!entry || found.confidence == 0 || entry->kinds != kindBit(ItemKind::Waveform))
+    return fail(u"Not a supported import file type");
+  Collection opened;
+  if (!runReader(*entry, opened, file)) return false;
+  if (opened.count(ItemKind::Waveform) == 0) return fail(u"Empty collection");
+  collection.absorb(opened);
+  return true;
+}
+
 bool openWithMode(Collection& collection, const Path& path, OpenMode mode, bool report, FormatRows rows) {
   if (mode == OpenMode::Cancel) return fail(u"");
   WaitCursor cursor;

@@ -20,6 +20,11 @@ bool isBusy();
 /// the collection stays that of the outer file, and the fix-up waits for its end.
 bool openFile(Collection& collection, const Path& path, bool allowRawImport, FormatRows rows = formatTable());
 
+/// Reads the audio file that another file refers to: its waveforms join the collection. Rows that hold
+/// anything but waveforms are not tried, so that no reference leads to an instrument or back to the file
+/// itself. Fails as openFile, and adds nothing then.
+bool openAudioFile(Collection& collection, const Path& path, FormatRows rows = formatTable());
+
 /// openFile with raw import allowed, into the cleared collection or merged with it, with the status line, and
 /// with `report` a line in the log and an entry in the recent files. What a failing reader added is merged
 /// too. Cancel does nothing and gives false without a message.

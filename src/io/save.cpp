@@ -24,17 +24,6 @@ struct SavingFlag {
   ~SavingFlag() { saving = false; }
 };
 
-// What a hostile item could make a writer throw ends here.
-bool callWriter(Item& item, OutputFile& file, FormatWriter writer, const SaveOptions& options) {
-  try {
-    return writer(item, file, options);
-  } catch (const std::bad_alloc&) {
-    return fail(u"Out of memory");
-  } catch (const std::length_error&) {
-    return fail(u"Out of memory");
-  }
-}
-
 // A file that replaces another one is brought to the disk; others are left to the system, which keeps the
 // conversion of thousands of small files fast.
 bool writeFile(Item& item, const SaveTarget& target, FormatWriter writer, const SaveOptions& options) {
@@ -85,6 +74,16 @@ SaveOptions saveOptionsFor(int row, CapabilityMask requested, FormatRows rows) {
 
 bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options, FormatRows rows) {
   return save(item, row, path, options, true, rows);
+}
+
+bool callWriter(Item& item, OutputFile& file, FormatWriter writer, const SaveOptions& options) {
+  try {
+    return writer(item, file, options);
+  } catch (const std::bad_alloc&) {
+    return fail(u"Out of memory");
+  } catch (const std::length_error&) {
+    return fail(u"Out of memory");
+  }
 }
 
 bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy,

@@ -2,6 +2,7 @@
 #include "base/log.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "io/companion_files.h"
 #include "io/save_steps.h"
 
 namespace vemko::io {
@@ -26,7 +27,9 @@ bool checkRequest(const SaveAllRequest& request) {
 // One run over the items of a kind.
 class Run {
  public:
-  explicit Run(const SaveAllRequest& request) : request_(request) {}
+  explicit Run(const SaveAllRequest& request) : request_(request), options_(request.options) {
+    options_.companions = &companions_;
+  }
 
   SaveAllResult saveEach() {
     Collection& collection = *request_.collection;
@@ -57,7 +60,7 @@ class Run {
         return tell(item, path, false);
       if (answer == CollisionAnswer::Rename) path = names_.claim(path, fileExists);
     }
-    const bool saved = saveReported(&item, path, request_.row, request_.options, false, false, request_.rows);
+    const bool saved = saveReported(&item, path, request_.row, options_, false, false, request_.rows);
     result_.saved += saved;
     result_.ok = result_.ok && saved;
     tell(item, path, saved);
@@ -88,6 +91,8 @@ class Run {
   }
 
   const SaveAllRequest& request_;
+  CompanionFiles companions_;
+  SaveOptions options_;
   SaveAllResult result_;
   NameReserve names_;
   bool forAll_ = false;

@@ -24,6 +24,9 @@ bool splitForWriting(const Item& item, PreparedItem& prepared);
 /// The tidying that a save of an item of that kind begins with.
 void tidyBelow(Collection& collection, ItemKind kind);
 
+/// Calls a row's writer; what a hostile item could make it throw becomes "Out of memory".
+bool callWriter(Item& item, OutputFile& file, FormatWriter writer, const SaveOptions& options);
+
 /// saveWithBackup; without `tidy` for callers that have tidied once for many items.
 bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy,
                   FormatRows rows);

@@ -1,0 +1,39 @@
+#pragma once
+// When and how a region answers beyond its keys, velocities and trigger. Few regions say any of this, so the
+// record is shared and mostly absent.
+#include <cstdint>
+#include <vector>
+
+namespace vemko {
+
+/// Values low to high, 0..127 each, of a MIDI controller; 128 and above are sources that are no controllers
+/// (129 channel aftertouch, 131 velocity, ...).
+struct ControllerRange {
+  std::uint8_t controller = 0;
+  std::uint8_t low = 0;
+  std::uint8_t high = 127;
+  friend auto operator<=>(const ControllerRange&, const ControllerRange&) = default;
+};
+
+/// The shape of cross-fades.
+enum class FadeCurve : std::uint8_t { Power, Gain };
+
+struct PlayRules {
+  /// Every sequenceLength-th note plays it, first the one at sequencePosition (from 1).
+  std::uint16_t sequenceLength = 1, sequencePosition = 1;
+  /// A random number is drawn for each note; the region plays when low <= number < high.
+  float randomLow = 0, randomHigh = 1;
+  /// A start of any region whose group is `stoppedBy` stops this one; 0 is no group. Where both numbers are
+  /// one and fit, Region::exclusiveGroup says it instead.
+  std::uint32_t group = 0, stoppedBy = 0;
+  bool stopsNaturally = false;  ///< When stopped, it goes through its release instead of ending at once.
+  bool playsToEnd = false;      ///< Release of the key does not end it.
+  bool ignoresKeys = false;     ///< Only `starts` starts it.
+  FadeCurve keyFade = FadeCurve::Power, velocityFade = FadeCurve::Power;
+  std::vector<ControllerRange> controllers;  ///< All must hold when a note starts; by controller.
+  std::vector<ControllerRange> starts;       ///< A controller that comes into the range starts it.
+
+  friend bool operator==(const PlayRules&, const PlayRules&) = default;
+};
+
+}  // namespace vemko

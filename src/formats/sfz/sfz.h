@@ -1,0 +1,34 @@
+#pragma once
+// SFZ instrument definitions: a text of headers and opcodes that refers to sample files. One file is one
+// instrument, each <group> a layer, each <region> a region.
+#include "io/format_entry.h"
+
+namespace vemko::sfz {
+
+/// Variants of the writing rows: the dialect, and where the sample files go.
+inline constexpr std::uint32_t kSubFolder = 1;  ///< Into the folder kSampleFolder beside the file.
+inline constexpr std::uint32_t kVersion2 = 2;
+inline constexpr std::u16string_view kSampleFolder = u"samples";
+
+int probeSfz(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
+
+/// Reads the text and the headers of the sample files. A sample that cannot be opened is logged as "Couldn't
+/// openwave" and its regions play nothing; files that are no audio are never read as samples, wherever they
+/// are.
+bool readSfz(Collection& collection, InputFile& file, std::uint32_t variant);
+
+/// Writes an instrument, or a collection of one, and the sample files that it plays. SaveOptions::samples
+/// tells their format and what other saves of the same run have written. Fails with "The file format can not
+/// save this item", "Could not create file" and what reading and writing of samples can fail with; the sample
+/// files of a failed save are removed.
+bool writeSfz(Item& item, OutputFile& file, const io::SaveOptions& options);
+
+/// What one of the formats for samples can store.
+inline constexpr io::CapabilityMask kCapabilities =
+    io::kMono | io::kStereo | io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm12) |
+    io::encodingBit(SampleEncoding::Pcm16) | io::encodingBit(SampleEncoding::Pcm20) |
+    io::encodingBit(SampleEncoding::Pcm24) | io::encodingBit(SampleEncoding::Pcm32) |
+    io::encodingBit(SampleEncoding::Float32) | io::encodingBit(SampleEncoding::MuLaw) |
+    io::encodingBit(SampleEncoding::ALaw) | io::encodingBit(SampleEncoding::Codec);
+
+}  // namespace vemko::sfz

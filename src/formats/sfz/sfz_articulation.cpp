@@ -1,0 +1,338 @@
+#include "formats/sfz/sfz_articulation.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "core/filter.h"
+#include "core/parameters.h"
+
+namespace vemko::sfz {
+namespace {
+
+constexpr int kMiddleC = 60;
+constexpr double kSilenceDb = -96;
+constexpr float kSlowestLfoHz = 0.01f;
+
+float toFloat(double value) { return static_cast<float>(value); }
+bool isEqual(float slot, double value) { return slot == toFloat(value); }
+
+// --- Rules, each with its way back
+
+double tuningOf(double transpose, double tuneCents, double fileCents) {
+  return transpose + (tuneCents - fileCents) * 0.01;
+}
+
+void applyTuning(const RegionOpcodes& opcodes, double fileCents, SlotValues& values) {
+  const double random = opcodes.get(Field::RandomTuneUp, 0) / 2;
+  values[slots::MasterTuning] =
+      toFloat(tuningOf(opcodes.get(Field::Transpose, 0), opcodes.get(Field::Tune, 0) + random, fileCents));
+  values[slots::RandomToPitch] += toFloat(std::abs(random) * 0.01);
+}
+
+void undoTuning(const SlotValues& values, double fileCents, OpcodeLines& out) {
+  const float slot = values[slots::MasterTuning];
+  const double total = slot + fileCents * 0.01;
+  double transpose = std::clamp(std::trunc(total), -127.0, 127.0);
+  double cents = (total - transpose) * 100;
+  // What the float's last digits make of whole semitones.
+  if (std::abs(cents) > 99.999) {
+    transpose += cents > 0 ? 1 : -1;
+    cents = (total - transpose) * 100;
+  }
+  if (transpose != 0) out.putWhole("transpose", static_cast<std::int64_t>(transpose));
+  if (isEqual(slot, tuningOf(transpose, 0, fileCents))) return;
+  out.putNumber("tune", cents,
+                [&](double tune) { return isEqual(slot, tuningOf(transpose, tune, fileCents)); });
+}
+
+void applyVolume(const RegionOpcodes& opcodes, double fileDb, SlotValues& values) {
+  const double amplitude = opcodes.get(Field::Amplitude, 100);
+  const double random = opcodes.get(Field::RandomVolumeUp, 0) / 2;
+  const double perKey = opcodes.get(Field::KeyToVolume, 0);
+  double volume = opcodes.get(Field::Volume, 0) + opcodes.get(Field::OuterVolume, 0) + random - fileDb;
+  if (amplitude != 100)
+    volume += amplitude > 0 ? std::max(20 * std::log10(amplitude / 100), kSilenceDb) : kSilenceDb;
+  volume += perKey * (kMiddleC - opcodes.get(Field::VolumeKeyCenter, kMiddleC));
+  values[slots::MasterVolume] = toFloat(volume);
+  values[slots::RandomToVolume] += toFloat(std::abs(random));
+  values[slots::KeyToVolume] = toFloat(perKey * 12);
+}
+
+void undoVolume(const SlotValues& values, double fileDb, OpcodeLines& out) {
+  const float volume = values[slots::MasterVolume], perOctave = values[slots::KeyToVolume];
+  if (!isEqual(volume, -fileDb))
+    out.putNumber("volume", volume + fileDb, [&](double db) { return isEqual(volume, db - fileDb); });
+  if (perOctave != 0)
+    out.putNumber("amp_keytrack", perOctave / 12.0, [&](double db) { return isEqual(perOctave, db * 12); });
+}
+
+void applyPan(const RegionOpcodes& opcodes, SlotValues& values) {
+  const double perKey = opcodes.get(Field::KeyToPan, 0) * 0.01;
+  values[slots::KeyToPan] = toFloat(perKey * 12);
+  values[slots::Pan] += toFloat(perKey * (kMiddleC - opcodes.get(Field::PanKeyCenter, kMiddleC)));
+}
+
+void undoPan(const SlotValues& values, OpcodeLines& out) {
+  const float perOctave = values[slots::KeyToPan];
+  if (perOctave == 0) return;
+  out.putNumber("pan_keytrack", perOctave / 0.12,
+                [&](double percent) { return isEqual(perOctave, percent * 0.01 * 12); });
+}
+
+// Words behind the model's types count as the nearest of these.
+FilterType filterTypeOfWord(double word) {
+  constexpr double kHighPass6 = 13, kBandPass4 = 14;
+  if (word <= static_cast<double>(FilterType::BandReject2))
+    return static_cast<FilterType>(static_cast<int>(word));
+  if (word == kHighPass6) return FilterType::HighPass4;
+  return word == kBandPass4 ? FilterType::BandPass2 : FilterType::BandReject2;
+}
+
+std::string_view filterWord(FilterType type, bool version2) {
+  if (type == FilterType::LowPass3) type = FilterType::LowPass4;
+  if (!version2 && type == FilterType::LowPass6) type = FilterType::LowPass4;
+  if (!version2 && type == FilterType::LowPass2Ladder) type = FilterType::LowPass2;
+  return wordsOf(Field::FilterShape)[static_cast<std::size_t>(type)];
+}
+
+double cutoffOf(double hertz, double velocityCents, double centreCents) {
+  return hertz * std::exp2((velocityCents / 2 + centreCents) / 1200);
+}
+
+// Without a cutoff there is no filter.
+void applyFilter(const RegionOpcodes& opcodes, SlotValues& values) {
+  if (!opcodes.has(Field::Cutoff)) return resetGroup(values, SlotGroup::Filter);
+  constexpr auto kLowPass2 = static_cast<double>(FilterType::LowPass2);
+  values[slots::FilterType] =
+      static_cast<float>(filterTypeOfWord(opcodes.get(Field::FilterShape, kLowPass2)));
+  const double velocity = opcodes.amounts[slots::VelocityToCutoff],
+               perKey = opcodes.amounts[slots::KeyToCutoff];
+  const double centre = perKey * (kMiddleC - opcodes.get(Field::CutoffKeyCenter, kMiddleC));
+  values[slots::VelocityToCutoff] = toFloat(velocity / 200);
+  values[slots::KeyToCutoff] = toFloat(perKey * 0.12);
+  values[slots::FilterCutoff] = toFloat(cutoffOf(opcodes.get(Field::Cutoff, 0), velocity, centre));
+}
+
+void undoFilter(const SlotValues& values, OpcodeLines& out) {
+  const FilterType type = filterTypeOf(values);
+  if (type == FilterType::Off) return;
+  out.putText("fil_type", filterWord(type, out.isVersion2()));
+  const float velocitySlot = values[slots::VelocityToCutoff], keySlot = values[slots::KeyToCutoff],
+              cutoffSlot = values[slots::FilterCutoff];
+  double velocity = 0;
+  if (velocitySlot != 0)
+    velocity = out.putNumber("fil_veltrack", velocitySlot * 200.0,
+                             [&](double cents) { return isEqual(velocitySlot, cents / 200); });
+  if (keySlot != 0)
+    out.putNumber("fil_keytrack", keySlot / 0.12,
+                  [&](double cents) { return isEqual(keySlot, cents * 0.12); });
+  out.putNumber("cutoff", cutoffSlot * std::exp2(-velocity / 2400),
+                [&](double hertz) { return isEqual(cutoffSlot, cutoffOf(hertz, velocity, 0)); });
+}
+
+// Depths that velocity adds to.
+struct VelocityDepth {
+  Slot depth, velocity;
+  double factor;
+  std::string_view name, velocityName;
+  Carrier carrier;
+};
+constexpr VelocityDepth kVelocityDepths[] = {
+    {slots::FilterResonance, slots::VelocityToResonance, 1, "resonance", "resonance_oncc131", Carrier::None},
+    {slots::PLfoToPitch, slots::PLfoToPitch + 3, .01, "pitchlfo_depth", "pitchlfo_depthcc131", Carrier::PLfo},
+    {slots::VLfoToVolume, slots::VLfoToVolume + 3, 1, "amplfo_depth", "amplfo_depthcc131", Carrier::VLfo},
+    {slots::FLfoToCutoff, slots::FLfoToCutoff + 3, .01, "fillfo_depth", "fillfo_depthcc131", Carrier::FLfo},
+    {slots::PEnvToPitch, slots::VelocityToPEnvToPitch, .01, "pitcheg_depth", "pitcheg_vel2depth",
+     Carrier::PEnv},
+    {slots::FEnvToCutoff, slots::FEnvToCutoff + 1, .01, "fileg_depth", "fileg_vel2depth", Carrier::FEnv},
+};
+
+void applyVelocityDepths(const RegionOpcodes& opcodes, SlotValues& values) {
+  for (const VelocityDepth& each : kVelocityDepths) {
+    const double half = opcodes.amounts[each.velocity] * each.factor / 2;
+    if (half == 0) continue;
+    values[each.velocity] = toFloat(half);
+    values[each.depth] = toFloat(values[each.depth] + half);
+  }
+}
+
+void putVelocityDepth(const SlotValues& values, const VelocityDepth& row, OpcodeLines& out) {
+  const float depth = values[row.depth], velocity = values[row.velocity];
+  double half = 0;
+  if (velocity != 0)
+    half = out.putNumber(row.velocityName, velocity * 2.0 / row.factor,
+                         [&](double each) { return isEqual(velocity, each * row.factor / 2); }) *
+           row.factor / 2;
+  auto isDepth = [&](double each) { return isEqual(depth, toFloat(each * row.factor) + half); };
+  if (!isDepth(0)) out.putNumber(row.name, (depth - half) / row.factor, isDepth);
+}
+
+// An LFO that leads somewhere and has no frequency stands still in a player.
+void applyLfoFrequencies(const RegionOpcodes& opcodes, SlotValues& values) {
+  constexpr std::pair<Carrier, Slot> kLfos[] = {{Carrier::PLfo, slots::PLfoFrequency},
+                                                {Carrier::VLfo, slots::VLfoShape + 1},
+                                                {Carrier::FLfo, slots::FLfoShape + 1}};
+  for (const auto& [carrier, frequency] : kLfos)
+    if (isInUse(values, carrier) && (!opcodes.givenSlots[frequency] || values[frequency] < kSlowestLfoHz))
+      values[frequency] = kSlowestLfoHz;
+}
+
+void applyStarts(const RegionOpcodes& opcodes, SlotValues& values) {
+  for (Slot envelope : {slots::VEnv, slots::PEnv, slots::FEnv}) {
+    const float start = toFloat(opcodes.amounts[envelope] * 0.01);
+    values[envelope] = start;
+    values[envelopeSlot(envelope, Stage::Attack1Level)] = start;
+  }
+}
+
+void applySends(const RegionOpcodes& opcodes, const EffectChannels& channels, SlotValues& values) {
+  for (std::size_t i = 0; i < channels.size(); ++i) {
+    values[sendLevelSlot(channels[i])] = toFloat(opcodes.sends[i] * 0.01);
+    if (opcodes.givenSendControllers[i])
+      values[sendControllerSlot(channels[i])] = toFloat(opcodes.sendControllers[i] * 0.01);
+  }
+}
+
+void undoSends(const SlotValues& values, const EffectChannels& channels, OpcodeLines& out) {
+  constexpr std::string_view kControllers[] = {"effect1_oncc91", "effect2_oncc93", "effect3_oncc92",
+                                               "effect4_oncc94"};
+  for (std::size_t i = 0; i < channels.size(); ++i) {
+    const float level = values[sendLevelSlot(channels[i])];
+    const Slot controllerSlot = sendControllerSlot(channels[i]);
+    const float controller = values[controllerSlot];
+    auto reads = [](float slot) { return [slot](double percent) { return isEqual(slot, percent * 0.01); }; };
+    if (level != 0) out.putNumber("effect" + std::to_string(i + 1), level * 100.0, reads(level));
+    if (out.isVersion2() && controller != initialValues()[controllerSlot])
+      out.putNumber(kControllers[i], controller * 100.0, reads(controller));
+  }
+}
+
+// --- The direct rows
+
+struct CarrierSlots {
+  Carrier carrier;
+  SlotGroup group;
+};
+constexpr CarrierSlots kCarriers[] = {
+    {Carrier::PLfo, SlotGroup::PLfo},      {Carrier::VLfo, SlotGroup::VLfo},
+    {Carrier::FLfo, SlotGroup::FLfo},      {Carrier::PEnv, SlotGroup::PEnvelope},
+    {Carrier::FEnv, SlotGroup::FEnvelope}, {Carrier::None, SlotGroup::VEnvelope}};
+
+// How a writer says a carrier: not at all, with the opcodes of the first version, or numbered.
+enum class Way { Absent, Plain, Numbered };
+
+bool isLfo(Carrier carrier) {
+  return carrier == Carrier::PLfo || carrier == Carrier::VLfo || carrier == Carrier::FLfo;
+}
+
+Way wayOf(const SlotValues& values, const CarrierSlots& each, bool version2) {
+  if (!isInUse(values, each.carrier)) return Way::Absent;
+  const Slot first = slotsOf(each.group).first;
+  const bool isPlain = isLfo(each.carrier) ? values[first] == 0 : isSixStage(values, first);
+  return isPlain || !version2 ? Way::Plain : Way::Numbered;
+}
+
+void putDirectRows(const SlotValues& values, const std::bitset<kSlotCount>& done, OpcodeLines& out) {
+  std::bitset<kSlotCount> seen = done;
+  for (const OpcodeRow& row : opcodeRows()) {
+    if (row.field != Field::Direct || !out.uses(row) || seen[row.slot]) continue;
+    seen.set(row.slot);
+    const float value = values[row.slot];
+    if (value == initialValues()[row.slot]) continue;
+    const std::string name = spelledName(row.name, out.isVersion2());
+    out.putNumber(name, value / row.factor,
+                  [&](double number) { return isEqual(value, number * row.factor); });
+  }
+}
+
+// The first version has one LFO for the pitch: the X-LFO takes its place where that is free.
+void moveXLfo(SlotValues& values) {
+  if (isInUse(values, Carrier::PLfo) || !isInUse(values, Carrier::XLfo)) return;
+  for (int i = 0; i < 4; ++i) {
+    values.slots[slots::PLfoToPitch + i] = values.slots[slots::XLfoToPitch + i];
+    values.slots[slots::PLfoShape + i] = values.slots[slots::XLfoShape + i];
+  }
+}
+
+void markGroup(std::bitset<kSlotCount>& done, SlotGroup group) {
+  const SlotRange range = slotsOf(group);
+  for (Slot slot = range.first; slot <= range.last; ++slot) done.set(slot);
+}
+
+}  // namespace
+
+EffectChannels effectChannels(const SendEffects& effects) {
+  SendEffects claimed = effects;
+  EffectChannels channels{claimSend(claimed, SendEffect::Reverb).value_or(0), 0, 0, 0};
+  channels[1] = claimSend(claimed, SendEffect::Chorus).value_or(channels[0] == 2 ? 0 : 2);
+  std::size_t next = 2;
+  for (int channel = 0; channel < 4; ++channel)
+    if (channel != channels[0] && channel != channels[1] && next < 4) channels[next++] = channel;
+  return channels;
+}
+
+ArticulationBlock articulationOf(const RegionOpcodes& opcodes, const FileAdjustments& file,
+                                 const EffectChannels& channels) {
+  SlotValues values = opcodes.slots;
+  applyTuning(opcodes, file.tuneCents, values);
+  applyVolume(opcodes, file.volumeDb, values);
+  applyPan(opcodes, values);
+  applyVelocityDepths(opcodes, values);
+  applyFilter(opcodes, values);
+  applyStarts(opcodes, values);
+  applyTimes(opcodes, values);
+  applyLfoFrequencies(opcodes, values);
+  applySends(opcodes, channels, values);
+  applyNumbered(opcodes, values);
+  return blockOf(values);
+}
+
+void putArticulation(const ArticulationBlock& block, const FileAdjustments& file,
+                     const EffectChannels& channels, OpcodeLines& out) {
+  SlotValues values = valuesOf(block);
+  if (!out.isVersion2()) moveXLfo(values);
+  undoTuning(values, file.tuneCents, out);
+  undoVolume(values, file.volumeDb, out);
+  undoPan(values, out);
+  undoFilter(values, out);
+
+  std::bitset<kSlotCount> done;
+  if (filterTypeOf(values) == FilterType::Off) markGroup(done, SlotGroup::Filter);
+  std::array<Way, std::size(kCarriers)> ways{};
+  for (std::size_t i = 0; i < ways.size(); ++i) {
+    ways[i] = wayOf(values, kCarriers[i], out.isVersion2());
+    if (ways[i] != Way::Plain) markGroup(done, kCarriers[i].group);
+    // Times come with their dependencies below.
+    if (!isLfo(kCarriers[i].carrier))
+      for (const StageSlots& stage : stageSlotsOf(slotsOf(kCarriers[i].group).first)) done.set(stage.time);
+  }
+  for (const VelocityDepth& each : kVelocityDepths) {
+    const bool filterRow = each.carrier == Carrier::None;
+    const auto* at = std::ranges::find(kCarriers, each.carrier, &CarrierSlots::carrier);
+    const bool wanted =
+        filterRow ? !done[each.depth] : ways[static_cast<std::size_t>(at - kCarriers)] == Way::Plain;
+    done.set(each.depth);
+    if (wanted) putVelocityDepth(values, each, out);
+    if (!wanted && isLfo(each.carrier)) done.set(each.depth + 1u).set(each.depth + 2u);
+  }
+  putDirectRows(values, done, out);
+  for (std::size_t i = 0; i < ways.size(); ++i) {
+    const Slot first = slotsOf(kCarriers[i].group).first;
+    if (ways[i] == Way::Plain && !isLfo(kCarriers[i].carrier))
+      putTimes(values, first,
+               first == slots::VEnv   ? "ampeg_"
+               : first == slots::PEnv ? "pitcheg_"
+                                      : "fileg_",
+               out);
+    if (ways[i] == Way::Numbered && isLfo(kCarriers[i].carrier)) putLfo(values, kCarriers[i].carrier, out);
+    if (ways[i] == Way::Numbered && !isLfo(kCarriers[i].carrier)) putEnvelope(values, first, out);
+  }
+  if (out.isVersion2()) {
+    if (isInUse(values, Carrier::XLfo)) putLfo(values, Carrier::XLfo, out);
+    if (isInUse(values, Carrier::XEnv)) putEnvelope(values, slots::XEnv, out);
+  }
+  putEqualiser(values, out);
+  undoSends(values, channels, out);
+}
+
+}  // namespace vemko::sfz

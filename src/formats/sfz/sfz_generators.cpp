@@ -1,0 +1,82 @@
+#include "formats/sfz/sfz_generators.h"
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+#include <random>
+
+#include "base/last_error.h"
+#include "base/log.h"
+#include "base/text.h"
+
+namespace vemko::sfz {
+namespace {
+
+// 66976 / 256 Hz is middle C to a hundredth of a cent.
+constexpr std::uint32_t kPeriodFrames = 256, kPeriodRate = 66976;
+constexpr std::uint32_t kNoiseFrames = 88200, kNoiseRate = 44100;
+constexpr int kHarmonics = 60;  // up to about 16 kHz at middle C
+
+using Amplitude = double (*)(int harmonic);
+
+double sine(int harmonic) { return harmonic == 1 ? 1 : 0; }
+double saw(int harmonic) { return 2 / std::numbers::pi / harmonic; }
+double square(int harmonic) { return harmonic % 2 == 1 ? 4 / std::numbers::pi / harmonic : 0; }
+double triangle(int harmonic) {
+  const double sign = harmonic % 4 == 1 ? 1 : -1;
+  return harmonic % 2 == 1 ? sign * 8 / (std::numbers::pi * std::numbers::pi) / (harmonic * harmonic) : 0;
+}
+double silence(int) { return 0; }
+
+struct Generator {
+  std::string_view name;
+  Amplitude amplitude;  // null: noise
+};
+constexpr Generator kGenerators[] = {{"sine", sine},         {"saw", saw},      {"square", square},
+                                     {"triangle", triangle}, {"tri", triangle}, {"noise", nullptr},
+                                     {"silence", silence}};
+
+void fillPeriod(std::span<float> samples, Amplitude amplitude) {
+  for (std::size_t i = 0; i < samples.size(); ++i) {
+    const double phase = 2 * std::numbers::pi * static_cast<double>(i) / kPeriodFrames;
+    double value = 0;
+    for (int harmonic = 1; harmonic <= kHarmonics; ++harmonic)
+      value += amplitude(harmonic) * std::sin(phase * harmonic);
+    samples[i] = static_cast<float>(0.5 * value);
+  }
+}
+
+// The same noise every time, so that equal files give equal output.
+void fillNoise(std::span<float> samples) {
+  std::mt19937 random(1);
+  for (float& each : samples) each = static_cast<float>(static_cast<double>(random()) / 4294967296.0 - 0.5);
+}
+
+}  // namespace
+
+Waveform* generateWaveform(Collection& collection, std::string_view name) {
+  const Generator* generator = std::ranges::find(kGenerators, name, &Generator::name);
+  if (generator == std::end(kGenerators)) {
+    logWarning(u"There is no generator *" + toUtf16(name) + u"; it is silent");
+    generator = std::ranges::find(kGenerators, "silence", &Generator::name);
+  }
+  const bool isNoise = !generator->amplitude;
+  const std::uint32_t rate = isNoise ? kNoiseRate : kPeriodRate;
+  auto buffer = SampleBuffer::allocate(isNoise ? kNoiseFrames : kPeriodFrames, 1, rate);
+  if (!buffer) {
+    fail(u"Out of memory");
+    return nullptr;
+  }
+  if (isNoise)
+    fillNoise(buffer->samples());
+  else
+    fillPeriod(buffer->samples(), generator->amplitude);
+  Waveform& waveform = createWaveform(collection, toUtf16(generator->name));
+  waveform.rate = rate;
+  const std::uint32_t frames = buffer->frames();
+  waveform.setSamples(std::move(buffer));
+  waveform.addLoop({.endFrames = double(frames)}, kMainLoopName, true, false);
+  return &waveform;
+}
+
+}  // namespace vemko::sfz

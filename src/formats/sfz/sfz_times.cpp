@@ -1,0 +1,135 @@
+// Times of envelopes that velocity, the key and controllers change. A file adds seconds at the far end of the
+// source; the slots hold velocity and controllers as percent of the time, and the key as a factor an octave.
+#include <algorithm>
+#include <cmath>
+#include <string>
+
+#include "core/parameters.h"
+#include "formats/sfz/sfz_articulation.h"
+
+namespace vemko::sfz {
+namespace {
+
+constexpr double kKeysBelow = 60 / 12.0, kKeys = 127 / 12.0;  // octaves: from key 0 to middle C, to key 127
+constexpr double kLeastShare = 1e-6;
+
+struct StageRow {
+  Stage time, velocity, key;
+  Stage controller;  // InitialLevel: none
+  std::string_view name, controllerName;
+};
+constexpr StageRow kStages[] = {
+    {Stage::Attack1Time, Stage::VelocityToAttack1, Stage::KeyToAttack1, Stage::Cc73ToAttack1, "delay",
+     "cc73"},
+    {Stage::Attack2Time, Stage::VelocityToAttack2, Stage::KeyToAttack2, Stage::Cc73ToAttack2, "attack",
+     "cc73"},
+    {Stage::Decay1Time, Stage::VelocityToDecay1, Stage::KeyToDecay1, Stage::InitialLevel, "hold", ""},
+    {Stage::Decay2Time, Stage::VelocityToDecay2, Stage::KeyToDecay2, Stage::InitialLevel, "decay", ""},
+    {Stage::Release1Rate, Stage::VelocityToRelease1, Stage::KeyToRelease1, Stage::Cc72ToRelease1, "release",
+     "cc72"},
+};
+
+float bounded(Slot slot, double value) { return boundedValue(slot, static_cast<float>(value)); }
+
+}  // namespace
+
+std::array<StageSlots, 5> stageSlotsOf(Slot envelope) {
+  std::array<StageSlots, 5> all{};
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    const StageRow& row = kStages[i];
+    const bool hasController = row.controller != Stage::InitialLevel;
+    all[i] = {envelopeSlot(envelope, row.time), envelopeSlot(envelope, row.velocity),
+              envelopeSlot(envelope, row.key),
+              hasController ? envelopeSlot(envelope, row.controller) : Slot{0}};
+  }
+  return all;
+}
+
+// The key first, then velocity, then the controller: each is relative to the time that the ones before give.
+void applyStageTime(const StageTime& time, const StageSlots& slots, SlotValues& values) {
+  double seconds = time.seconds;
+  if (time.keySeconds != 0 && seconds > 0) {
+    const double atTop = std::max(seconds + time.keySeconds, seconds * kLeastShare);
+    const double perOctave = std::exp2(std::log2(atTop / seconds) / kKeys);
+    values[slots.key] = bounded(slots.key, perOctave);
+    seconds *= std::pow(perOctave, kKeysBelow);
+  }
+  if (time.velocitySeconds != 0) {
+    const double half = std::max(time.velocitySeconds, -seconds) / 2;
+    seconds += half;
+    if (seconds > 0) values[slots.velocity] = bounded(slots.velocity, 100 * half / seconds);
+  }
+  if (time.controllerSeconds != 0 && slots.controller != 0 && seconds > 0)
+    values[slots.controller] = bounded(slots.controller, 100 * time.controllerSeconds / seconds);
+  values[slots.time] = static_cast<float>(seconds);
+}
+
+StageTime undoStageTime(const SlotValues& values, const StageSlots& slots) {
+  StageTime time;
+  time.seconds = values[slots.time];
+  if (slots.controller != 0) time.controllerSeconds = values[slots.controller] / 100.0 * time.seconds;
+  const double half = values[slots.velocity] / 100.0 * time.seconds;
+  time.velocitySeconds = 2 * half;
+  time.seconds -= half;
+  const double perOctave = values[slots.key];
+  if (perOctave != 1 && perOctave > 0) {
+    const double atMiddle = time.seconds;
+    time.seconds = atMiddle * std::pow(perOctave, -kKeysBelow);
+    time.keySeconds = atMiddle * std::pow(perOctave, kKeys - kKeysBelow) - time.seconds;
+  }
+  return time;
+}
+
+void applyTimes(const RegionOpcodes& opcodes, SlotValues& values) {
+  for (Slot envelope : {slots::VEnv, slots::PEnv, slots::FEnv})
+    for (const StageSlots& each : stageSlotsOf(envelope)) {
+      const StageTime time{values[each.time], opcodes.amounts[each.velocity], opcodes.amounts[each.key],
+                           each.controller != 0 ? opcodes.amounts[each.controller] : 0};
+      applyStageTime(time, each, values);
+    }
+}
+
+void putTimes(const SlotValues& values, Slot envelope, std::string_view prefix, OpcodeLines& out) {
+  const auto stages = stageSlotsOf(envelope);
+  if (const float start = values[envelope]; start != 0)
+    out.putNumber(std::string(prefix).append("start"), start * 100.0,
+                  [&](double percent) { return static_cast<float>(percent * 0.01) == start; });
+  for (std::size_t i = 0; i < stages.size(); ++i) {
+    StageTime time = undoStageTime(values, stages[i]);
+    if (!out.isVersion2()) {
+      // The first version has no key tracking of times: as at middle C.
+      SlotValues untracked = values;
+      untracked[stages[i].key] = 1;
+      time = undoStageTime(untracked, stages[i]);
+    }
+    // A later number is chosen for what the earlier ones were rounded to.
+    auto reads = [&](double StageTime::*field, Slot slot) {
+      return [&, field, slot](double number) {
+        StageTime changed = time;
+        changed.*field = number;
+        SlotValues read = initialValues();
+        applyStageTime(changed, stages[i], read);
+        return read[slot] == values[slot];
+      };
+    };
+    auto put = [&](std::string_view before, std::string_view after, double StageTime::*field, Slot slot) {
+      if (time.*field != 0)
+        time.*field = out.putNumber(std::string(prefix).append(before).append(kStages[i].name).append(after),
+                                    time.*field, reads(field, slot));
+    };
+    put("", "", &StageTime::seconds, stages[i].time);
+    put("", "cc133", &StageTime::keySeconds, stages[i].key);
+    put("vel2", "", &StageTime::velocitySeconds, stages[i].velocity);
+    if (stages[i].controller != 0)
+      put("", kStages[i].controllerName, &StageTime::controllerSeconds, stages[i].controller);
+  }
+}
+
+bool isSixStage(const SlotValues& values, Slot envelope) {
+  auto at = [&](Stage stage) { return values[envelopeSlot(envelope, stage)]; };
+  return at(Stage::InitialLevel) == at(Stage::Attack1Level) && at(Stage::Attack2Level) == 1 &&
+         at(Stage::Decay1Level) == 1 && at(Stage::Sustain) >= 0 && at(Stage::InitialLevel) >= 0 &&
+         at(Stage::Release1Level) == 0 && at(Stage::Release2Time) == 0 && at(Stage::Release3Time) == 0;
+}
+
+}  // namespace vemko::sfz

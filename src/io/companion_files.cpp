@@ -1,0 +1,153 @@
+#include "io/companion_files.h"
+
+#include <algorithm>
+
+#include "base/last_error.h"
+#include "base/log.h"
+#include "base/parallel_for.h"
+#include "io/registry.h"
+#include "io/save_steps.h"
+
+namespace vemko::io {
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kCompareBytes = 1 << 16;
+
+bool haveEqualBytes(const Path& a, const Path& b) {
+  InputFile first, second;
+  if (!first.open(a) || !second.open(b) || first.size() != second.size()) return false;
+  std::vector<std::byte> left(kCompareBytes), right(kCompareBytes);
+  for (std::size_t count; (count = first.read(left)) > 0;)
+    if (second.read(right) != count ||
+        !std::equal(left.begin(), left.begin() + static_cast<std::ptrdiff_t>(count), right.begin()))
+      return false;
+  return true;
+}
+
+// The name of the file in `folder` that the waveform was read from, if it holds just these samples as they
+// would be written; empty otherwise.
+Path ownFile(const Waveform& waveform, const Path& folder, const Path& extension,
+             const SaveOptions& options) {
+  if (!waveform.sourceIsIntact() || !waveform.source->file()) return {};
+  const Path& path = waveform.source->file()->path();
+  const auto stored = waveform.source->stored();
+  if (!stored || path.extension() != extension || !isSameFile(path, folder / path.filename())) return {};
+  const CapabilityMask encoding = options.requested & kEncodingBits;
+  if ((encoding != 0 && encoding != encodingBit(stored->encoding)) || (options.requested & (kMono | kStereo)))
+    return {};
+  const std::uint64_t samples = std::uint64_t{waveform.frames} * waveform.channels;
+  const std::uint64_t width = samples > 0 ? stored->byteCount / samples : 0;
+  return width > 0 && stored->byteCount == samples * width ? path.filename() : Path();
+}
+
+std::shared_ptr<const void> identityOf(const Waveform& waveform) {
+  if (waveform.sourceIsIntact()) return waveform.source;
+  if (waveform.buffer) return waveform.buffer;
+  return waveform.source;
+}
+
+}  // namespace
+
+std::u16string_view extensionOf(SampleFiles format) {
+  constexpr std::u16string_view kExtensions[] = {u"wav", u"flac", u"ogg"};
+  return kExtensions[std::min<std::size_t>(static_cast<std::size_t>(format), 2)];
+}
+
+// A folder of that name that is a link could lead anywhere.
+bool CompanionFiles::makeFolder(const Path& folder) {
+  std::error_code error;
+  if (folder.empty() || fs::is_directory(fs::symlink_status(folder, error))) return true;
+  if (fileExists(folder)) {
+    logWarning(textOf(folder) + u" is no folder, or a link");
+    return fail(u"Could not create file");
+  }
+  if (!fs::create_directory(folder, error)) return fail(u"Could not create file");
+  lastFolder_ = folder;
+  return true;
+}
+
+void CompanionFiles::claim(Job& job) {
+  std::lock_guard lock(guard_);
+  job.path = names_.claim(job.wanted, fileExists);
+}
+
+bool CompanionFiles::write(Job& job, const FormatEntry& row, const SaveOptions& options) {
+  OutputFile file;
+  while (!file.createNew(job.path)) {
+    // Another program may have made a file of that name since.
+    if (!fileExists(job.path)) return false;
+    claim(job);
+  }
+  if (callWriter(*job.waveform, file, row.writer, options) && file.close()) return job.isWritten = true;
+  LastErrorKeeper message;
+  file.close();
+  removeFile(job.path);
+  return false;
+}
+
+// Runs of numbers are short: each file there differs from the ones that got numbers because of it.
+void CompanionFiles::reuseEqualFile(Job& job) const {
+  for (std::size_t number = 1;; ++number) {
+    const Path other = number == 1 ? job.wanted : numberedFileName(job.wanted, number);
+    if (other == job.path || !fileExists(other)) return;
+    if (names_.contains(other) || !haveEqualBytes(other, job.path)) continue;
+    removeFile(job.path);
+    job.path = other;
+    job.isWritten = false;
+    return;
+  }
+}
+
+bool CompanionFiles::save(std::span<Sample> samples, const Path& folder, const SaveOptions& options) {
+  last_.clear();
+  lastFolder_.clear();
+  const std::u16string_view extension = extensionOf(static_cast<SampleFiles>(options.extra));
+  const FormatEntry* row = formatRow(findWritingRow(extension, kindBit(ItemKind::Waveform)));
+  if (!row) return fail(u"Invalid export format selected");
+  if (!samples.empty() && !makeFolder(folder)) return false;
+  const SaveOptions ofSamples{.requested = options.requested & row->capabilities,
+                              .variant = row->variant,
+                              .setting = options.setting};
+
+  std::vector<Written::iterator> entries;
+  for (const Sample& sample : samples) {
+    const Waveform& waveform = *sample.waveform;
+    const auto [entry, isNew] =
+        written_.try_emplace({identityOf(waveform), waveform.frames, waveform.rate, folder});
+    entries.push_back(entry);
+    if (!isNew) continue;
+    const Path wanted = folder / autoFileName({}, sample.stem, extension);
+    if (const Path own = ownFile(waveform, folder, wanted.extension(), ofSamples); !own.empty()) {
+      names_.add(folder / own);
+      entry->second = own;
+      continue;
+    }
+    claim(last_.emplace_back(sample.waveform, entry, wanted));
+  }
+  if (!parallelFor(last_.size(), [&](std::size_t i) { return write(last_[i], *row, ofSamples); })) {
+    removeLast();
+    return false;
+  }
+  for (Job& job : last_) {
+    if (job.path != job.wanted) reuseEqualFile(job);
+    job.entry->second = job.path.filename();
+  }
+  for (std::size_t i = 0; i < samples.size(); ++i) samples[i].name = entries[i]->second;
+  return true;
+}
+
+void CompanionFiles::removeLast() {
+  LastErrorKeeper message;
+  for (const Job& job : last_) {
+    if (job.isWritten) removeFile(job.path);
+    written_.erase(job.entry);
+  }
+  last_.clear();
+  std::error_code ignored;
+  if (!lastFolder_.empty()) fs::remove(lastFolder_, ignored);  // unless something else is in it by now
+  lastFolder_.clear();
+}
+
+}  // namespace vemko::io
