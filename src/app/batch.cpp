@@ -126,6 +126,7 @@ void saveItems(Collection& collection, const BatchTask& task, const BatchTarget&
                BatchResult& result) {
   const ItemKind kind = kindToSave(collection, target);
   io::SaveOptions options = io::saveOptionsFor(target.row, target.requested);
+  options.extra = static_cast<std::uint32_t>(target.sampleFiles);
   options.setting = target.setting;
   if (kind == ItemKind::Song)
     options.requested |= io::capabilitiesOf(target.row).capabilities & io::kMidiEvents;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "io/companion_files.h"
 #include "io/save.h"
 
 namespace vemko::app {
@@ -20,6 +21,7 @@ struct BatchTarget {
   std::optional<ItemKind> kind;
   io::CapabilityMask requested = 0;  ///< See SaveOptions.
   std::uint32_t setting = 0;         ///< Of the compression, likewise.
+  io::SampleFiles sampleFiles = io::SampleFiles::Wav;
   OnExists onExists = OnExists::Overwrite;
   bool allowRawImport = false;
   bool reportLosses = false;

@@ -1,5 +1,8 @@
 #include "core/sample_source.h"
 
+#include <algorithm>
+#include <iterator>
+#include <map>
 #include <mutex>
 #include <string>
 #include <unordered_map>
@@ -7,14 +10,17 @@
 #include <vector>
 
 #include "base/text.h"
+#include "platform/file_identity.h"
 
 namespace vemko {
 namespace {
 
-// One record a path, or part of its file, for as long as some source uses it.
+// One record a path, or part of its file, for as long as some source uses it; also by the file that the path
+// led to when it was made.
 struct Records {
   std::mutex guard;
   std::unordered_map<std::string, std::weak_ptr<SourceFile>> byKey;
+  std::multimap<FileIdentity, std::weak_ptr<SourceFile>> byIdentity;
 };
 
 Records& records() {
@@ -41,6 +47,7 @@ struct SourceFile::Shared {
   std::mutex guard;
   std::weak_ptr<InputFile> open;
   std::shared_ptr<InputFile> pinned;
+  std::optional<FileIdentity> identity;
 };
 
 SourceFile::SourceFile(Path path, std::optional<Part> part)
@@ -50,6 +57,9 @@ SourceFile::~SourceFile() {
   std::lock_guard lock(records().guard);
   auto entry = records().byKey.find(keyOf(path_, part_));
   if (entry != records().byKey.end() && entry->second.expired()) records().byKey.erase(entry);
+  if (!shared_->identity) return;
+  auto [at, end] = records().byIdentity.equal_range(*shared_->identity);
+  while (at != end) at = at->second.expired() ? records().byIdentity.erase(at) : std::next(at);
 }
 
 std::shared_ptr<SourceFile> SourceFile::recordOf(const Path& path, std::optional<Part> part) {
@@ -59,7 +69,10 @@ std::shared_ptr<SourceFile> SourceFile::recordOf(const Path& path, std::optional
   std::weak_ptr<SourceFile>& known = records().byKey[keyOf(whole, part)];
   file = known.lock();
   if (file && file->isPinned()) file = nullptr;  // its bytes are those of a file that was replaced
-  if (!file) known = file = std::make_shared<SourceFile>(std::move(whole), part);
+  if (file) return file;
+  known = file = std::make_shared<SourceFile>(std::move(whole), part);
+  file->shared_->identity = fileIdentity(file->path());
+  if (file->shared_->identity) records().byIdentity.emplace(*file->shared_->identity, file);
   return file;
 }
 
@@ -101,11 +114,18 @@ bool SourceFile::pinIfUsed(const Path& path) {
   std::vector<std::shared_ptr<SourceFile>> used;
   {
     std::lock_guard lock(records().guard);
-    for (auto& [key, record] : records().byKey)
+    auto use = [&](const std::weak_ptr<SourceFile>& record) {
       if (auto file = record.lock()) used.push_back(std::move(file));
+    };
+    const auto named = records().byKey.find(keyOf(absolutePath(path), std::nullopt));
+    if (named != records().byKey.end()) use(named->second);
+    if (const auto identity = fileIdentity(path)) {
+      const auto [first, last] = records().byIdentity.equal_range(*identity);
+      std::for_each(first, last, [&](const auto& entry) { use(entry.second); });
+    }
   }
   for (const auto& file : used)
-    if (!file->isPinned() && isSameFile(file->path(), path) && !file->pin()) return false;
+    if (!file->isPinned() && !file->pin()) return false;
   return true;
 }
 

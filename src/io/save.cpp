@@ -47,7 +47,7 @@ bool save(Item* item, int row, const Path& path, const SaveOptions& options, boo
   PreparedItem prepared;
   if (!prepareItem(item, row, options, tidy, rows, prepared)) return false;
   SaveTarget target(path);
-  if (!target.pinSources(prepared.item->collection()) || !target.setAside()) return false;
+  if (!target.pinSources() || !target.setAside()) return false;
   const bool ok = writeFile(*prepared.item, target, formatRow(row, rows)->writer, options);
   if (ok) target.finish();
   return ok;

@@ -1,7 +1,5 @@
 #include "io/save_target.h"
 
-#include <unordered_set>
-
 #include "base/last_error.h"
 #include "base/log.h"
 #include "io/save.h"
@@ -49,17 +47,7 @@ SaveTarget::SaveTarget(const Path& path) : path_(path) {
   if (!isSpecial_) path_ = linkTarget(path);
 }
 
-bool SaveTarget::pinSources(const Collection& collection) const {
-  if (!replacesFile()) return true;
-  if (!SourceFile::pinIfUsed(path_)) return false;
-  std::unordered_set<SourceFile*> seen;
-  bool ok = true;
-  collection.forEach<Waveform>([&](const Waveform& waveform) {
-    const std::shared_ptr<SourceFile> file = waveform.source ? waveform.source->file() : nullptr;
-    if (file && seen.insert(file.get()).second && isSameFile(file->path(), path_)) ok = file->pin() && ok;
-  });
-  return ok;
-}
+bool SaveTarget::pinSources() const { return !replacesFile() || SourceFile::pinIfUsed(path_); }
 
 bool SaveTarget::setAside() {
   if (!replacesFile()) return true;

@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <optional>
 
-#include "core/collection.h"
+#include "core/sample_source.h"
 #include "platform/files.h"
 
 namespace vemko::io {
@@ -20,9 +20,9 @@ class SaveTarget {
   const Path& path() const { return path_; }
   bool replacesFile() const { return oldPermissions_.has_value(); }
 
-  /// Keeps the samples readable that come from the file to be replaced, by whatever name its collection
-  /// knows it. Fails with "Could not open file".
-  bool pinSources(const Collection& collection) const;
+  /// Keeps the samples readable that come from the file to be replaced, by whatever name a collection knows
+  /// it. Fails with "Could not open file".
+  bool pinSources() const;
   /// Renames the existing file, if there is one, to its backup name. Fails with "Could not create file".
   bool setAside();
   /// Gives the new file the permissions of the one that it replaces.

@@ -43,6 +43,7 @@ struct ConvertArguments {
   std::string kind;
   std::string encoding;
   double bitRate = 0;  ///< kbit/s; 0: the format's first setting.
+  std::string sampleFiles = "wav";
   std::string channels = "auto";
   bool merge = false;
   std::string onExists = "overwrite";

@@ -69,6 +69,11 @@ std::optional<std::uint32_t> settingOf(double kilobits, int row) {
   return static_cast<std::uint32_t>(nearest);
 }
 
+io::SampleFiles sampleFilesOf(std::string_view name) {
+  if (name == "flac") return io::SampleFiles::Flac;
+  return name == "ogg" ? io::SampleFiles::Ogg : io::SampleFiles::Wav;
+}
+
 app::OnExists onExistsOf(std::string_view name) {
   if (name == "rename") return app::OnExists::Rename;
   if (name == "skip") return app::OnExists::Skip;
@@ -91,6 +96,7 @@ std::optional<app::BatchTarget> targetOf(const ConvertArguments& arguments) {
   const auto setting = settingOf(arguments.bitRate, *row);
   if (!setting) return std::nullopt;
   target.setting = *setting;
+  target.sampleFiles = sampleFilesOf(arguments.sampleFiles);
   target.onExists = onExistsOf(arguments.onExists);
   target.allowRawImport = arguments.raw;
   target.reportLosses = arguments.report;

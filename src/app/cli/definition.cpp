@@ -93,6 +93,11 @@ void defineConversionOptions(CLI::App& command, ConvertArguments& arguments) {
           "Bit rate of compressed samples; the format's nearest setting is taken, without it the best")
       ->check(CLI::PositiveNumber)
       ->type_name("KBIT/S");
+  command
+      .add_option("--sample-files", arguments.sampleFiles,
+                  "Format of the sample files that an instrument format keeps beside its own file")
+      ->check(CLI::IsMember({"wav", "flac", "ogg"}))
+      ->type_name("EXT");
   command.add_option("--channels", arguments.channels, "Turn all waveforms into mono or stereo")
       ->check(CLI::IsMember({"auto", "mono", "stereo"}))
       ->type_name("LAYOUT");

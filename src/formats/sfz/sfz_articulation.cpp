@@ -173,7 +173,7 @@ void applyLfoFrequencies(const RegionOpcodes& opcodes, SlotValues& values) {
                                                 {Carrier::VLfo, slots::VLfoShape + 1},
                                                 {Carrier::FLfo, slots::FLfoShape + 1}};
   for (const auto& [carrier, frequency] : kLfos)
-    if (isInUse(values, carrier) && (!opcodes.givenSlots[frequency] || values[frequency] < kSlowestLfoHz))
+    if (isInUse(values, carrier) && !opcodes.givenSlots[frequency])
       values[frequency] = kSlowestLfoHz;
 }
 

@@ -41,14 +41,20 @@ class OpcodeLines {
   }
   void putWhole(std::string_view name, std::int64_t number) { putText(name, std::to_string(number)); }
   void putText(std::string_view name, std::string_view value) {
-    lines_.emplace_back(name).append("=").append(value);
+    text_.append(name).append("=").append(value);
+    ends_.push_back(text_.size());
   }
 
-  std::vector<std::string>& lines() { return lines_; }
+  std::size_t size() const { return ends_.size(); }
+  std::string_view operator[](std::size_t index) const {
+    const std::size_t start = index == 0 ? 0 : ends_[index - 1];
+    return std::string_view(text_).substr(start, ends_[index] - start);
+  }
 
  private:
   Dialects dialect_;
-  std::vector<std::string> lines_;
+  std::string text_;  // one after the other
+  std::vector<std::size_t> ends_;
 };
 
 }  // namespace vemko::sfz

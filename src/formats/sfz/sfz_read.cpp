@@ -77,7 +77,7 @@ class Reader {
     }
     const OpcodeRow& row = rowOf(*key);
     if (takeControl(row, value)) return;
-    if (isControl_) return;
+    if (isControl_ || row.field == Field::Ignored) return;
     if (settings_[*level_].size() >= 4 * kMaxOpcodes) settle(settings_[*level_]);
     if (settings_[*level_].size() >= 4 * kMaxOpcodes) return tally_.add(u"is one of too many", name, at);
     if (row.form == Form::Text) return put({*key, double(textNumber(row, value))});

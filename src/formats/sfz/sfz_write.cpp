@@ -167,9 +167,8 @@ class Writer {
   }
 
  private:
-  using Lines = std::vector<std::string>;
-
   void line(std::string_view text) { text_.append(text).append("\r\n"); }
+  void opcode(std::string_view text) { text_.append(" ").append(text).append("\r\n"); }
 
   void writeHead() {
     const std::string writtenBy = std::string("ritten by ") + kSoftwareName;
@@ -197,13 +196,12 @@ class Writer {
     line(" amplitude_oncc11=100");
   }
 
-  Lines linesOf(const Region& region) {
+  OpcodeLines linesOf(const Region& region) {
     OpcodeLines out(dialect_);
     const PlayRules& rules = rulesOf(region);
     const Waveform* waveform = region.waveform();
     const auto name = names_.find(waveform);
-    out.putText("sample",
-                name == names_.end() ? std::string_view("*silence") : std::string_view(name->second));
+    if (name != names_.end()) out.putText("sample", name->second);
     putMapping(region, rules, out);
     if (name != names_.end()) {
       putSection(region, *waveform, out);
@@ -215,38 +213,40 @@ class Writer {
     FileAdjustments file;
     if (waveform) file = {double(waveform->fineTuneCents), waveform->volumeAdjustmentDb};
     putArticulation(block, file, channels_, out);
-    return std::move(out.lines());
+    return out;
   }
 
   // What all of a layer's regions say alike is said once, for the group.
-  static Lines commonLines(const std::vector<Lines>& regions) {
+  static std::vector<std::string_view> commonLines(const std::vector<OpcodeLines>& regions) {
     if (regions.size() < 2) return {};
     std::unordered_map<std::string_view, std::size_t> counts;
-    for (const Lines& lines : regions)
-      for (const std::string& each : lines) ++counts[each];
-    Lines common;
-    for (const std::string& each : regions.front())
-      if (counts[each] == regions.size()) common.push_back(each);
+    for (std::size_t i = 0; i < regions.front().size(); ++i) counts[regions.front()[i]] = 0;
+    for (const OpcodeLines& lines : regions)
+      for (std::size_t i = 0; i < lines.size(); ++i)
+        if (const auto at = counts.find(lines[i]); at != counts.end()) ++at->second;
+    std::vector<std::string_view> common;
+    for (std::size_t i = 0; i < regions.front().size(); ++i)
+      if (counts[regions.front()[i]] == regions.size()) common.push_back(regions.front()[i]);
     return common;
   }
 
   bool writeLayer(const Layer& layer) {
     const Collection& collection = instrument_.collection();
-    std::vector<Lines> regions;
+    std::vector<OpcodeLines> regions;
     for (ItemId id : layer.children)
       if (const Region* region = collection.find<Region>(id)) regions.push_back(linesOf(*region));
     if (regions.empty()) return true;
-    const Lines common = commonLines(regions);
+    const auto common = commonLines(regions);
     const std::unordered_set<std::string_view> isCommon(common.begin(), common.end());
     line("");
     line("/// " + toUtf8(plainValue(layer.displayName())));
     line("<group>");
-    for (const std::string& each : common) line(" " + each);
-    for (const Lines& lines : regions) {
+    for (std::string_view each : common) opcode(each);
+    for (const OpcodeLines& lines : regions) {
       line("");
       line("<region>");
-      for (const std::string& each : lines)
-        if (!isCommon.contains(each)) line(" " + each);
+      for (std::size_t i = 0; i < lines.size(); ++i)
+        if (!isCommon.contains(lines[i])) opcode(lines[i]);
       if (text_.size() >= kBlockBytes && !flush()) return false;
     }
     return true;

@@ -8,6 +8,7 @@
 
 #include "base/last_error.h"
 #include "base/text.h"
+#include "platform/file_identity.h"
 #include "platform/posix/descriptor.h"
 
 namespace vemko {
@@ -69,6 +70,12 @@ std::optional<std::uint64_t> fileSize(const Path& path) {
   auto status = statusOf(path);
   if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
   return static_cast<std::uint64_t>(status->st_size);
+}
+
+std::optional<FileIdentity> fileIdentity(const Path& path) {
+  const auto status = statusOf(path);
+  if (!status) return std::nullopt;
+  return FileIdentity{status->st_dev, status->st_ino};
 }
 
 bool isSameFile(const Path& a, const Path& b) {
