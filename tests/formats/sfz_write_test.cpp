@@ -271,7 +271,7 @@ TEST(SfzWrite, NamesSampleFilesSafely) {
     const char* file;
   };
   for (const Case& c :
-       {Case{u"../../etc/passwd", ".._.._etc_passwd.wav"}, Case{u"CON", "_CON.wav"},
+       {Case{u"../../etc/passwd", "_._.._etc_passwd.wav"}, Case{u"CON", "_CON.wav"},
         Case{u"a lokey=3", "a lokey_3.wav"}, Case{u"$x", "_x.wav"}, Case{u"*sine", "_sine.wav"},
         Case{u"a #include \"b\"", "a _include _b_.wav"}, Case{u"C#4 \u00E4", "C#4 \u00C3\u00A4.wav"},
         Case{u"", "unnamed.wav"}, Case{u"<region>", "_region_.wav"}}) {

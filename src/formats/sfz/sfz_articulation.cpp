@@ -152,7 +152,7 @@ void applyVelocityDepths(const RegionOpcodes& opcodes, SlotValues& values) {
     const double half = opcodes.amounts[each.velocity] * each.factor / 2;
     if (half == 0) continue;
     values[each.velocity] = toFloat(half);
-    values[each.depth] = toFloat(values[each.depth] + half);
+    values[each.depth] = toFloat(opcodes.amounts[each.depth] + half);
   }
 }
 
@@ -163,7 +163,7 @@ void putVelocityDepth(const SlotValues& values, const VelocityDepth& row, Opcode
     half = out.putNumber(row.velocityName, velocity * 2.0 / row.factor,
                          [&](double each) { return isEqual(velocity, each * row.factor / 2); }) *
            row.factor / 2;
-  auto isDepth = [&](double each) { return isEqual(depth, toFloat(each * row.factor) + half); };
+  auto isDepth = [&](double each) { return isEqual(depth, each * row.factor + half); };
   if (!isDepth(0)) out.putNumber(row.name, (depth - half) / row.factor, isDepth);
 }
 
@@ -173,8 +173,14 @@ void applyLfoFrequencies(const RegionOpcodes& opcodes, SlotValues& values) {
                                                 {Carrier::VLfo, slots::VLfoShape + 1},
                                                 {Carrier::FLfo, slots::FLfoShape + 1}};
   for (const auto& [carrier, frequency] : kLfos)
-    if (isInUse(values, carrier) && !opcodes.givenSlots[frequency])
-      values[frequency] = kSlowestLfoHz;
+    if (isInUse(values, carrier) && !opcodes.givenSlots[frequency]) values[frequency] = kSlowestLfoHz;
+}
+
+// What a slot is when its opcode is absent.
+float absentValue(Slot slot) {
+  const bool isFrequency =
+      slot == slots::PLfoFrequency || slot == slots::VLfoShape + 1 || slot == slots::FLfoShape + 1;
+  return isFrequency ? kSlowestLfoHz : initialValues()[slot];
 }
 
 void applyStarts(const RegionOpcodes& opcodes, SlotValues& values) {
@@ -238,7 +244,7 @@ void putDirectRows(const SlotValues& values, const std::bitset<kSlotCount>& done
     if (row.field != Field::Direct || !out.uses(row) || seen[row.slot]) continue;
     seen.set(row.slot);
     const float value = values[row.slot];
-    if (value == initialValues()[row.slot]) continue;
+    if (value == absentValue(row.slot)) continue;
     const std::string name = spelledName(row.name, out.isVersion2());
     out.putNumber(name, value / row.factor,
                   [&](double number) { return isEqual(value, number * row.factor); });

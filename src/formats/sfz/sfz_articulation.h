@@ -5,6 +5,7 @@
 // what it adds to moves by that half. Key tracking is centred on middle C in the slots, on any key in a file.
 #include <array>
 #include <bitset>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -25,7 +26,8 @@ struct NumberedOpcode {
 struct RegionOpcodes {
   SlotValues slots = initialValues();  ///< By the direct rows; defaults otherwise.
   std::bitset<kSlotCount> givenSlots;
-  std::array<double, kSlotCount> amounts{};  ///< Of the rows of Field::Amount, by their slots.
+  std::array<double, kSlotCount>
+      amounts{};  ///< Of the rows of Field::Amount, and the unrounded values of direct ones.
   std::array<double, kFieldCount> fields{};
   std::bitset<kFieldCount> given;
   std::array<double, 4> sends{}, sendControllers{};
@@ -72,6 +74,13 @@ void applyStageTime(const StageTime& time, const StageSlots& slots, SlotValues& 
 StageTime undoStageTime(const SlotValues& values, const StageSlots& slots);
 /// Delay, attack, hold, decay and release of an envelope.
 std::array<StageSlots, 5> stageSlotsOf(Slot envelope);
+/// Names of the opcodes for the parts of a StageTime.
+struct StageNames {
+  std::string seconds, velocity, key, controller;
+};
+/// Puts the numbers, times `scale`, in the shortest forms that together read back as the slots' values.
+void putStageTime(const SlotValues& values, const StageSlots& slots, double scale, const StageNames& names,
+                  OpcodeLines& out);
 void putTimes(const SlotValues& values, Slot envelope, std::string_view prefix, OpcodeLines& out);
 
 /// Whether an envelope is delay, attack to the top, hold, decay to the sustain level and release to the

@@ -76,7 +76,7 @@ void setPoints(const Eg& eg, Slot envelope, SlotValues& values) {
     values[envelopeSlot(envelope, kRiseLevels[i])] = toFloat(rise[i].level);
   }
   if (fall.empty()) fall.push_back({});
-  const double drop = std::abs(sustain - fall[0].level);
+  const double drop = std::abs(double{toFloat(sustain)} - toFloat(fall[0].level));  // as the slots hold them
   Point first = fall[0];
   for (double* seconds : {&first.time.seconds, &first.time.velocitySeconds, &first.time.keySeconds,
                           &first.time.controllerSeconds})
@@ -103,30 +103,9 @@ void takeTime(int which, double number, Point& point) {
   *kPlaces[which] = number;
 }
 
-// One point of an envelope: its level, and its time unless that is 0.
-void putPoint(OpcodeLines& out, int eg, int index, float level, StageTime time, const StageSlots* slots,
-              double scale, const SlotValues& values) {
-  const std::string at = std::to_string(index);
-  putSlot(out, numberedName("eg", eg, "_level" + at), level, level, [](double each) { return each; });
-  auto put = [&](std::string_view suffix, double StageTime::*field, Slot slot) {
-    if (time.*field == 0) return;
-    time.*field =
-        out.putNumber(numberedName("eg", eg, "_time" + at).append(suffix), time.*field * scale,
-                      [&](double number) {
-                        StageTime changed = time;
-                        changed.*field = number / scale;
-                        SlotValues read = initialValues();
-                        if (slots) applyStageTime(changed, *slots, read);
-                        return slots ? read[slot] == values[slot] : toFloat(number / scale) == values[slot];
-                      }) /
-        scale;
-  };
-  if (!slots) return;
-  put("", &StageTime::seconds, slots->time);
-  put("_oncc133", &StageTime::keySeconds, slots->key);
-  put("_oncc131", &StageTime::velocitySeconds, slots->velocity);
-  if (slots->controller != 0)
-    put(index == 5 ? "_oncc72" : "_oncc73", &StageTime::controllerSeconds, slots->controller);
+void putLevel(OpcodeLines& out, int eg, int index, float level) {
+  putSlot(out, numberedName("eg", eg, "_level" + std::to_string(index)), level, level,
+          [](double each) { return each; });
 }
 
 }  // namespace
@@ -186,27 +165,27 @@ void putEnvelope(const SlotValues& values, Slot envelope, OpcodeLines& out) {
   SlotValues known = values;
   if (!hasDependencies(envelope))
     for (const StageSlots& each : stageSlotsOf(envelope)) known[each.velocity] = 0, known[each.key] = 1;
+  auto timeName = [&](int index) { return numberedName("eg", eg.number, "_time" + std::to_string(index)); };
   auto point = [&](int index, Stage level, std::size_t stage, double scale) {
     StageSlots slots = stageSlots(envelope, stage);
     if (!hasDependencies(envelope)) slots.controller = 0;
-    putPoint(out, eg.number, index, at(level), undoStageTime(known, slots), &slots, scale, known);
+    const std::string name = timeName(index);
+    putLevel(out, eg.number, index, at(level));
+    putStageTime(known, slots, scale,
+                 {name, name + "_oncc131", name + "_oncc133", name + (index == 5 ? "_oncc72" : "_oncc73")},
+                 out);
   };
   auto later = [&](int index, Stage level, Stage time) {
-    const std::string suffix = "_time" + std::to_string(index);
-    putSlot(out, numberedName("eg", eg.number, "_level" + std::to_string(index)), at(level), at(level),
-            [](double each) { return each; });
-    if (at(time) != 0)
-      putSlot(out, numberedName("eg", eg.number, suffix), at(time), at(time),
-              [](double each) { return each; });
+    putLevel(out, eg.number, index, at(level));
+    if (at(time) != 0) putSlot(out, timeName(index), at(time), at(time), [](double each) { return each; });
   };
-  putSlot(out, numberedName("eg", eg.number, "_level0"), at(Stage::InitialLevel), at(Stage::InitialLevel),
-          [](double each) { return each; });
+  putLevel(out, eg.number, 0, at(Stage::InitialLevel));
   for (int i = 0; i < 4; ++i) point(i + 1, kRiseLevels[i], static_cast<std::size_t>(i), 1);
   const double drop = std::abs(double{at(Stage::Sustain)} - at(Stage::Release1Level));
   point(5, Stage::Release1Level, 4, drop > 0 ? drop : 1);
-  if (envelope == slots::VEnv && at(Stage::HoldPedalToRelease1) != 0)
-    putSlot(out, numberedName("eg", eg.number, "_time5_oncc69"), at(Stage::HoldPedalToRelease1),
-            at(Stage::HoldPedalToRelease1), [](double each) { return each; });
+  const float pedal = at(Stage::HoldPedalToRelease1);
+  if (envelope == slots::VEnv && pedal != 0)
+    putSlot(out, timeName(5) + "_oncc69", pedal, pedal, [](double each) { return each; });
   later(6, Stage::Release2Level, Stage::Release2Time);
   later(7, Stage::Release3Level, Stage::Release3Time);
 

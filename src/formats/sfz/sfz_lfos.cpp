@@ -37,7 +37,7 @@ bool isAny(const std::array<double, 4>& depths) {
 
 void setShape(const Lfo& lfo, const LfoSlots& to, SlotValues& values) {
   values[to.shape] = toFloat(shapeOfWave(lfo.wave));
-  values[offset(to.shape, 1)] = std::max(toFloat(lfo.frequency), 0.01f);
+  values[offset(to.shape, 1)] = toFloat(lfo.frequency);
   values[offset(to.shape, 2)] = toFloat(lfo.delay);
   values[offset(to.shape, 3)] = toFloat(lfo.fade);
 }
@@ -45,7 +45,7 @@ void setShape(const Lfo& lfo, const LfoSlots& to, SlotValues& values) {
 void setDepths(const Lfo& lfo, const std::array<double, 4>& depths, const LfoSlots& to, SlotValues& values) {
   for (int i = 0; i < 3; ++i) values[offset(to.depth, i)] = toFloat(depths[static_cast<std::size_t>(i)]);
   values[offset(to.depth, 3)] = toFloat(depths[3] / 2);
-  values[to.depth] = toFloat(values[to.depth] + depths[3] / 2);
+  values[to.depth] = toFloat(depths[0] + depths[3] / 2);
   setShape(lfo, to, values);
 }
 
@@ -96,7 +96,7 @@ void putLfo(const SlotValues& values, Carrier carrier, OpcodeLines& out) {
   const LfoSlots& lfo = *std::ranges::find(kLfos, carrier, &LfoSlots::carrier);
   auto slot = [&](Slot first, int by) { return values[offset(first, by)]; };
   auto put = [&](std::string_view suffix, float value, double factor) {
-    if (value != 0)
+    if (value != 0 || suffix == "_freq")
       putSlot(out, numberedName("lfo", lfo.number, suffix), value, value / factor,
               [factor](double each) { return each * factor; });
   };
@@ -111,7 +111,7 @@ void putLfo(const SlotValues& values, Carrier carrier, OpcodeLines& out) {
     half = out.putNumber(numberedName("lfo", lfo.number, target + "_oncc131"), velocity * 2 / lfo.factor,
                          [&](double each) { return toFloat(each * lfo.factor / 2) == velocity; }) *
            lfo.factor / 2;
-  auto isDepth = [&](double each) { return toFloat(toFloat(each * lfo.factor) + half) == depth; };
+  auto isDepth = [&](double each) { return toFloat(each * lfo.factor + half) == depth; };
   if (!isDepth(0))
     out.putNumber(numberedName("lfo", lfo.number, target), (depth - half) / lfo.factor, isDepth);
   put(target + "_oncc1", slot(lfo.depth, 1), lfo.factor);

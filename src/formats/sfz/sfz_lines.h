@@ -10,6 +10,27 @@
 
 namespace vemko::sfz {
 
+inline constexpr int kFewestDigits = 6, kMostDigits = 17;
+
+/// A number's decimal form with at most so many digits.
+class NumberText {
+ public:
+  NumberText(double number, int digits)
+      : end_(std::to_chars(text_, text_ + sizeof text_, number + 0.0, std::chars_format::general, digits)
+                 .ptr) {}
+  std::string_view text() const { return {text_, static_cast<std::size_t>(end_ - text_)}; }
+  /// What a reader sees.
+  double value() const {
+    double value = 0;
+    std::from_chars(text_, end_, value);
+    return value;
+  }
+
+ private:
+  char text_[40];
+  const char* end_;
+};
+
 /// "name=value" lines of one region.
 class OpcodeLines {
  public:
@@ -18,26 +39,19 @@ class OpcodeLines {
   bool isVersion2() const { return dialect_ == kV2; }
   bool uses(const OpcodeRow& row) const { return (row.dialects & dialect_) != 0; }
 
-  /// The shortest decimal form of `number` for which `readsBack(value of the form)` holds; with six digits
-  /// when none of nine digits does, which a second trip then keeps. Returns what a reader will see.
+  /// The shortest decimal form of `number`, of six digits at least, for which `readsBack(value of the form)`
+  /// holds; with six digits when none does. Returns what a reader will see.
   template <class ReadsBack>
   double putNumber(std::string_view name, double number, ReadsBack readsBack) {
-    char text[40];
-    double value = 0;
-    auto print = [&](int digits) {
-      const char* end =
-          std::to_chars(text, text + sizeof text, number + 0.0, std::chars_format::general, digits).ptr;
-      std::from_chars(text, end, value);
-      return std::string_view(text, static_cast<std::size_t>(end - text));
-    };
-    for (int digits = 6; digits <= 9; ++digits) {
-      const std::string_view form = print(digits);
-      if (!readsBack(value)) continue;
-      putText(name, form);
-      return value;
+    for (int digits = kFewestDigits; digits <= kMostDigits; ++digits) {
+      const NumberText form(number, digits);
+      if (readsBack(form.value())) return put(name, form);
     }
-    putText(name, print(6));
-    return value;
+    return put(name, NumberText(number, kFewestDigits));
+  }
+  double put(std::string_view name, const NumberText& form) {
+    putText(name, form.text());
+    return form.value();
   }
   void putWhole(std::string_view name, std::int64_t number) { putText(name, std::to_string(number)); }
   void putText(std::string_view name, std::string_view value) {

@@ -12,7 +12,7 @@ namespace vemko::sfz {
 /// What the opcodes of one LFO say, in the units of the slots; depths by itself, by the modulation wheel, by
 /// aftertouch, by velocity.
 struct Lfo {
-  double wave = 1, frequency = 0, delay = 0, fade = 0;
+  double wave = 1, frequency = 0.01, delay = 0, fade = 0;  ///< Without a frequency it stands still.
   std::array<double, 4> pitch{}, volume{}, cutoff{};
   double pan = 0;
 };

@@ -42,7 +42,8 @@ void RegionBuilder::collectNumber(const OpcodeRow& row, const Setting& setting) 
   const double number = setting.number;
   switch (row.field) {
     case Field::Direct:
-      opcodes_.slots[row.slot] = static_cast<float>(number * row.factor);
+      opcodes_.amounts[row.slot] = number * row.factor;
+      opcodes_.slots[row.slot] = static_cast<float>(opcodes_.amounts[row.slot]);
       opcodes_.givenSlots.set(row.slot);
       return;
     case Field::Amount:

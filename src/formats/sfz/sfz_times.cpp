@@ -83,10 +83,47 @@ StageTime undoStageTime(const SlotValues& values, const StageSlots& slots) {
 void applyTimes(const RegionOpcodes& opcodes, SlotValues& values) {
   for (Slot envelope : {slots::VEnv, slots::PEnv, slots::FEnv})
     for (const StageSlots& each : stageSlotsOf(envelope)) {
-      const StageTime time{values[each.time], opcodes.amounts[each.velocity], opcodes.amounts[each.key],
+      const StageTime time{opcodes.amounts[each.time], opcodes.amounts[each.velocity],
+                           opcodes.amounts[each.key],
                            each.controller != 0 ? opcodes.amounts[each.controller] : 0};
       applyStageTime(time, each, values);
     }
+}
+
+void putStageTime(const SlotValues& values, const StageSlots& slots, double scale, const StageNames& names,
+                  OpcodeLines& out) {
+  const StageTime exact = undoStageTime(values, slots);
+  if (exact.seconds == 0 && values[slots.time] == 0) return;
+  const bool isPlain = exact.velocitySeconds == 0 && exact.keySeconds == 0 && exact.controllerSeconds == 0;
+  if (isPlain) {
+    const float slot = values[slots.time];
+    out.putNumber(names.seconds, exact.seconds * scale,
+                  [&](double number) { return static_cast<float>(number / scale) == slot; });
+    return;
+  }
+  struct Part {
+    double StageTime::*part;
+    const std::string& name;
+  };
+  const Part parts[] = {{&StageTime::seconds, names.seconds},
+                        {&StageTime::velocitySeconds, names.velocity},
+                        {&StageTime::keySeconds, names.key},
+                        {&StageTime::controllerSeconds, names.controller}};
+  auto readsBack = [&](int digits) {
+    StageTime time;
+    for (const Part& each : parts)
+      time.*each.part = NumberText(exact.*each.part * scale, digits).value() / scale;
+    SlotValues read = initialValues();
+    applyStageTime(time, slots, read);
+    return read[slots.time] == values[slots.time] && read[slots.velocity] == values[slots.velocity] &&
+           read[slots.key] == values[slots.key] &&
+           (slots.controller == 0 || read[slots.controller] == values[slots.controller]);
+  };
+  int digits = kFewestDigits;
+  while (digits <= kMostDigits && !readsBack(digits)) ++digits;
+  if (digits > kMostDigits) digits = kFewestDigits;
+  for (const Part& each : parts)
+    if (exact.*each.part != 0) out.put(each.name, NumberText(exact.*each.part * scale, digits));
 }
 
 void putTimes(const SlotValues& values, Slot envelope, std::string_view prefix, OpcodeLines& out) {
@@ -94,34 +131,15 @@ void putTimes(const SlotValues& values, Slot envelope, std::string_view prefix, 
   if (const float start = values[envelope]; start != 0)
     out.putNumber(std::string(prefix).append("start"), start * 100.0,
                   [&](double percent) { return static_cast<float>(percent * 0.01) == start; });
+  SlotValues known = values;
   for (std::size_t i = 0; i < stages.size(); ++i) {
-    StageTime time = undoStageTime(values, stages[i]);
-    if (!out.isVersion2()) {
-      // The first version has no key tracking of times: as at middle C.
-      SlotValues untracked = values;
-      untracked[stages[i].key] = 1;
-      time = undoStageTime(untracked, stages[i]);
-    }
-    // A later number is chosen for what the earlier ones were rounded to.
-    auto reads = [&](double StageTime::*field, Slot slot) {
-      return [&, field, slot](double number) {
-        StageTime changed = time;
-        changed.*field = number;
-        SlotValues read = initialValues();
-        applyStageTime(changed, stages[i], read);
-        return read[slot] == values[slot];
-      };
-    };
-    auto put = [&](std::string_view before, std::string_view after, double StageTime::*field, Slot slot) {
-      if (time.*field != 0)
-        time.*field = out.putNumber(std::string(prefix).append(before).append(kStages[i].name).append(after),
-                                    time.*field, reads(field, slot));
-    };
-    put("", "", &StageTime::seconds, stages[i].time);
-    put("", "cc133", &StageTime::keySeconds, stages[i].key);
-    put("vel2", "", &StageTime::velocitySeconds, stages[i].velocity);
-    if (stages[i].controller != 0)
-      put("", kStages[i].controllerName, &StageTime::controllerSeconds, stages[i].controller);
+    // The first version has no key tracking of times: as at middle C.
+    if (!out.isVersion2()) known[stages[i].key] = 1;
+    const std::string name = std::string(prefix).append(kStages[i].name);
+    putStageTime(known, stages[i], 1,
+                 {name, std::string(prefix).append("vel2").append(kStages[i].name), name + "cc133",
+                  name + std::string(kStages[i].controllerName)},
+                 out);
   }
 }
 
