@@ -8,6 +8,8 @@
 #include "base/last_error.h"
 #include "base/text.h"
 #include "core/collection.h"
+#include "core/parameters.h"
+#include "io/open.h"
 #include "io/registry.h"
 #include "io/save.h"
 
@@ -42,14 +44,39 @@ Waveform* makeOrgan(Collection& collection) {
   return &organ;
 }
 
+bool saveWave(const Path& file) {
+  Collection collection;
+  Waveform* organ = makeOrgan(collection);
+  const io::SaveOptions options{.requested = io::encodingBit(SampleEncoding::Pcm16)};
+  return io::saveItem(organ, io::findWritingRow(u"wav", kindBit(ItemKind::Waveform)), file, options);
+}
+
+// Two manuals that play the sample beside them: the upper one an octave higher, with a tremolo that the
+// modulation wheel brings in.
+bool saveInstrument(const Path& sample, const Path& file) {
+  Collection collection;
+  if (!io::openFile(collection, sample, false)) return false;
+  const ItemSerial organ = serialOf(collection.all<Waveform>().front()->id());
+  Instrument& instrument = createInstrument(collection, u"Organ");
+  instrument.articulation.set(slots::VelocityResponse, 0);
+  instrument.articulation.set(envelopeSlot(slots::VEnv, Stage::Release1Rate), 0.1f);
+  createRegion(createLayer(instrument, u"Lower manual"), u"",
+               {.waveform = organ, .keys = {36, 59}, .rootKey = 57});
+  Region& upper = createRegion(createLayer(instrument, u"Upper manual"), u"",
+                               {.waveform = organ, .keys = {60, 96}, .rootKey = 57});
+  upper.articulation.set(slots::MasterTuning, 12);
+  upper.articulation.set(slots::VLfoToVolume + 1, 6);
+  upper.articulation.set(slots::VLfoShape + 1, 6.5f);
+  const int row = io::findWritingRowByDescription(u"Cakewalk SFZ v2 (waves in same folder)");
+  return io::saveItem(&instrument, row, file, io::saveOptionsFor(row, 0));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  Collection collection;
-  Waveform* organ = makeOrgan(collection);
-  io::SaveOptions options{.requested = io::encodingBit(SampleEncoding::Pcm16)};
-  int row = io::findWritingRow(u"wav", kindBit(ItemKind::Waveform));
-  if (argc != 2 || !io::saveItem(organ, row, Path(argv[1]) / "organ.wav", options)) {
+  const Path folder = argc == 2 ? argv[1] : "";
+  if (argc != 2 || !saveWave(folder / "organ.wav") ||
+      !saveInstrument(folder / "organ.wav", folder / "organ.sfz")) {
     std::fprintf(stderr, "make-examples: %s\n", argc == 2 ? toUtf8(lastError()).c_str() : "name a folder");
     return 1;
   }

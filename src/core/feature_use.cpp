@@ -77,6 +77,7 @@ constexpr std::u16string_view kTexts[] = {
     u"Envs: Key to Hold/Decay",
     u"Trigger: Fixed key or velocity",
     u"Trigger: Exclusive groups",
+    u"Trigger: Rounds, random choice, controllers, one-shots",
     u"Waves: Volume adjustment",
 };
 static_assert(std::size(kTexts) == features::Count - kFeatureCount);
@@ -255,6 +256,7 @@ FeatureMask featuresOf(const Region& region) {
   if (region.delaySeconds != 0) used |= featureBit(DelayTime);
   if (region.trigger != Trigger::Attack) used |= featureBit(TriggerTypes);
   if (region.exclusiveGroup != 0) used |= featureBit(features::ExclusiveGroups);
+  if (region.rules) used |= featureBit(features::PlayRules);
   if (region.fixedKey != Region::kNotSet || region.fixedVelocity != Region::kNotSet)
     used |= featureBit(features::FixedKey);
   return used;

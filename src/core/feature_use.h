@@ -23,6 +23,7 @@ enum : int {
   KeyToDecay,
   FixedKey,  ///< Every note sounds as one key, or with one velocity.
   ExclusiveGroups,
+  PlayRules,  ///< Rounds, random choice, controllers, one-shots, groups that others stop.
   VolumeAdjustment,  ///< Of a waveform.
   Count
 };
