@@ -55,11 +55,17 @@ constexpr Holding kHoldings[] = {
 struct BankHolding {
   std::u16string_view description;
   std::u16string_view profile;  // of the matrix
-  FeatureMask more;             // what the matrix does not speak of
+  FeatureMask more;             // what the matrix does not speak of, or what our writer says all the same
+  FeatureMask less = 0;         // what the writer leaves out
 };
 constexpr FeatureMask kInBanks = kLoops | featureBit(features::KeyToDecay) |
                                  featureBit(features::ExclusiveGroups) |
                                  featureBit(features::VolumeAdjustment);
+// What both versions of SFZ hold: separate LFOs and envelopes, random pan, and what the sample files take.
+constexpr FeatureMask kInSfz = kInBanks | kMoreLoops | kMarkers | kSectionEnds |
+                               featureBit(features::FixedKey) | featureBit(features::PlayRules) |
+                               featureBit(15) | featureBit(20) | featureBit(39);
+constexpr FeatureMask kKeyToTimes = featureBit(24) | featureBit(features::KeyToDecay);
 // Every row that writes instruments.
 constexpr BankHolding kBankHoldings[] = {
     {u"DownLoadable Sounds level 1", u"DLS level 1 melodic (.DLS)", kInBanks},
@@ -70,6 +76,10 @@ constexpr BankHolding kBankHoldings[] = {
     {u"RIFF-MIDI w DLS level 2 instruments", u"DLS level 2 (.DLS)", kInBanks},
     {u"SoundFont v2 bank", u"SoundFont 2.01 (.SF2)", kInBanks | featureBit(features::FixedKey)},
     {u"Compressed SoundFont", u"SoundFont 2.01 (.SF2)", kInBanks | featureBit(features::FixedKey)},
+    {u"rgc:audio SFZ v1 (waves in same folder)", u"SFZ v1 (.SFZ)", kInSfz, kKeyToTimes},
+    {u"rgc:audio SFZ v1 (waves in sub-folder)", u"SFZ v1 (.SFZ)", kInSfz, kKeyToTimes},
+    {u"Cakewalk SFZ v2 (waves in same folder)", u"SFZ v2 (.SFZ)", kInSfz | featureBit(37)},
+    {u"Cakewalk SFZ v2 (waves in sub-folder)", u"SFZ v2 (.SFZ)", kInSfz | featureBit(37)},
 };
 
 // Nothing where it is not recorded what the row holds.
@@ -81,7 +91,7 @@ std::optional<FeatureMask> heldFeatures(int row) {
   const auto* bank = std::ranges::find(kBankHoldings, description, &BankHolding::description);
   if (bank == std::end(kBankHoldings)) return std::nullopt;
   for (const FeatureProfile& profile : featureProfiles())
-    if (profile.name == bank->profile) return profile.features | bank->more;
+    if (profile.name == bank->profile) return (profile.features | bank->more) & ~bank->less;
   return std::nullopt;
 }
 
