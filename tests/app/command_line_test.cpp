@@ -437,5 +437,13 @@ TEST(CommandLine, CompletionAndManPageKnowEveryOption) {
   }
 }
 
+TEST(CommandLine, WritesSampleFilesInTheChosenFormat) {
+  const Workshop shop;
+  putFile(shop.folder / "i.sfz", "<region>sample=a.wav");
+  const Ran ran = shop.run({"convert", "i.sfz", "-d", "out", "--to", "sfz", "--sample-files", "flac"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(filesIn(shop.folder / "out"), (Names{"a.flac", "i.sfz"}));
+}
+
 }  // namespace
 }  // namespace vemko

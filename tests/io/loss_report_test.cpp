@@ -96,5 +96,23 @@ TEST(LossReport, TellsWhatLoopsAndMarkersLose) {
             (std::vector<std::u16string>{u"Waves: Loops", u"Waves: Markers", u"Waves: Ends of sections"}));
 }
 
+TEST(LossReport, TellsWhenRegionsPlayByRulesThatABankLacks) {
+  Collection collection;
+  Region& region = createRegion(createLayer(createInstrument(collection, u""), u""), u"region");
+  PlayRules rules;
+  rules.sequenceLength = 2;
+  region.rules = std::make_shared<const PlayRules>(rules);
+  auto losses = [&](std::u16string_view row) {
+    std::vector<std::u16string> texts;
+    for (const Loss& loss : lossesOfSaving(collection, findWritingRowByDescription(row), {}))
+      texts.push_back(lossText(loss));
+    return texts;
+  };
+  EXPECT_EQ(
+      losses(u"SoundFont v2 bank"),
+      (std::vector<std::u16string>{u"Trigger: Rounds, random choice, controllers, one-shots (\"region\")"}));
+  EXPECT_EQ(losses(u"Cakewalk SFZ v2 (waves in same folder)"), std::vector<std::u16string>{});
+}
+
 }  // namespace
 }  // namespace vemko::io

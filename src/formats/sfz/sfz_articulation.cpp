@@ -137,8 +137,10 @@ struct VelocityDepth {
   std::string_view name, velocityName;
   Carrier carrier;
 };
+constexpr VelocityDepth kResonance = {
+    slots::FilterResonance, slots::VelocityToResonance, 1, "resonance", "resonance_oncc131", Carrier::None};
 constexpr VelocityDepth kVelocityDepths[] = {
-    {slots::FilterResonance, slots::VelocityToResonance, 1, "resonance", "resonance_oncc131", Carrier::None},
+    kResonance,
     {slots::PLfoToPitch, slots::PLfoToPitch + 3, .01, "pitchlfo_depth", "pitchlfo_depthcc131", Carrier::PLfo},
     {slots::VLfoToVolume, slots::VLfoToVolume + 3, 1, "amplfo_depth", "amplfo_depthcc131", Carrier::VLfo},
     {slots::FLfoToCutoff, slots::FLfoToCutoff + 3, .01, "fillfo_depth", "fillfo_depthcc131", Carrier::FLfo},
@@ -157,7 +159,9 @@ void applyVelocityDepths(const RegionOpcodes& opcodes, SlotValues& values) {
 }
 
 void putVelocityDepth(const SlotValues& values, const VelocityDepth& row, OpcodeLines& out) {
-  const float depth = values[row.depth], velocity = values[row.velocity];
+  // The first version does not lead velocity to the resonance.
+  const bool isSaid = out.isVersion2() || row.carrier != Carrier::None;
+  const float depth = values[row.depth], velocity = isSaid ? values[row.velocity] : 0;
   double half = 0;
   if (velocity != 0)
     half = out.putNumber(row.velocityName, velocity * 2.0 / row.factor,
@@ -215,31 +219,65 @@ void undoSends(const SlotValues& values, const EffectChannels& channels, OpcodeL
 
 // --- The direct rows
 
-struct CarrierSlots {
-  Carrier carrier;
-  SlotGroup group;
-};
-constexpr CarrierSlots kCarriers[] = {
-    {Carrier::PLfo, SlotGroup::PLfo},      {Carrier::VLfo, SlotGroup::VLfo},
-    {Carrier::FLfo, SlotGroup::FLfo},      {Carrier::PEnv, SlotGroup::PEnvelope},
-    {Carrier::FEnv, SlotGroup::FEnvelope}, {Carrier::None, SlotGroup::VEnvelope}};
-
 // How a writer says a carrier: not at all, with the opcodes of the first version, or numbered.
 enum class Way { Absent, Plain, Numbered };
 
-bool isLfo(Carrier carrier) {
-  return carrier == Carrier::PLfo || carrier == Carrier::VLfo || carrier == Carrier::FLfo;
-}
+struct CarrierRow {
+  Carrier carrier;
+  SlotGroup group;
+  std::string_view prefix;
 
-Way wayOf(const SlotValues& values, const CarrierSlots& each, bool version2) {
-  if (!isInUse(values, each.carrier)) return Way::Absent;
-  const Slot first = slotsOf(each.group).first;
-  const bool isPlain = isLfo(each.carrier) ? values[first] == 0 : isSixStage(values, first);
+  Slot first() const { return slotsOf(group).first; }
+  bool isEnvelope() const { return prefix.ends_with("eg_"); }
+};
+constexpr CarrierRow kCarriers[] = {
+    {Carrier::PLfo, SlotGroup::PLfo, "pitchlfo_"},   {Carrier::VLfo, SlotGroup::VLfo, "amplfo_"},
+    {Carrier::FLfo, SlotGroup::FLfo, "fillfo_"},     {Carrier::PEnv, SlotGroup::PEnvelope, "pitcheg_"},
+    {Carrier::FEnv, SlotGroup::FEnvelope, "fileg_"}, {Carrier::None, SlotGroup::VEnvelope, "ampeg_"}};
+
+Way wayOf(const SlotValues& values, const CarrierRow& row, bool version2) {
+  if (!isInUse(values, row.carrier)) return Way::Absent;
+  const bool isPlain = row.isEnvelope() ? isSixStage(values, row.first()) : values[row.first()] == 0;
   return isPlain || !version2 ? Way::Plain : Way::Numbered;
 }
 
-void putDirectRows(const SlotValues& values, const std::bitset<kSlotCount>& done, OpcodeLines& out) {
-  std::bitset<kSlotCount> seen = done;
+using Slots = std::bitset<kSlotCount>;
+
+void addGroup(Slots& slots, SlotGroup group) {
+  const SlotRange range = slotsOf(group);
+  for (Slot slot = range.first; slot <= range.last; ++slot) slots.set(slot);
+}
+
+// What the direct rows are not to say: what comes with other numbers, numbered, or not at all.
+Slots indirectSlots(const SlotValues& values, bool version2) {
+  Slots slots;
+  if (filterTypeOf(values) == FilterType::Off) addGroup(slots, SlotGroup::Filter);
+  for (const CarrierRow& row : kCarriers) {
+    const Way way = wayOf(values, row, version2);
+    if (way != Way::Plain) addGroup(slots, row.group);
+    if (row.isEnvelope())
+      for (const StageSlots& stage : stageSlotsOf(row.first())) slots.set(stage.time);
+    for (const VelocityDepth& each : kVelocityDepths) {
+      if (each.carrier != row.carrier) continue;
+      slots.set(each.depth);
+      if (way != Way::Plain && !row.isEnvelope()) slots.set(each.depth + 1u).set(each.depth + 2u);
+    }
+  }
+  return slots;
+}
+
+void putCarrier(const SlotValues& values, const CarrierRow& row, OpcodeLines& out) {
+  const Way way = wayOf(values, row, out.isVersion2());
+  if (way == Way::Numbered)
+    return row.isEnvelope() ? putEnvelope(values, row.first(), out) : putLfo(values, row.carrier, out);
+  if (way == Way::Absent) return;
+  for (const VelocityDepth& each : kVelocityDepths)
+    if (each.carrier == row.carrier && row.carrier != Carrier::None) putVelocityDepth(values, each, out);
+  if (row.isEnvelope()) putTimes(values, row.first(), row.prefix, out);
+}
+
+void putDirectRows(const SlotValues& values, OpcodeLines& out) {
+  Slots seen = indirectSlots(values, out.isVersion2());
   for (const OpcodeRow& row : opcodeRows()) {
     if (row.field != Field::Direct || !out.uses(row) || seen[row.slot]) continue;
     seen.set(row.slot);
@@ -258,11 +296,6 @@ void moveXLfo(SlotValues& values) {
     values.slots[slots::PLfoToPitch + i] = values.slots[slots::XLfoToPitch + i];
     values.slots[slots::PLfoShape + i] = values.slots[slots::XLfoShape + i];
   }
-}
-
-void markGroup(std::bitset<kSlotCount>& done, SlotGroup group) {
-  const SlotRange range = slotsOf(group);
-  for (Slot slot = range.first; slot <= range.last; ++slot) done.set(slot);
 }
 
 }  // namespace
@@ -302,37 +335,9 @@ void putArticulation(const ArticulationBlock& block, const FileAdjustments& file
   undoPan(values, out);
   undoFilter(values, out);
 
-  std::bitset<kSlotCount> done;
-  if (filterTypeOf(values) == FilterType::Off) markGroup(done, SlotGroup::Filter);
-  std::array<Way, std::size(kCarriers)> ways{};
-  for (std::size_t i = 0; i < ways.size(); ++i) {
-    ways[i] = wayOf(values, kCarriers[i], out.isVersion2());
-    if (ways[i] != Way::Plain) markGroup(done, kCarriers[i].group);
-    // Times come with their dependencies below.
-    if (!isLfo(kCarriers[i].carrier))
-      for (const StageSlots& stage : stageSlotsOf(slotsOf(kCarriers[i].group).first)) done.set(stage.time);
-  }
-  for (const VelocityDepth& each : kVelocityDepths) {
-    const bool filterRow = each.carrier == Carrier::None;
-    const auto* at = std::ranges::find(kCarriers, each.carrier, &CarrierSlots::carrier);
-    const bool wanted =
-        filterRow ? !done[each.depth] : ways[static_cast<std::size_t>(at - kCarriers)] == Way::Plain;
-    done.set(each.depth);
-    if (wanted) putVelocityDepth(values, each, out);
-    if (!wanted && isLfo(each.carrier)) done.set(each.depth + 1u).set(each.depth + 2u);
-  }
-  putDirectRows(values, done, out);
-  for (std::size_t i = 0; i < ways.size(); ++i) {
-    const Slot first = slotsOf(kCarriers[i].group).first;
-    if (ways[i] == Way::Plain && !isLfo(kCarriers[i].carrier))
-      putTimes(values, first,
-               first == slots::VEnv   ? "ampeg_"
-               : first == slots::PEnv ? "pitcheg_"
-                                      : "fileg_",
-               out);
-    if (ways[i] == Way::Numbered && isLfo(kCarriers[i].carrier)) putLfo(values, kCarriers[i].carrier, out);
-    if (ways[i] == Way::Numbered && !isLfo(kCarriers[i].carrier)) putEnvelope(values, first, out);
-  }
+  if (filterTypeOf(values) != FilterType::Off) putVelocityDepth(values, kResonance, out);
+  putDirectRows(values, out);
+  for (const CarrierRow& row : kCarriers) putCarrier(values, row, out);
   if (out.isVersion2()) {
     if (isInUse(values, Carrier::XLfo)) putLfo(values, Carrier::XLfo, out);
     if (isInUse(values, Carrier::XEnv)) putEnvelope(values, slots::XEnv, out);
