@@ -58,7 +58,7 @@ std::u16string_view extensionOf(SampleFiles format) {
 // A folder of that name that is a link could lead anywhere.
 bool CompanionFiles::makeFolder(const Path& folder) {
   std::error_code error;
-  if (folder.empty() || fs::is_directory(fs::symlink_status(folder, error))) return true;
+  if (fs::is_directory(fs::symlink_status(folder, error))) return true;
   if (fileExists(folder)) {
     logWarning(textOf(folder) + u" is no folder, or a link");
     return fail(u"Could not create file");
@@ -100,13 +100,17 @@ void CompanionFiles::reuseEqualFile(Job& job) const {
   }
 }
 
-bool CompanionFiles::save(std::span<Sample> samples, const Path& folder, const SaveOptions& options) {
+bool CompanionFiles::save(std::span<Sample> samples, const Path& target, const Path& below,
+                          const SaveOptions& options) {
   last_.clear();
   lastFolder_.clear();
   const std::u16string_view extension = extensionOf(static_cast<SampleFiles>(options.extra));
   const FormatEntry* row = formatRow(findWritingRow(extension, kindBit(ItemKind::Waveform)));
   if (!row) return fail(u"Invalid export format selected");
-  if (!samples.empty() && !makeFolder(folder)) return false;
+  const CapabilityMask encoding = options.requested & kEncodingBits;
+  if ((encoding & row->capabilities) != encoding) return fail(u"The sample files can not have this encoding");
+  const Path folder = below.empty() ? target : target / below;
+  if (!samples.empty() && !below.empty() && !makeFolder(folder)) return false;
   const SaveOptions ofSamples{.requested = options.requested & row->capabilities,
                               .variant = row->variant,
                               .setting = options.setting};

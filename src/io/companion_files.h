@@ -30,9 +30,10 @@ class CompanionFiles {
     std::u16string stem;  ///< The wanted name, made safe here.
     Path name;            ///< Where the samples are, within the folder; filled by save().
   };
-  /// Makes `folder` when it is missing. Of the options the encoding counts as far as the samples' format has
-  /// it. False with the last error message set, and then no file that it made remains.
-  bool save(std::span<Sample> samples, const Path& folder, const SaveOptions& options);
+  /// Into `folder`, or into its folder of the name `below`, which is made when it is missing. Fails with "The
+  /// sample files can not have this encoding" when the options ask for one that the samples' format lacks,
+  /// and like a save; no file that it made remains then.
+  bool save(std::span<Sample> samples, const Path& folder, const Path& below, const SaveOptions& options);
   /// Removes what the last save() wrote, after a failure of the file that was to refer to it.
   void removeLast();
 

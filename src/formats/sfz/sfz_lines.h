@@ -12,23 +12,30 @@ namespace vemko::sfz {
 
 inline constexpr int kFewestDigits = 6, kMostDigits = 17;
 
-/// A number's decimal form with at most so many digits.
+/// A number's decimal form.
 class NumberText {
  public:
-  NumberText(double number, int digits)
-      : end_(std::to_chars(text_, text_ + sizeof text_, number + 0.0, std::chars_format::general, digits)
-                 .ptr) {}
-  std::string_view text() const { return {text_, static_cast<std::size_t>(end_ - text_)}; }
+  /// With at most so many digits.
+  NumberText(double number, int digits) {
+    keep(std::to_chars(text_, text_ + sizeof text_, number + 0.0, std::chars_format::general, digits).ptr);
+  }
+  /// The shortest one that tells the number from other floats.
+  explicit NumberText(float number) {
+    keep(std::to_chars(text_, text_ + sizeof text_, number + 0.0f, std::chars_format::general).ptr);
+  }
+  std::string_view text() const { return {text_, size_}; }
   /// What a reader sees.
   double value() const {
     double value = 0;
-    std::from_chars(text_, end_, value);
+    std::from_chars(text_, text_ + size_, value);
     return value;
   }
 
  private:
+  void keep(const char* end) { size_ = static_cast<std::size_t>(end - text_); }
+
   char text_[40];
-  const char* end_;
+  std::size_t size_ = 0;
 };
 
 /// "name=value" lines of one region.
@@ -43,6 +50,9 @@ class OpcodeLines {
   /// holds; with six digits when none does. Returns what a reader will see.
   template <class ReadsBack>
   double putNumber(std::string_view name, double number, ReadsBack readsBack) {
+    // Most numbers have few digits, and these are found soonest so.
+    const NumberText shortest(static_cast<float>(number));
+    if (shortest.text().size() <= kFewestDigits && readsBack(shortest.value())) return put(name, shortest);
     for (int digits = kFewestDigits; digits <= kMostDigits; ++digits) {
       const NumberText form(number, digits);
       if (readsBack(form.value())) return put(name, form);

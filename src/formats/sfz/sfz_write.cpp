@@ -150,9 +150,8 @@ class Writer {
     std::vector<io::CompanionFiles::Sample> samples;
     for (Waveform* waveform : waveformsOf(instrument_))
       if (hasSamples(waveform)) samples.push_back({waveform, plainValue(waveform->displayName()), {}});
-    Path folder = file_.path().parent_path();
-    if (inSubFolder_) folder /= pathOf(kSampleFolder);
-    if (!companions.save(samples, folder, options)) return false;
+    const Path below = inSubFolder_ ? pathOf(kSampleFolder) : Path();
+    if (!companions.save(samples, file_.path().parent_path(), below, options)) return false;
     for (const auto& sample : samples) names_[sample.waveform] = toUtf8(textOf(sample.name));
     return true;
   }
