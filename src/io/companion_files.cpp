@@ -1,6 +1,8 @@
 #include "io/companion_files.h"
 
 #include <algorithm>
+#include <new>
+#include <utility>
 
 #include "base/last_error.h"
 #include "base/log.h"
@@ -40,6 +42,14 @@ Path ownFile(const Waveform& waveform, const Path& folder, const Path& extension
   const std::uint64_t samples = std::uint64_t{waveform.frames} * waveform.channels;
   const std::uint64_t width = samples > 0 ? stored->byteCount / samples : 0;
   return width > 0 && stored->byteCount == samples * width ? path.filename() : Path();
+}
+
+bool callSafely(const std::function<bool()>& work) {
+  try {
+    return work();
+  } catch (const std::bad_alloc&) {
+    return fail(u"Out of memory");
+  }
 }
 
 std::shared_ptr<const void> identityOf(const Waveform& waveform) {
@@ -101,7 +111,7 @@ void CompanionFiles::reuseEqualFile(Job& job) const {
 }
 
 bool CompanionFiles::save(std::span<Sample> samples, const Path& target, const Path& below,
-                          const SaveOptions& options) {
+                          const SaveOptions& options, const std::function<bool()>& meanwhile) {
   last_.clear();
   lastFolder_.clear();
   const std::u16string_view extension = extensionOf(static_cast<SampleFiles>(options.extra));
@@ -130,16 +140,25 @@ bool CompanionFiles::save(std::span<Sample> samples, const Path& target, const P
     }
     claim(last_.emplace_back(sample.waveform, entry, wanted));
   }
-  if (!parallelFor(last_.size(), [&](std::size_t i) { return write(last_[i], *row, ofSamples); })) {
-    removeLast();
-    return false;
+  // False where a name was another one before.
+  auto tellNames = [&] {
+    bool same = true;
+    for (const Job& job : last_) job.entry->second = job.path.filename();
+    for (std::size_t i = 0; i < samples.size(); ++i)
+      same = std::exchange(samples[i].name, entries[i]->second) == entries[i]->second && same;
+    return same;
+  };
+  tellNames();
+  bool ok = parallelFor(last_.size() + 1, [&](std::size_t i) {
+    return i == 0 ? callSafely(meanwhile) : write(last_[i - 1], *row, ofSamples);
+  });
+  if (ok) {
+    for (Job& job : last_)
+      if (job.path != job.wanted) reuseEqualFile(job);
+    ok = tellNames() || callSafely(meanwhile);
   }
-  for (Job& job : last_) {
-    if (job.path != job.wanted) reuseEqualFile(job);
-    job.entry->second = job.path.filename();
-  }
-  for (std::size_t i = 0; i < samples.size(); ++i) samples[i].name = entries[i]->second;
-  return true;
+  if (!ok) removeLast();
+  return ok;
 }
 
 void CompanionFiles::removeLast() {

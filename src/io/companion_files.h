@@ -1,6 +1,7 @@
 #pragma once
 // The sample files that an instrument format keeps beside its own file.
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -32,8 +33,10 @@ class CompanionFiles {
   };
   /// Into `folder`, or into its folder of the name `below`, which is made when it is missing. Fails with "The
   /// sample files can not have this encoding" when the options ask for one that the samples' format lacks,
-  /// and like a save; no file that it made remains then.
-  bool save(std::span<Sample> samples, const Path& folder, const Path& below, const SaveOptions& options);
+  /// and like a save; no file that it made remains then. `meanwhile` runs beside the writing and sees the
+  /// names; in the rare case that one of them has changed in the end, it runs again.
+  bool save(std::span<Sample> samples, const Path& folder, const Path& below, const SaveOptions& options,
+            const std::function<bool()>& meanwhile);
   /// Removes what the last save() wrote, after a failure of the file that was to refer to it.
   void removeLast();
 

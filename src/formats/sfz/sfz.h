@@ -17,10 +17,10 @@ int probeSfz(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 /// are.
 bool readSfz(Collection& collection, InputFile& file, std::uint32_t variant);
 
-/// Writes an instrument, or a collection of one, and the sample files that it plays. SaveOptions::samples
-/// tells their format and what other saves of the same run have written. Fails with "The file format can not
-/// save this item", "Could not create file" and what reading and writing of samples can fail with; the sample
-/// files of a failed save are removed.
+/// Writes an instrument, or a collection of one, and the sample files that it plays. SaveOptions::extra names
+/// their format (io::SampleFiles), SaveOptions::companions knows what other saves of the run have written.
+/// Fails with "The file format can not save this item", "Could not create file" and what reading and writing
+/// of samples can fail with; the sample files of a failed save are removed.
 bool writeSfz(Item& item, OutputFile& file, const io::SaveOptions& options);
 
 /// What one of the formats for samples can store.

@@ -15,8 +15,6 @@
 namespace vemko::sfz {
 namespace {
 
-constexpr std::size_t kBlockBytes = 1 << 20;
-
 // Text that a reader takes for one value: nothing in it begins an opcode, a definition or a directive.
 std::u16string plainValue(std::u16string_view text) {
   std::u16string plain(text);
@@ -146,28 +144,33 @@ class Writer {
         inSubFolder_((variant & kSubFolder) != 0),
         channels_(effectChannels(instrument.sendEffects)) {}
 
-  bool writeSamples(io::CompanionFiles& companions, const io::SaveOptions& options) {
+  bool write(io::CompanionFiles& companions, const io::SaveOptions& options) {
     std::vector<io::CompanionFiles::Sample> samples;
     for (Waveform* waveform : waveformsOf(instrument_))
       if (hasSamples(waveform)) samples.push_back({waveform, plainValue(waveform->displayName()), {}});
     const Path below = inSubFolder_ ? pathOf(kSampleFolder) : Path();
-    if (!companions.save(samples, file_.path().parent_path(), below, options)) return false;
-    for (const auto& sample : samples) names_[sample.waveform] = toUtf8(textOf(sample.name));
-    return true;
-  }
-
-  bool writeText() {
-    writeHead();
-    const Collection& collection = instrument_.collection();
-    for (ItemId id : instrument_.children)
-      if (const Layer* layer = collection.find<Layer>(id))
-        if (!writeLayer(*layer)) return false;
-    return flush();
+    auto buildText = [&] {
+      for (const auto& sample : samples) names_[sample.waveform] = toUtf8(textOf(sample.name));
+      build();
+      return true;
+    };
+    if (!companions.save(samples, file_.path().parent_path(), below, options, buildText)) return false;
+    if (file_.write(asBytes(text_))) return true;
+    companions.removeLast();
+    return false;
   }
 
  private:
   void line(std::string_view text) { text_.append(text).append("\r\n"); }
   void opcode(std::string_view text) { text_.append(" ").append(text).append("\r\n"); }
+
+  void build() {
+    text_.clear();
+    writeHead();
+    const Collection& collection = instrument_.collection();
+    for (ItemId id : instrument_.children)
+      if (const Layer* layer = collection.find<Layer>(id)) writeLayer(*layer);
+  }
 
   void writeHead() {
     const std::string writtenBy = std::string("ritten by ") + kSoftwareName;
@@ -229,12 +232,12 @@ class Writer {
     return common;
   }
 
-  bool writeLayer(const Layer& layer) {
+  void writeLayer(const Layer& layer) {
     const Collection& collection = instrument_.collection();
     std::vector<OpcodeLines> regions;
     for (ItemId id : layer.children)
       if (const Region* region = collection.find<Region>(id)) regions.push_back(linesOf(*region));
-    if (regions.empty()) return true;
+    if (regions.empty()) return;
     const auto common = commonLines(regions);
     const std::unordered_set<std::string_view> isCommon(common.begin(), common.end());
     line("");
@@ -246,15 +249,7 @@ class Writer {
       line("<region>");
       for (std::size_t i = 0; i < lines.size(); ++i)
         if (!isCommon.contains(lines[i])) opcode(lines[i]);
-      if (text_.size() >= kBlockBytes && !flush()) return false;
     }
-    return true;
-  }
-
-  bool flush() {
-    const bool ok = text_.empty() || file_.write(asBytes(text_));
-    text_.clear();
-    return ok;
   }
 
   const Instrument& instrument_;
@@ -281,11 +276,7 @@ bool writeSfz(Item& item, OutputFile& file, const io::SaveOptions& options) {
   if (!instrument) return fail(u"The file format can not save this item");
   io::CompanionFiles own;
   io::CompanionFiles& companions = options.companions ? *options.companions : own;
-  Writer writer(*instrument, file, options.variant);
-  if (!writer.writeSamples(companions, options)) return false;
-  if (writer.writeText()) return true;
-  companions.removeLast();
-  return false;
+  return Writer(*instrument, file, options.variant).write(companions, options);
 }
 
 }  // namespace vemko::sfz
