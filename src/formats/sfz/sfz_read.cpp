@@ -17,6 +17,7 @@ namespace {
 // Regions inherit everything from above: what one file may cost in all, far beyond what any instrument needs.
 constexpr std::size_t kMaxOpcodes = 1024;  // that hold for one region
 constexpr std::size_t kMaxWork = 400'000'000;
+constexpr std::size_t kMaxNameBytes = 255, kMaxValueBytes = 16384;
 
 // The later of equal keys wins.
 void settle(std::vector<Setting>& settings) {
@@ -70,6 +71,8 @@ class Reader {
   void take(std::string_view name, std::string_view value, Place at) {
     if (!hasHeader_) return tally_.add(u"stands before any header", name, at);
     if (!level_ && !isControl_) return;
+    if (name.size() > kMaxNameBytes || value.size() > kMaxValueBytes)
+      return tally_.add(u"is too long, or its value is", name, at);
     const auto key = findKey(name);
     if (!key) {
       if (!isControl_) tally_.add(u"has no place here", name, at);
