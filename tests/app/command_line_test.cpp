@@ -442,7 +442,7 @@ TEST(CommandLine, WritesSampleFilesInTheChosenFormat) {
   putFile(shop.folder / "i.sfz", "<region>sample=a.wav");
   const Ran ran = shop.run({"convert", "i.sfz", "-d", "out", "--to", "sfz", "--sample-files", "flac"});
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(filesIn(shop.folder / "out"), (Names{"a.flac", "i.sfz"}));
+  EXPECT_EQ(filesIn(shop.folder / "out"), (Names{"i.sfz", "ramp.flac"}));
 }
 
 }  // namespace
