@@ -54,7 +54,7 @@ class Reference {
     const unsigned index = (negative ? ~code : code) & (half - 1);
 
     int zeros = 0;
-    for (int i = 0; i < 6; ++i) zeros += product(b_[i] >> 2, differences_[i]);
+    for (std::size_t i = 0; i < b_.size(); ++i) zeros += product(b_[i] >> 2, differences_[i]);
     zeros = static_cast<std::int16_t>(zeros);
     const auto sum = static_cast<std::int16_t>(zeros + product(a_[1] >> 2, signals_[1]) +
                                                product(a_[0] >> 2, signals_[0]));

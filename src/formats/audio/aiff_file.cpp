@@ -42,7 +42,7 @@ const EncodingRow& rowOf(SampleEncoding encoding) {
 // The sample rate as a floating-point number of 80 bits.
 void putExtended(ByteWriter& out, std::uint32_t rate) {
   constexpr int kExponentOfOne = 16383;
-  const int exponent = std::bit_width(rate) - 1;
+  const int exponent = static_cast<int>(std::bit_width(rate)) - 1;
   putBig(out, static_cast<std::uint16_t>(rate == 0 ? 0 : kExponentOfOne + exponent));
   putBig(out, rate == 0 ? std::uint64_t{0} : std::uint64_t{rate} << (63 - exponent));
 }
