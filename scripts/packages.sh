@@ -8,7 +8,7 @@ RUN_PACKAGES=(shared-mime-info libflac12 libvorbisfile3 libvorbisenc2 libopusfil
   libwavpack1 libgsm1 libspandsp2 libsndfile1 sfarkxtc)
 # The tests compare our files with what independent programs make of them.
 TEST_PACKAGES=(libgtest-dev ccache sndfile-programs sox ffmpeg flac vorbis-tools opus-tools lame mpg123 wavpack awesfx
-  fluid-soundfont-gm fluidsynth gigtools python3-numpy)
+  fluid-soundfont-gm fluidsynth gigtools python3-numpy xvfb xauth)
 
 say() { printf '%s\n' "$*" >&2; }
 

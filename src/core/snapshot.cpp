@@ -58,6 +58,8 @@ void restoreChildren(const Collection& collection, Item& parent, const std::vect
 
 Snapshot Snapshot::capture(Collection& collection, std::span<const ItemId> items) {
   Snapshot snapshot;
+  if (std::ranges::find(items, kNoItem) != items.end())
+    snapshot.texts_ = {collection.name_, collection.texts_, collection.image_};
   snapshot.addAbsent(items);
   for (Entry& entry : snapshot.entries_) {
     const Item* item = collection.find(entry.id);
@@ -70,19 +72,26 @@ Snapshot Snapshot::capture(Collection& collection, std::span<const ItemId> items
 
 void Snapshot::addAbsent(std::span<const ItemId> items) {
   for (ItemId id : items)
-    if (ids_.insert(id).second) entries_.push_back({id, nullptr});
+    if (id != kNoItem && ids_.insert(id).second) entries_.push_back({id, nullptr});
 }
 
 Snapshot Snapshot::restore(Collection& collection) {
   Snapshot undo;
   undo.ids_ = ids_;
+  if (texts_) {
+    undo.texts_ = {collection.name_, collection.texts_, collection.image_};
+    collection.name_ = std::move(texts_->name);
+    collection.texts_ = std::move(texts_->texts);
+    collection.image_ = std::move(texts_->image);
+  }
   for (const auto& [parent, children] : childLists_) undo.rememberChildren(collection, parent);
   for (const Entry& entry : entries_)
     if (const Item* item = collection.find(entry.id)) undo.rememberChildren(collection, item->parent);
 
   std::unordered_map<ItemId, std::uint64_t> movedRanks;
   for (const Entry& entry : entries_)
-    if (const Item* item = collection.find(entry.id); item && entry.state && item->rank_ != entry.state->rank_)
+    if (const Item* item = collection.find(entry.id);
+        item && entry.state && item->rank_ != entry.state->rank_)
       movedRanks.emplace(entry.id, entry.state->rank_);
   for (Entry& entry : entries_) undo.entries_.push_back({entry.id, exchange(collection, entry)});
   collection.setRanks(movedRanks);

@@ -2,9 +2,12 @@
 // The state of some items at a moment, for undo. Sample buffers are shared with the live items, which make
 // them their own before they change them, so a snapshot costs the items' records only.
 #include <memory>
+#include <optional>
 #include <span>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
 #include "core/collection.h"
@@ -14,7 +17,8 @@ namespace vemko {
 class Snapshot {
  public:
   /// Remembers these items and their places among their parents' children; ids that are not in the collection
-  /// are remembered as absent. Whoever is going to move or remove items names everything below them too.
+  /// are remembered as absent. kNoItem stands for the texts of the collection itself. Whoever is going to
+  /// move or remove items names everything below them too.
   static Snapshot capture(Collection& collection, std::span<const ItemId> items);
 
   /// Items that have come since capture(): remembered as absent.
@@ -41,12 +45,20 @@ class Snapshot {
   // The children of a parent that is no entry itself.
   using ChildLists = std::unordered_map<ItemId, std::vector<ItemId>>;
 
+  // The collection's own texts, when its id (kNoItem) is among the items.
+  struct Texts {
+    std::u16string name;
+    std::vector<std::pair<TextProperty, std::u16string>> texts;
+    std::shared_ptr<const std::vector<std::byte>> image;
+  };
+
   void rememberChildren(const Collection& collection, ItemId parent);
   std::unique_ptr<Item> exchange(Collection& collection, Entry& entry);
 
   std::vector<Entry> entries_;
   std::unordered_set<ItemId> ids_;
   ChildLists childLists_;
+  std::optional<Texts> texts_;
 };
 
 }  // namespace vemko

@@ -124,7 +124,13 @@ std::vector<ItemId> Document::placeCopies(CopiedItems& copied, std::span<const P
   std::vector<const Item*> fresh;
   for (int kind = 0; kind < static_cast<int>(ItemKind::Collection); ++kind)
     for (const Item* item : copied.items->allOf(static_cast<ItemKind>(kind))) fresh.push_back(item);
+  // What leads to no waveform of the copies is to lead to the one here.
+  std::vector<std::pair<Region*, ItemId>> links;
+  if (own)
+    for (Region* region : copied.items->all<Region>())
+      if (!region->waveform()) links.emplace_back(region, region->waveformId);
   collection_.absorb(*copied.items);
+  for (const auto& [region, waveform] : links) region->setWaveform(waveform);
   for (const Item* item : fresh) created.push_back(item->id());
 
   std::vector<ItemId> pasted;

@@ -6,6 +6,7 @@
 #include "app/gui/process_dialog.h"
 #include "app/gui/properties_dialog.h"
 #include "app/gui/waveform_list.h"
+#include "app/gui/waveform_view.h"
 #include "base/last_error.h"
 
 namespace vemko::gui {
@@ -37,6 +38,14 @@ void deleteSelected(MainWindow& window) {
 }
 
 void selectAll(MainWindow& window) {
+  wxWindow* canvas = window.waveformView().canvas();
+  if (canvas->HasFocus()) {  // all frames
+    wxKeyEvent key(wxEVT_KEY_DOWN);
+    key.m_keyCode = 'A';
+    key.SetControlDown(true);
+    canvas->ProcessWindowEvent(key);
+    return;
+  }
   if (window.document().waveformsAreActive())
     window.list().selectAll();
   else
@@ -63,7 +72,11 @@ void showProperties(MainWindow& window) {
   if (!selection.empty()) editProperties(&window, window.document(), selection.front());
 }
 
-void processSelected(MainWindow& window) { processItems(&window, window.document(), {}); }
+void processSelected(MainWindow& window) {
+  // The range belongs to the waveform that is shown.
+  const bool one = window.document().selectedWaveforms().size() == 1;
+  processItems(&window, window.document(), one ? window.waveformView().selection() : std::nullopt);
+}
 
 void sortItems(MainWindow& window, app::Document::SortKey key) { window.document().sort(key); }
 

@@ -4,6 +4,7 @@
 #include "app/app_settings.h"
 #include "app/gui/actions.h"
 #include "app/gui/decision_dialogs.h"
+#include "app/gui/fixup_dialog.h"
 #include "app/gui/main_window.h"
 #include "app/gui/text.h"
 #include "base/last_error.h"
@@ -49,6 +50,8 @@ void openFiles(MainWindow& window, const std::vector<Path>& files) {
   app::Document& document = window.document();
   io::OpenMode mode = io::askOpenMode(document.collection());
   if (mode == io::OpenMode::Cancel || (mode == io::OpenMode::Replace && !mayDiscard(window))) return;
+  if (app::appSettings().shell.confirmFixup && !confirmFixups(&window)) return;
+  window.stopLoading();
   forgetRawAnswers();
   for (const Path& file : files) {
     setLastError({});
@@ -56,6 +59,7 @@ void openFiles(MainWindow& window, const std::vector<Path>& files) {
       wxMessageBox(shownPath(file) + "\n\n" + shown(lastError()), "Error!", wxOK | wxICON_ERROR, &window);
     mode = io::OpenMode::Merge;
   }
+  window.loadSamplesInBackground();
   showStatus(document.collection().file.empty() ? u"" : u"Opened " + textOf(files.back()));
   if (document.collection().count(ItemKind::Instrument) == 0) {
     const auto waveforms = document.collection().allOf(ItemKind::Waveform);

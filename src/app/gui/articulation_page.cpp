@@ -99,12 +99,14 @@ ArticulationPage::ArticulationPage(wxWindow* parent, const Item& item) : Propert
   auto* copy = new wxButton(this, wxID_ANY, "&Copy group");
   auto* paste = new wxButton(this, wxID_ANY, "&Paste group");
   auto* reset = new wxButton(this, wxID_ANY, "&Reset group");
+  auto* copyAll = new wxButton(this, wxID_ANY, "Copy &all");
+  auto* pasteAll = new wxButton(this, wxID_ANY, "Paste a&ll");
   slots_ = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(520, 330)),
                                 wxVSCROLL | wxTAB_TRAVERSAL);
   slots_->SetScrollRate(0, FromDIP(12));
 
   auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-  for (wxButton* button : {copy, paste, reset})
+  for (wxButton* button : {copy, paste, reset, copyAll, pasteAll})
     buttons->Add(button, wxSizerFlags().Border(wxRIGHT, FromDIP(kRowGap)));
   auto* right = new wxBoxSizer(wxVERTICAL);
   right->Add(slots_, wxSizerFlags(1).Expand());
@@ -117,6 +119,10 @@ ArticulationPage::ArticulationPage(wxWindow* parent, const Item& item) : Propert
   groups_->Bind(wxEVT_LISTBOX, [this](wxCommandEvent&) { showGroup(); });
   copy->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { copyGroup(); });
   paste->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { pasteGroup(); });
+  copyAll->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+    if (!putOnClipboard(app::copyOfAll(block_))) showFailure();
+  });
+  pasteAll->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { this->pasteAll(); });
   reset->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
     resetGroup(block_, group());
     noteModified();
@@ -230,6 +236,14 @@ void ArticulationPage::pasteGroup() {
   const auto copied = slotsFromClipboard(app::formatOf(group()));
   if (!copied) return showFailure();
   app::pasteGroup(*copied, block_, group());
+  noteModified();
+  showGroup();
+}
+
+void ArticulationPage::pasteAll() {
+  const auto copied = slotsFromClipboard(app::ClipboardFormat::Art);
+  if (!copied) return showFailure();
+  app::pasteAll(*copied, block_);
   noteModified();
   showGroup();
 }

@@ -39,6 +39,7 @@ class ArticulationPage : public PropertiesPage {
   float inherited(Slot slot) const;
   void copyGroup();
   void pasteGroup();
+  void pasteAll();
   void showFailure();
 
   ArticulationBlock block_;

@@ -1,7 +1,9 @@
 #include "app/gui/commands.h"
 
+#include <algorithm>
 #include <string>
 #include <wx/menu.h>
+#include <wx/textentry.h>
 #include <wx/toolbar.h>
 
 #include "app/gui/actions.h"
@@ -41,7 +43,7 @@ wxString withName(const wxString& verb, std::u16string_view step) {
 }
 
 constexpr const char *kFile = "&File", *kEdit = "&Edit", *kItems = "&Items", *kNew = "&Items|&New",
-                     *kHelp = "&Help";
+                     *kView = "&View", *kHelp = "&Help";
 
 constexpr Command line(const char* menu) { return {wxID_SEPARATOR, menu, "", ""}; }
 
@@ -89,6 +91,12 @@ const Command kCommands[] = {
   {kSortByName, kItems, "Sort by &name", "Put instruments and songs in the order of their names", {}, [](MainWindow& w) { sortItems(w, Sort::Name); }},
   {kSortByProgram, kItems, "Sort by &program", "Put instruments in the order of bank and program", {}, [](MainWindow& w) { sortItems(w, Sort::Program); }, hasInstruments},
 
+  {kShowWaveform, kView, "&Waveform\tCtrl+1", "Show the selected waveform", {}, [](MainWindow& w) { w.showPage(MainWindow::kWaveformPage); }},
+  {kShowKeyMap, kView, "&Key map\tCtrl+2", "Show the regions of the selected instrument", {}, [](MainWindow& w) { w.showPage(MainWindow::kKeyMapPage); }},
+  {kShowLog, kView, "&Log\tCtrl+3", "Show what was noted while opening and saving", {}, [](MainWindow& w) { w.showPage(MainWindow::kLogPage); }},
+  line(kView),
+  {kNextPane, kView, "&Next pane\tF6", "Go from the tree to the list to the view below it", {}, [](MainWindow& w) { w.focusNextPane(); }},
+
   {wxID_ABOUT, kHelp, "&About Vemko Studio", "Version and licence", {}, showAbout},
 };
 // clang-format on
@@ -119,6 +127,41 @@ void updateCommand(const MainWindow& window, const Command& command, wxUpdateUIE
   event.SetText(accelerator.empty() ? label : label + "\t" + accelerator);
 }
 
+// While text is edited in place, keys that are commands of the window belong to the text.
+bool runInText(int id) {
+  auto* text = dynamic_cast<wxTextEntry*>(wxWindow::FindFocus());
+  if (!text) return false;
+  switch (id) {
+    case wxID_CUT:
+      text->Cut();
+      return true;
+    case wxID_COPY:
+      text->Copy();
+      return true;
+    case wxID_PASTE:
+      text->Paste();
+      return true;
+    case wxID_UNDO:
+      text->Undo();
+      return true;
+    case wxID_REDO:
+      text->Redo();
+      return true;
+    case wxID_SELECTALL:
+      text->SelectAll();
+      return true;
+    case wxID_DELETE: {
+      long from = 0, to = 0;
+      text->GetSelection(&from, &to);
+      if (from == to) to = std::min(from + 1, text->GetLastPosition());
+      text->Remove(from, to);
+      return true;
+    }
+    default:
+      return false;
+  }
+}
+
 }  // namespace
 
 std::span<const Command> commands() { return kCommands; }
@@ -133,6 +176,18 @@ wxMenuBar* makeMenuBar() {
       menu->Append(command.id, command.label, command.help, command.checked ? wxITEM_CHECK : wxITEM_NORMAL);
   }
   return bar;
+}
+
+wxMenu* makeItemMenu() {
+  constexpr int kIds[] = {wxID_PROPERTIES, kProcess,   wxID_SEPARATOR, wxID_CUT, wxID_COPY,
+                          wxID_PASTE,      kPasteLink, wxID_SEPARATOR, kRename,  wxID_DELETE};
+  auto* menu = new wxMenu;
+  for (int id : kIds) {
+    if (id == wxID_SEPARATOR) menu->AppendSeparator();
+    for (const Command& command : kCommands)
+      if (command.id == id && id != wxID_SEPARATOR) menu->Append(id, command.label, command.help);
+  }
+  return menu;
 }
 
 void fillToolBar(wxToolBar& bar) {
@@ -151,7 +206,11 @@ void bindCommands(MainWindow& window) {
   for (const Command& command : kCommands) {
     if (command.id == wxID_SEPARATOR) continue;
     window.Bind(
-        wxEVT_MENU, [&window, &command](wxCommandEvent&) { command.run(window); }, command.id);
+        wxEVT_MENU,
+        [&window, &command](wxCommandEvent&) {
+          if (!runInText(command.id)) command.run(window);
+        },
+        command.id);
     if (!command.enabled && !command.dynamicLabel && !command.checked) continue;
     window.Bind(
         wxEVT_UPDATE_UI,

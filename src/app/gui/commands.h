@@ -6,6 +6,7 @@
 #include <wx/string.h>
 
 class wxFrame;
+class wxMenu;
 class wxMenuBar;
 class wxToolBar;
 
@@ -29,6 +30,10 @@ enum CommandId {
   kMoveDown,
   kSortByName,
   kSortByProgram,
+  kShowWaveform,
+  kShowKeyMap,
+  kShowLog,
+  kNextPane,
 };
 
 struct Command {
@@ -46,6 +51,8 @@ struct Command {
 std::span<const Command> commands();
 
 wxMenuBar* makeMenuBar();
+/// The commands for what is selected, for the menu of the right button.
+wxMenu* makeItemMenu();
 /// Fills the toolbar with the commands that have an icon, a gap between menus.
 void fillToolBar(wxToolBar& bar);
 /// Binds every command to the window, enabled and labelled by the table.

@@ -76,9 +76,9 @@ io::SaveOptions FormatPanel::options() const {
   if (channels_->GetStringSelection() == "Mono") requested |= io::kMono;
   if (channels_->GetStringSelection() == "Stereo") requested |= io::kStereo;
   const int chosen = encoding_->GetSelection();
-  if (!listsSettings_ && chosen > 0) requested |= encodings_[static_cast<std::size_t>(chosen)];
-  io::SaveOptions options = io::saveOptionsFor(row(), requested);
-  if (listsSettings_ && chosen > 0) options.setting = static_cast<std::uint32_t>(chosen);
+  const Encoding encoding = chosen < 0 ? Encoding{} : encodings_[static_cast<std::size_t>(chosen)];
+  io::SaveOptions options = io::saveOptionsFor(row(), requested | encoding.requested);
+  options.setting = encoding.setting;
   return options;
 }
 
@@ -92,22 +92,28 @@ void FormatPanel::fillDetails() {
   fillEncodings(row());
 }
 
-// A codec's row lists its compression settings instead.
+// Where a row compresses by a codec, the codec's settings stand in the list.
 void FormatPanel::fillEncodings(int row) {
   encoding_->Clear();
-  encodings_ = {0};
+  encodings_.clear();
   const io::FormatEntry* entry = io::formatRow(row);
-  listsSettings_ = entry && entry->settings && entry->settings(0, entry->variant, nullptr) > 0;
-  if (listsSettings_) {
-    std::u16string label;
-    for (int i = 0; entry->settings(i, entry->variant, &label) > 0; ++i) encoding_->Append(shown(label));
-  } else if (entry) {
-    encoding_->Append("Automatic");
-    for (std::size_t i = 0; i < std::size(kEncodingLabels); ++i) {
-      if (!(entry->capabilities >> i & 1)) continue;
-      encoding_->Append(kEncodingLabels[i]);
-      encodings_.push_back(io::CapabilityMask{1} << i);
+  if (!entry) return;
+  auto add = [&](const wxString& label, Encoding encoding) {
+    encoding_->Append(label);
+    encodings_.push_back(encoding);
+  };
+  constexpr io::CapabilityMask kCodec = io::encodingBit(SampleEncoding::Codec);
+  if ((entry->capabilities & io::kEncodingBits) != kCodec) add("Automatic", {});
+  for (std::size_t i = 0; i < std::size(kEncodingLabels); ++i) {
+    const io::CapabilityMask bit = io::CapabilityMask{1} << i;
+    if (!(entry->capabilities & bit)) continue;
+    if (bit != kCodec || !entry->settings) {
+      add(kEncodingLabels[i], {bit, 0});
+      continue;
     }
+    std::u16string label;
+    for (int setting = 0; entry->settings(setting, entry->variant, &label) > 0; ++setting)
+      add(shown(label), {bit, static_cast<std::uint32_t>(setting)});
   }
   if (encoding_->GetCount() > 0) encoding_->SetSelection(0);
   encoding_->Enable(encoding_->GetCount() > 1);

@@ -35,8 +35,11 @@ class FormatPanel : public wxPanel {
   wxChoice* encoding_;
   std::vector<int> rows_;
   std::vector<Waveform*> waveforms_;
-  bool listsSettings_ = false;
-  std::vector<io::CapabilityMask> encodings_;
+  struct Encoding {
+    io::CapabilityMask requested = 0;
+    std::uint32_t setting = 0;
+  };
+  std::vector<Encoding> encodings_;  // by entry of the list
 };
 
 }  // namespace vemko::gui

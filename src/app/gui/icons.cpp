@@ -3,6 +3,8 @@
 #include <string>
 #include <wx/settings.h>
 
+#include "program_icon.h"
+
 namespace vemko::gui {
 namespace {
 
@@ -41,13 +43,6 @@ constexpr Drawing kDrawings[] = {
 };
 // clang-format on
 
-constexpr std::string_view kProgramIcon =
-    R"(<svg xmlns="http://www.w3.org/2000/svg" width="128" height="128" viewBox="0 0 128 128">)"
-    R"(<rect x="4" y="4" width="120" height="120" rx="26" fill="#1f3b57"/>)"
-    R"(<g stroke="#7fd1c7" stroke-width="8" stroke-linecap="round">)"
-    R"(<path d="M22 58v12 M36 46v36 M50 30v68 M64 44v40 M78 22v84 M92 42v44 M106 56v16"/></g>)"
-    R"(<path d="M50 18v92 M78 12v104" stroke="#f2b84b" stroke-width="3" stroke-dasharray="5 5"/></svg>)";
-
 wxBitmapBundle bundleOf(const std::string& svg, int size) {
   return wxBitmapBundle::FromSVG(svg.c_str(), wxSize(size, size));
 }
@@ -70,7 +65,7 @@ wxBitmapBundle icon(std::string_view name, int size) {
 
 wxIconBundle programIcons() {
   wxIconBundle icons;
-  const wxBitmapBundle bundle = bundleOf(std::string(kProgramIcon), 128);
+  const wxBitmapBundle bundle = bundleOf(kProgramIcon, 128);
   for (int size : {16, 24, 32, 48, 64, 128}) icons.AddIcon(bundle.GetIcon(wxSize(size, size)));
   return icons;
 }

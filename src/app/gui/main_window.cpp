@@ -1,6 +1,9 @@
 #include "app/gui/main_window.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
+#include <wx/app.h>
 #include <wx/button.h>
 #include <wx/display.h>
 #include <wx/dnd.h>
@@ -15,11 +18,13 @@
 #include "app/gui/collection_tree.h"
 #include "app/gui/commands.h"
 #include "app/gui/icons.h"
+#include "app/gui/key_map_view.h"
 #include "app/gui/labels.h"
 #include "app/gui/log_pane.h"
 #include "app/gui/status_line.h"
 #include "app/gui/text.h"
 #include "app/gui/waveform_list.h"
+#include "app/gui/waveform_view.h"
 #include "base/last_error.h"
 #include "base/log.h"
 
@@ -54,7 +59,9 @@ T* made(T* part, std::u16string_view message) {
 
 }  // namespace
 
-MainWindow::MainWindow() : wxFrame(nullptr, wxID_ANY, "Vemko Studio") {
+MainWindow::MainWindow()
+    : wxFrame(nullptr, wxID_ANY, "Vemko Studio"),
+      loader_([](std::function<void()> work) { wxTheApp->CallAfter([work = std::move(work)] { work(); }); }) {
   SetIcons(programIcons());
   SetMenuBar(makeMenuBar());
   wxToolBar* bar = CreateToolBar(wxTB_HORIZONTAL | wxTB_FLAT);
@@ -63,8 +70,16 @@ MainWindow::MainWindow() : wxFrame(nullptr, wxID_ANY, "Vemko Studio") {
   SetStatusBar(status_);
   createPanes();
   bindCommands(*this);
+  for (wxWindow* pane : {static_cast<wxWindow*>(tree_), static_cast<wxWindow*>(list_)})
+    pane->Bind(wxEVT_CONTEXT_MENU, [this, pane](wxContextMenuEvent&) {
+      document_.activate(pane == list_);
+      const std::unique_ptr<wxMenu> menu(makeItemMenu());
+      PopupMenu(menu.get());
+    });
+  list_->Bind(wxEVT_LIST_ITEM_ACTIVATED, [this](wxListEvent&) { showProperties(*this); });
   loadRecentFiles();
   SetDropTarget(new FileTarget(*this));
+  loader_.onProgress = [this](std::size_t done, std::size_t all) { status_->showBackground(done, all); };
   document_.onChange = [this](const app::DocumentChange& change) { documentChanged(change); };
   document_.onSelection = [this] { selectionChanged(); };
   Bind(wxEVT_CLOSE_WINDOW, &MainWindow::onClose, this);
@@ -127,9 +142,23 @@ wxWindow* MainWindow::createLeftPane(wxWindow* parent) {
 
 void MainWindow::createPages(wxWindow* parent) {
   pages_ = new wxNotebook(parent, wxID_ANY);
-  pages_->AddPage(new wxPanel(pages_), "Waveform");
-  pages_->AddPage(new wxPanel(pages_), "Key map");
+  waveformView_ = new WaveformView(pages_);
+  waveformView_->onEdit = [this](std::u16string step, std::function<void(Waveform&)> change) {
+    const ItemId ids[] = {shownWaveform_};
+    document_.edit(std::move(step), ids, app::Document::Touches::Content, [&](app::Document::Created&) {
+      auto* waveform = document_.collection().find<Waveform>(shownWaveform_);
+      if (waveform) change(*waveform);
+      return waveform != nullptr;
+    });
+  };
+  keyMapView_ = new KeyMapView(pages_);
+  keyMapView_->onRegionSelected = [this](ItemId region) {
+    document_.selectItems({region});
+    tree_->showSelection();
+  };
   log_ = new LogPane(pages_);
+  pages_->AddPage(waveformView_, "Waveform");
+  pages_->AddPage(keyMapView_, "Key map");
   pages_->AddPage(log_, "Log");
 }
 
@@ -166,17 +195,66 @@ void MainWindow::documentChanged(const app::DocumentChange& change) {
     list_->refreshItems();
   }
   showTitle();
-  selectionChanged();
+  showSelectedItems();
+  waveformView_->refreshItem();
 }
 
 void MainWindow::selectionChanged() {
   if (!document_.waveformsAreActive()) list_->showSelection();
+  showSelectedItems();
+}
+
+// The first of the selected waveforms, and the instrument that the first selected item is part of.
+void MainWindow::showSelectedItems() {
+  const auto& waveforms = document_.selectedWaveforms();
+  const ItemId waveform = waveforms.empty() ? kNoItem : waveforms.front();
+  if (std::exchange(shownWaveform_, waveform) != waveform)
+    waveformView_->show(&document_.collection(), waveform);
+
+  const auto& items = document_.selectedItems();
+  const ItemId first = items.empty() ? kNoItem : items.front();
+  const Item* instrument = first == kNoItem ? nullptr : document_.find(first);
+  while (instrument && instrument->kind() != ItemKind::Instrument)
+    instrument = document_.collection().find(instrument->parent);
+  const bool isNew =
+      std::exchange(shownInstrument_, instrument ? instrument->id() : kNoItem) != shownInstrument_;
+  keyMapView_->show(&document_.collection(), shownInstrument_);
+  keyMapView_->select(kindOf(first) == ItemKind::Region ? first : kNoItem);
+
+  // A page that was chosen for the other kind of item gives way; the log stays when it is looked at.
+  if (document_.waveformsAreActive() && waveform != kNoItem && pages_->GetSelection() == kKeyMapPage)
+    pages_->ChangeSelection(kWaveformPage);
+  else if (!document_.waveformsAreActive() && isNew && instrument && pages_->GetSelection() == kWaveformPage)
+    pages_->ChangeSelection(kKeyMapPage);
+  showSelectionCount();
+}
+
+void MainWindow::showSelectionCount() {
   const auto& collection = document_.collection();
   const std::size_t selected = document_.selection().size();
   status_->showSelection(selected > 1
                              ? countText(selected, "item") + " selected"
                              : countText(collection.count(ItemKind::Instrument), "instrument") + ", " +
                                    countText(collection.count(ItemKind::Waveform), "waveform"));
+}
+
+void MainWindow::showPage(Page page) {
+  pages_->ChangeSelection(page);
+  wxWindow* const views[] = {waveformView_->canvas(), keyMapView_, log_};
+  views[page]->SetFocus();
+}
+
+void MainWindow::focusNextPane() {
+  if (tree_->HasFocus())
+    list_->SetFocus();
+  else if (wxWindow* focus = FindFocus(); focus && (focus == list_ || focus->GetParent() == list_))
+    showPage(static_cast<Page>(pages_->GetSelection()));
+  else
+    tree_->SetFocus();
+}
+
+void MainWindow::loadSamplesInBackground() {
+  if (app::appSettings().shell.asyncWaveLoad) loader_.start(document_.collection());
 }
 
 void MainWindow::showTitle() { SetTitle(shown(document_.title())); }

@@ -5,13 +5,16 @@
 #include <wx/splitter.h>
 
 #include "app/document/document.h"
+#include "app/document/sample_loader.h"
 
 namespace vemko::gui {
 
 class CollectionTree;
+class KeyMapView;
 class LogPane;
 class StatusLine;
 class WaveformList;
+class WaveformView;
 
 /// Shows one document: tree and list, the views of what is selected, the log and the status line. What the
 /// commands do stands in the files actions_*.cpp.
@@ -24,10 +27,16 @@ class MainWindow : public wxFrame {
   const app::Document& document() const { return document_; }
   CollectionTree& tree() { return *tree_; }
   WaveformList& list() { return *list_; }
+  WaveformView& waveformView() { return *waveformView_; }
+  /// Where the settings say so, the samples of all waveforms load while the window is in use.
+  void loadSamplesInBackground();
+  void stopLoading() { loader_.stop(); }
   wxFileHistory& recentFiles() { return recentFiles_; }
 
   enum Page { kWaveformPage, kKeyMapPage, kLogPage };
-  void showPage(Page page) { pages_->SetSelection(page); }
+  /// The page comes to the front and takes the keys.
+  void showPage(Page page);
+  void focusNextPane();
 
   /// Shows everything anew, by settings that may have changed.
   void settingsChanged() { documentChanged({.structure = true, .items = {}}); }
@@ -42,11 +51,14 @@ class MainWindow : public wxFrame {
   void storePlacement();
   void documentChanged(const app::DocumentChange& change);
   void selectionChanged();
+  void showSelectedItems();
+  void showSelectionCount();
   void showTitle();
   void loadRecentFiles();
   void onClose(wxCloseEvent& event);
 
   app::Document document_;
+  app::SampleLoader loader_;
   wxFileHistory recentFiles_;
   StatusLine* status_ = nullptr;
   wxSplitterWindow* columns_ = nullptr;
@@ -54,7 +66,10 @@ class MainWindow : public wxFrame {
   CollectionTree* tree_ = nullptr;
   WaveformList* list_ = nullptr;
   wxNotebook* pages_ = nullptr;
+  WaveformView* waveformView_ = nullptr;
+  KeyMapView* keyMapView_ = nullptr;
   LogPane* log_ = nullptr;
+  ItemId shownWaveform_ = kNoItem, shownInstrument_ = kNoItem;
 };
 
 }  // namespace vemko::gui

@@ -110,6 +110,7 @@ class PreferencesDialog : public wxDialog {
     auto* line = new wxBoxSizer(wxHORIZONTAL);
     if (preference.choices.empty()) {
       auto* check = new wxCheckBox(page, wxID_ANY, preference.label);
+      check->SetName(wxControl::RemoveMnemonics(preference.label));
       check->SetValue(value == u"1");
       control = check;
     } else {

@@ -51,6 +51,7 @@ QuestionDialog::QuestionDialog(wxWindow* parent, const wxString& title, std::u16
 
 void QuestionDialog::addCheck(std::u16string_view label, std::u16string_view hint) {
   check_ = new wxCheckBox(this, wxID_ANY, shown(label));
+  check_->SetName(shown(label));
   check_->SetToolTip(shown(hint));
   GetSizer()->Insert(1, check_, wxSizerFlags().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(16)));
   GetSizer()->SetSizeHints(this);

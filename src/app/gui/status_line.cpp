@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <wx/app.h>
 #include <wx/evtloop.h>
+#include <wx/thread.h>
 #include <wx/time.h>
 #include <wx/utils.h>
 
@@ -37,6 +38,7 @@ StatusLine::StatusLine(wxWindow* parent) : wxStatusBar(parent, wxID_ANY) {
 StatusLine::~StatusLine() { setProgressSink({}); }
 
 void StatusLine::showStatus(const wxString& text) {
+  if (!wxIsMainThread()) return;
   SetStatusText(text, kText);
   paintNow();
 }
@@ -52,6 +54,13 @@ void StatusLine::showProgress(double fraction) {
   gauge_->Show();
   gauge_->SetValue(static_cast<int>(std::clamp(fraction, 0.0, 1.0) * kSteps));
   paintNow();
+}
+
+void StatusLine::showBackground(std::size_t done, std::size_t all) {
+  if (waits_ > 0) return;
+  placeGauge();
+  gauge_->Show(done < all);
+  if (all > 0) gauge_->SetValue(static_cast<int>(done * kSteps / all));
 }
 
 void StatusLine::wait(bool waiting) {

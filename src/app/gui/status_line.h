@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <string_view>
 #include <wx/gauge.h>
 #include <wx/statusbr.h>
@@ -14,6 +15,8 @@ class StatusLine : public wxStatusBar {
 
   void showStatus(const wxString& text);
   void showSelection(const wxString& text);
+  /// Work that goes on beside others; the gauge hides when all is done.
+  void showBackground(std::size_t done, std::size_t all);
   /// 0..1; the gauge hides when the wait ends.
   void showProgress(double fraction);
 

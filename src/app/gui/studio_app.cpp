@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <wx/cmdline.h>
 #include <wx/image.h>
+#include <wx/utils.h>
 
 #include "app/app_settings.h"
 #include "app/gui/actions.h"
@@ -16,14 +17,24 @@
 
 namespace vemko::gui {
 
-bool StudioApp::OnInit() {
+// The settings come first: the toolkit chooses its colours when it starts.
+bool StudioApp::Initialize(int& count, wxChar** values) {
   prepareProcess();
+  store_ = std::make_unique<SettingsStore>();
+  app::loadSettings(*store_);
+#ifdef __WXGTK__
+  constexpr const char* kThemes[] = {nullptr, "Adwaita", "Adwaita:dark"};
+  const std::size_t colours = app::appSettings().shell.darkMode;
+  if (colours < std::size(kThemes) && kThemes[colours]) wxSetEnv("GTK_THEME", kThemes[colours]);
+#endif
+  return wxApp::Initialize(count, values);
+}
+
+bool StudioApp::OnInit() {
   SetAppName("vemko-studio");
   SetAppDisplayName(kProductName);
   if (!wxApp::OnInit()) return false;
   wxInitAllImageHandlers();
-  store_ = std::make_unique<SettingsStore>();
-  app::loadSettings(*store_);
   window_ = new MainWindow;
   SetTopWindow(window_);
   installDecisionDialogs(*window_);

@@ -12,6 +12,7 @@ class MainWindow;
 /// The program: settings, who answers the core's questions, the window, and the files to open first.
 class StudioApp : public wxApp {
  public:
+  bool Initialize(int& count, wxChar** values) override;
   bool OnInit() override;
   int OnExit() override;
 

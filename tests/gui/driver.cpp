@@ -1,0 +1,186 @@
+#include "gui/driver.h"
+
+#include <wx/button.h>
+#include <wx/evtloop.h>
+#include <wx/modalhook.h>
+#include <wx/msgdlg.h>
+#include <wx/timer.h>
+
+#include "app/gui/actions.h"
+#include "app/gui/collection_tree.h"
+
+namespace vemko::test {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr auto kPatience = std::chrono::seconds(5);
+
+void pump() {
+  wxEventLoopBase* loop = wxEventLoopBase::GetActive();
+  while (loop->Pending()) loop->Dispatch();
+  wxTheApp->ProcessPendingEvents();
+  while (loop->ProcessIdle()) {
+  }
+}
+
+wxDialog* modalDialog() {
+  for (wxWindow* top : wxTopLevelWindows)
+    if (auto* dialog = dynamic_cast<wxDialog*>(top); dialog && dialog->IsModal()) {
+      wxDialog* inner = dialog;
+      for (wxWindow* other : wxTopLevelWindows)
+        if (auto* above = dynamic_cast<wxDialog*>(other);
+            above && above->IsModal() && above->GetParent() == inner)
+          inner = above;
+      return inner;
+    }
+  return nullptr;
+}
+
+/// Looks for dialogs from within their own event loops.
+class DialogWatch : public wxTimer {
+ public:
+  explicit DialogWatch(std::vector<DialogStep> steps) : steps_(std::move(steps)) { Start(30); }
+  std::size_t met() const { return next_; }
+
+  void Notify() override {
+    wxDialog* dialog = modalDialog();
+    if (!dialog || dialog == last_) return;
+    last_ = dialog;
+    if (next_ < steps_.size()) {
+      const std::size_t step = next_++;
+      waitUntil([&] { return dialog->IsShownOnScreen(); });
+      settle();
+      steps_[step](*dialog);
+    } else {
+      ADD_FAILURE() << "A dialog that nobody expected: " << dialog->GetTitle();
+    }
+    if (modalDialog() == dialog && !closing(*dialog)) dialog->EndModal(wxID_CANCEL);
+  }
+
+ private:
+  // A click or key that was sent may still be under way.
+  static bool closing(wxDialog& dialog) {
+    return waitUntil([&] { return modalDialog() != &dialog || !dialog.IsModal(); });
+  }
+
+  std::vector<DialogStep> steps_;
+  std::size_t next_ = 0;
+  wxDialog* last_ = nullptr;
+};
+
+/// Message boxes are the system's own: they are answered before they are seen.
+class MessageHook : public wxModalDialogHook {
+ public:
+  MessageHook() { Register(); }
+  ~MessageHook() override { Unregister(); }
+  std::vector<wxString> messages;
+  int answer = wxID_OK;
+
+ protected:
+  int Enter(wxDialog* dialog) override {
+    auto* message = dynamic_cast<wxMessageDialog*>(dialog);
+    if (!message) return wxID_NONE;
+    messages.push_back(message->GetMessage());
+    return answer;
+  }
+};
+
+MessageHook& messageHook() {
+  static MessageHook hook;
+  return hook;
+}
+
+wxWindow* findWindow(wxWindow& parent, const std::function<bool(wxWindow&)>& wanted) {
+  for (wxWindow* child : parent.GetChildren()) {
+    if (wanted(*child)) return child;
+    if (wxWindow* found = findWindow(*child, wanted)) return found;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+gui::MainWindow& window() { return *static_cast<gui::StudioApp*>(wxTheApp)->window(); }
+
+bool waitUntil(const std::function<bool()>& condition) {
+  const auto end = Clock::now() + kPatience;
+  while (!condition()) {
+    if (Clock::now() > end) return false;
+    pump();
+    wxMilliSleep(5);
+  }
+  return true;
+}
+
+void settle() {
+  for (int i = 0; i < 4; ++i) {
+    pump();
+    wxMilliSleep(15);
+  }
+  pump();
+}
+
+void press(int key, int modifiers) {
+  wxUIActionSimulator().Char(key, modifiers);
+  settle();
+}
+
+void type(const char* text) {
+  wxUIActionSimulator().Text(text);
+  settle();
+}
+
+void click(wxWindow& target, wxPoint at) {
+  wxUIActionSimulator simulator;
+  simulator.MouseMove(target.ClientToScreen(at));
+  settle();
+  simulator.MouseClick();
+  settle();
+}
+
+void click(wxWindow& target) { click(target, {target.GetClientSize().x / 2, target.GetClientSize().y / 2}); }
+
+void withDialogs(const std::function<void()>& trigger, std::vector<DialogStep> steps) {
+  const std::size_t expected = steps.size();
+  DialogWatch watch(std::move(steps));
+  trigger();
+  EXPECT_TRUE(waitUntil([&] { return watch.met() == expected && !modalDialog(); }))
+      << "A dialog did not come";
+  settle();
+}
+
+wxWindow& control(wxWindow& parent, const wxString& name) {
+  wxWindow* found = findWindow(parent, [&](wxWindow& each) { return each.GetName() == name; });
+  if (!found) throw std::runtime_error("no control named " + name.utf8_string());
+  return *found;
+}
+
+wxWindow& button(wxWindow& parent, const wxString& label) {
+  wxWindow* found = findWindow(parent, [&](wxWindow& each) {
+    return dynamic_cast<wxButton*>(&each) && each.GetLabel() == label && each.IsShownOnScreen();
+  });
+  if (!found)
+    found = findWindow(parent, [&](wxWindow& each) {
+      return dynamic_cast<wxButton*>(&each) && wxControl::RemoveMnemonics(each.GetLabel()) == label;
+    });
+  if (!found) throw std::runtime_error("no button " + label.utf8_string());
+  return *found;
+}
+
+void open(const std::vector<Path>& files) {
+  openFiles(window(), files);
+  settle();
+}
+
+std::vector<wxString> takeMessages() { return std::exchange(messageHook().messages, {}); }
+void answerMessages(int id) { messageHook().answer = id; }
+
+void Gui::SetUp() {
+  takeMessages();
+  answerMessages(wxID_OK);
+  document().startNew();
+  window().tree().SetFocus();
+  settle();
+}
+
+}  // namespace vemko::test

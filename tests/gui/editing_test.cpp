@@ -1,0 +1,107 @@
+#include <wx/listctrl.h>
+#include <wx/textctrl.h>
+
+#include "app/gui/actions.h"
+#include "app/gui/collection_tree.h"
+#include "app/gui/waveform_list.h"
+#include "core/parameters.h"
+#include "gui/driver.h"
+
+namespace vemko::test {
+namespace {
+
+using Editing = Gui;
+
+const Path kOrgan = Path(VEMKO_EXAMPLES) / "organ.wav";
+
+Waveform& organ() { return *document().collection().all<Waveform>().at(0); }
+
+// Runs first: the file stood on the command line.
+TEST(CommandLine, TheFileIsOpen) {
+  ASSERT_TRUE(waitUntil([] { return document().collection().count(ItemKind::Waveform) == 1; }));
+  settle();
+  EXPECT_EQ(window().GetTitle(), "New collection - Vemko Studio");
+  EXPECT_EQ(window().list().GetItemCount(), 1);
+  EXPECT_EQ(window().list().GetItemText(0, 0), "Organ A3");
+  EXPECT_EQ(window().list().GetItemText(0, 1), "0.600 s");
+  EXPECT_EQ(window().list().GetItemText(0, 4), "A3");
+  EXPECT_EQ(window().list().GetItemText(0, 5), "Forward");
+  // Samples load in the background.
+  EXPECT_TRUE(waitUntil([] { return organ().buffer != nullptr; }));
+}
+
+void selectOrgan() {
+  open({kOrgan});
+  wxRect row;
+  window().list().GetItemRect(0, row);
+  click(window().list(), {row.x + 60, row.y + row.height / 2});
+  ASSERT_TRUE(waitUntil([] { return document().selectedWaveforms().size() == 1; }));
+}
+
+TEST_F(Editing, RenamesInPlaceAndTakesItBack) {
+  selectOrgan();
+  press(WXK_F2);
+  type("Flute");
+  press(WXK_RETURN);
+  ASSERT_TRUE(waitUntil([] { return organ().name() == u"Flute"; }));
+  EXPECT_EQ(window().GetTitle()[0], '*');
+  EXPECT_EQ(window().list().GetItemText(0, 0), "Flute");
+  press('Z', wxMOD_CONTROL);
+  EXPECT_EQ(organ().name(), u"Organ A3");
+  EXPECT_NE(window().GetTitle()[0], '*');
+  press('Z', wxMOD_CONTROL | wxMOD_SHIFT);
+  EXPECT_EQ(organ().name(), u"Flute");
+}
+
+TEST_F(Editing, DeletesWithTheKey) {
+  selectOrgan();
+  press(WXK_DELETE);
+  EXPECT_EQ(document().collection().count(ItemKind::Waveform), 0u);
+  EXPECT_EQ(window().list().GetItemCount(), 0);
+  press('Z', wxMOD_CONTROL);
+  EXPECT_EQ(window().list().GetItemCount(), 1);
+}
+
+TEST_F(Editing, BuildsAnInstrumentFromAWaveform) {
+  selectOrgan();
+  for (ItemKind kind : {ItemKind::Instrument, ItemKind::Layer, ItemKind::Region}) {
+    createItem(window(), kind);
+    settle();
+    press(WXK_ESCAPE);  // leaves the name as it is
+  }
+  const auto regions = regionsOf(document().collection());
+  ASSERT_EQ(regions.size(), 1u);
+  EXPECT_EQ(regions[0]->waveform(), &organ());
+  ASSERT_EQ(document().selectedItems().size(), 1u);
+  EXPECT_EQ(document().selectedItems()[0], regions[0]->id());
+}
+
+TEST_F(Editing, CopiesAndPastesWithKeys) {
+  selectOrgan();
+  press('C', wxMOD_CONTROL);
+  press('V', wxMOD_CONTROL);
+  ASSERT_TRUE(waitUntil([] { return document().collection().count(ItemKind::Waveform) == 2; }));
+  EXPECT_EQ(document().collection().all<Waveform>().at(1)->name(), u"Copy of Organ A3");
+  EXPECT_EQ(document().history().undoName(), u"Paste");
+}
+
+TEST_F(Editing, PropertiesChangeTheRootKey) {
+  selectOrgan();
+  withDialogs([] { press(WXK_RETURN, wxMOD_ALT); }, {[](wxDialog& dialog) {
+                control<wxTextCtrl>(dialog, "Root key").SetValue("H9");
+                click(button(dialog, "OK"));
+                EXPECT_TRUE(dialog.IsModal());
+                press(WXK_ESCAPE);
+              }});
+  EXPECT_EQ(takeMessages(), std::vector<wxString>{"Root key: a key from C-1 to G9 is expected"});
+  EXPECT_EQ(organ().rootKey, 57);
+  withDialogs([] { press(WXK_RETURN, wxMOD_ALT); }, {[](wxDialog& dialog) {
+                control<wxTextCtrl>(dialog, "Root key").SetValue("C4");
+                click(button(dialog, "OK"));
+              }});
+  EXPECT_EQ(organ().rootKey, 60);
+  EXPECT_EQ(document().history().undoName(), u"Change properties of waveform");
+}
+
+}  // namespace
+}  // namespace vemko::test

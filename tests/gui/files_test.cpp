@@ -1,0 +1,170 @@
+#include <wx/checkbox.h>
+#include <wx/choice.h>
+#include <wx/filepicker.h>
+#include <wx/listbox.h>
+#include <wx/listctrl.h>
+#include <wx/textctrl.h>
+
+#include "app/app_settings.h"
+#include "app/gui/actions.h"
+#include "app/gui/commands.h"
+#include "app/gui/waveform_list.h"
+#include "gui/driver.h"
+#include "io/open.h"
+#include "io/samples.h"
+
+namespace vemko::test {
+namespace {
+
+using Files = Gui;
+
+const Path kOrgan = Path(VEMKO_EXAMPLES) / "organ.wav";
+
+Waveform& organ() { return *document().collection().all<Waveform>().at(0); }
+
+// As a user would: by key, or the entry that comes after the arrow has been pressed often enough.
+void choose(wxChoice& choice, const wxString& entry) {
+  ASSERT_NE(choice.FindString(entry), wxNOT_FOUND) << entry;
+  choice.SetStringSelection(entry);
+  wxCommandEvent event(wxEVT_CHOICE, choice.GetId());
+  event.SetEventObject(&choice);
+  choice.ProcessWindowEvent(event);
+  settle();
+}
+
+TEST_F(Files, SaveAsTellsTheLossAndWritesTheFile) {
+  open({kOrgan});
+  const Path target = folder_ / "out.wav";
+  withDialogs([] { press('S', wxMOD_CONTROL | wxMOD_SHIFT); }, {[&](wxDialog& dialog) {
+                choose(control<wxChoice>(dialog, "Item"), "Waveform: Organ A3");
+                EXPECT_EQ(control<wxTextCtrl>(dialog, "What is lost").GetValue(), "");
+                choose(control<wxChoice>(dialog, "Encoding"), "8-bit PCM");
+                EXPECT_EQ(control<wxTextCtrl>(dialog, "What is lost").GetValue(),
+                          "Samples: 16-bit precision (\"Organ A3\")");
+                control<wxTextCtrl>(dialog, "File name").SetValue(shownPath(target));
+                click(button(dialog, "Save"));
+              }});
+  EXPECT_TRUE(takeMessages().empty());
+  Collection saved;
+  ASSERT_TRUE(io::openFile(saved, target, false)) << toUtf8(lastError());
+  const Waveform& wave = *saved.all<Waveform>().at(0);
+  EXPECT_EQ(wave.frames, 26460u);
+  EXPECT_EQ(wave.source->encoding(), SampleEncoding::Pcm8);
+}
+
+TEST_F(Files, SaveAsKeepsAFileThatTheUserDoesNotGiveUp) {
+  open({kOrgan});
+  putFile(folder_ / "out.wav", "mine");
+  answerMessages(wxID_NO);
+  withDialogs([] { press('S', wxMOD_CONTROL | wxMOD_SHIFT); }, {[&](wxDialog& dialog) {
+                control<wxTextCtrl>(dialog, "File name").SetValue(shownPath(folder_ / "out.wav"));
+                click(button(dialog, "Save"));
+                press(WXK_ESCAPE);
+              }});
+  EXPECT_EQ(takeMessages(), std::vector<wxString>{"File already exists! Overwrite it?"});
+  EXPECT_EQ(contentOf(folder_ / "out.wav"), "mine");
+}
+
+TEST_F(Files, SaveWritesTheFileItCameFrom) {
+  std::filesystem::copy_file(kOrgan, folder_ / "organ.wav");
+  open({folder_ / "organ.wav"});
+  document().rename(organ().id(), u"Changed");
+  EXPECT_EQ(window().GetTitle()[0], '*');
+  press('S', wxMOD_CONTROL);
+  EXPECT_NE(window().GetTitle()[0], '*') << takeMessages().size();
+  Collection saved;
+  ASSERT_TRUE(io::openFile(saved, folder_ / "organ.wav", false));
+  EXPECT_EQ(saved.all<Waveform>().at(0)->name(), u"Changed");
+  EXPECT_EQ(filesIn(folder_.path()), std::vector<std::string>{"organ.wav"});  // no backup stays
+}
+
+TEST_F(Files, SaveAllAsksOnceWhatToDoWithExistingFiles) {
+  open({kOrgan});
+  createWaveform(document().collection(), u"Second").setSamples(SampleBuffer::allocate(100, 1, 44100));
+  for (const char* name : {"Organ A3.wav", "Second.wav"}) putFile(folder_ / name, "old");
+  wxCommandEvent event(wxEVT_MENU, kSaveAll);
+  withDialogs([&] { window().ProcessWindowEvent(event); },
+              {[&](wxDialog& dialog) {
+                 EXPECT_EQ(dialog.GetTitle(), "Select directory, file format and 'base name'");
+                 control<wxDirPickerCtrl>(dialog, "Folder").SetPath(shownPath(folder_.path()));
+                 control<wxTextCtrl>(dialog, "Base name").SetValue("");
+                 click(button(dialog, "Save all"));
+               },
+               [](wxDialog& question) {
+                 auto& check = dynamic_cast<wxCheckBox&>(control(question, "Don't ask again?"));
+                 check.SetValue(true);
+                 click(button(question, "Rename it"));
+               }});
+  EXPECT_EQ(filesIn(folder_.path()),
+            (std::vector<std::string>{"Organ A3 (2).wav", "Organ A3.wav", "Second (2).wav", "Second.wav"}));
+}
+
+TEST_F(Files, ClosingWithChangesAsks) {
+  open({kOrgan});
+  document().rename(organ().id(), u"Changed");
+  withDialogs([] { press('Q', wxMOD_CONTROL); },
+              {[](wxDialog& question) { click(button(question, "Cancel")); }});
+  EXPECT_EQ(organ().name(), u"Changed");
+  EXPECT_TRUE(window().IsShown());
+}
+
+TEST_F(Files, OpeningMoreAsksAndMerges) {
+  open({kOrgan});
+  std::filesystem::copy_file(kOrgan, folder_ / "second.wav");
+  withDialogs([&] { open({folder_ / "second.wav"}); },
+              {[](wxDialog& question) { click(button(question, "Merge w current")); }});
+  EXPECT_EQ(document().collection().count(ItemKind::Waveform), 2u);
+  press('Z', wxMOD_CONTROL);
+  EXPECT_EQ(document().collection().count(ItemKind::Waveform), 1u);
+}
+
+TEST_F(Files, RawBytesAreOffered) {
+  putFile(folder_ / "noise.xyz", std::string(1000, '\x40'));
+  putFile(folder_ / "more.xyz", std::string(1000, '\x40'));
+  withDialogs(
+      [&] {
+        open({folder_ / "noise.xyz", folder_ / "more.xyz"});
+      },
+      {[](wxDialog& question) { click(button(question, "Allways OK")); }});
+  EXPECT_EQ(document().collection().count(ItemKind::Waveform), 2u);
+  withDialogs([&] { open({folder_ / "noise.xyz"}); },
+              {[](wxDialog& question) { click(button(question, "Replace current")); },
+               [](wxDialog& question) { click(button(question, "Discard")); },
+               [](wxDialog& question) { click(button(question, "Cancel")); }});  // asked anew
+  EXPECT_EQ(document().collection().count(ItemKind::Waveform), 0u);
+}
+
+TEST_F(Files, ProcessAppliesAToolWithItsOptions) {
+  open({kOrgan});
+  window().list().SetFocus();
+  document().selectWaveforms({organ().id()});
+  ASSERT_TRUE(io::loadSamples(organ(), true));
+  const float before = std::as_const(*organ().buffer).samples()[1000];
+  withDialogs([] { press('P', wxMOD_CONTROL); }, {[](wxDialog& dialog) {
+                auto& tools = control<wxListBox>(dialog, "Tools");
+                EXPECT_EQ(tools.GetStringSelection(), "Adjust volume/gain");
+                control<wxTextCtrl>(dialog, "Adjust the volume by:").SetValue("-12");
+                click(button(dialog, "OK"));
+              }});
+  EXPECT_NEAR(std::as_const(*organ().buffer).samples()[1000], before / 4, 0.01);
+  EXPECT_EQ(document().history().undoName(), u"Adjust volume/gain");
+  press('Z', wxMOD_CONTROL);
+  ASSERT_TRUE(io::loadSamples(organ(), true));
+  EXPECT_EQ(std::as_const(*organ().buffer).samples()[1000], before);
+}
+
+TEST_F(Files, PreferencesTakeEffect) {
+  open({kOrgan});
+  EXPECT_EQ(window().list().GetItemText(0, 4), "A3");
+  withDialogs([] { showPreferences(window()); }, {[](wxDialog& dialog) {
+                auto& check =
+                    dynamic_cast<wxCheckBox&>(control(dialog, "Show note names instead of numbers"));
+                click(check, {8, check.GetClientSize().y / 2});
+                click(button(dialog, "OK"));
+              }});
+  EXPECT_EQ(window().list().GetItemText(0, 4), "57");
+  app::appSettings().shell.showNoteNames = true;
+}
+
+}  // namespace
+}  // namespace vemko::test
