@@ -135,6 +135,38 @@ TEST(InputFile, PositionedReadsStayWithinTheFile) {
   EXPECT_EQ(lastError(), u"Reading from file failed");
 }
 
+TEST(InputFile, PartsAreLikeFilesOfTheirOwn) {
+  TempFolder folder;
+  const std::string content = digits(1000);
+  putFile(folder / "whole", content);
+  InputFile part, inner, outside;
+  {
+    InputFile whole;
+    ASSERT_TRUE(whole.open(folder / "whole"));
+    ASSERT_TRUE(part.openPart(whole, 100, 500));
+    ASSERT_TRUE(inner.openPart(part, 50, 20));
+    EXPECT_FALSE(outside.openPart(part, 481, 20));
+    EXPECT_FALSE(outside.openPart(whole, 1, ~std::uint64_t{0}));
+    EXPECT_EQ(toUtf8(lastError()), "Reading from file failed");
+  }
+  EXPECT_EQ(textOfBytes(part.bytes()), content.substr(100, 500));
+  EXPECT_EQ(textOfBytes(inner.bytes()), content.substr(150, 20));
+  EXPECT_EQ(inner.partOffset(), 150u);
+  std::string read(20, '\0');
+  EXPECT_TRUE(inner.readAt(0, std::as_writable_bytes(std::span(read))));
+  EXPECT_EQ(read, content.substr(150, 20));
+  EXPECT_FALSE(inner.readAt(1, std::as_writable_bytes(std::span(read))));
+  inner.seek(15);
+  EXPECT_EQ(inner.read(std::as_writable_bytes(std::span(read))), 5u);
+  EXPECT_EQ(read.substr(0, 5), content.substr(165, 5));
+  OutputFile copy;
+  ASSERT_TRUE(copy.create(folder / "copy"));
+  EXPECT_TRUE(copy.copyFrom(inner, 2, 18));
+  EXPECT_FALSE(copy.copyFrom(inner, 2, 19));
+  EXPECT_TRUE(copy.close());
+  EXPECT_EQ(contentOf(folder / "copy"), content.substr(152, 18));
+}
+
 TEST(OutputFile, WritesPatchesAndCopies) {
   TempFolder folder;
   const std::string content = digits(700000);

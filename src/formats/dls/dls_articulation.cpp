@@ -187,7 +187,7 @@ std::int32_t scaleOfSeconds(double seconds) {
   return seconds > 0 ? rounded(kScalePerOctave * std::log2(seconds)) : kNoTime;
 }
 std::int32_t scaleOfHertz(double hertz) {
-  return hertz > 0 ? rounded(kScalePerOctave * (std::log2(hertz / 440) + 5.75)) : kNoTime;
+  return hertz > 0 ? rounded((std::log(hertz / 440) + kLogOf440Octave) / kLogPerScale) : kNoTime;
 }
 
 // For what must not leave the parameter's bounds; depths may, as in other formats.

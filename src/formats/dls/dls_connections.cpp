@@ -6,7 +6,7 @@ namespace vemko::dls {
 namespace {
 
 constexpr std::size_t kConnectionBytes = 12, kHeaderBytes = 8;
-constexpr std::uint16_t kConcave = 1;
+constexpr std::uint16_t kConcave = 1, kLargestCurve = 0xF;
 // Real lists have some dozens; this keeps comparing them cheap, whatever a file holds.
 constexpr std::size_t kMaxConnections = 128;
 
@@ -28,7 +28,7 @@ bool toLevel1(Connection& connection) {
     return true;
   }
   if (isAlwaysBipolar(connection.source)) connection.transform &= ~transform::BipolarSource & 0xFFFF;
-  return connection.transform == 0;
+  return connection.transform <= kLargestCurve;
 }
 
 }  // namespace

@@ -20,8 +20,7 @@ struct InstrumentNotes final : ReaderNotes {
 struct RegionNotes final : ReaderNotes {
   const InstrumentNotes* instrument = nullptr;  ///< Of the instrument that the region was read for.
   bool hasOwnList = false;
-  Articulation own;     ///< The region's own list.
-  Articulation merged;  ///< With the instrument's below it.
+  Articulation own;  ///< The region's own list.
   std::uint16_t options = 0;
   std::uint32_t sampleOptions = 0;
   WaveTotals totals;  ///< What the region's slots were made with.
@@ -45,6 +44,9 @@ template <class Notes>
 const Notes* notesOf(const Item& item) {
   return dynamic_cast<const Notes*>(item.notes.get());
 }
+
+/// What a region plays with: its own list over the instrument's.
+Articulation mergedOf(const RegionNotes& notes);
 
 Patch patchOf(std::uint32_t bank, std::uint32_t program);
 /// The channels that an instrument's effects are on.

@@ -115,19 +115,12 @@ class CollectionReader {
   // The region's slots: where they differ from the instrument's.
   void noteOrigin(const RegionRecord& record, const InstrumentNotes& instrument, const Waveform* waveform,
                   Region& region) {
-    const Articulation& outer = instrument.articulation;
     RegionNotes& notes = notes_->regions.emplace_back();
     notes.instrument = &instrument;
     region.notes = std::shared_ptr<const ReaderNotes>(notes_, &notes);
     notes.options = record.options;
-    notes.merged = outer;
-    if (record.articulation) {
-      notes.hasOwnList = true;
-      notes.own = *record.articulation;
-      const bool isOneList = outer.connections.empty() || outer.list == notes.own.list;
-      notes.merged = {notes.own.list,
-                      isOneList ? overlay(outer.connections, notes.own.connections) : notes.own.connections};
-    }
+    notes.hasOwnList = record.articulation.has_value();
+    if (notes.hasOwnList) notes.own = *record.articulation;
     const riff::WaveSample* sample = ownSample(record);
     const std::uint32_t wave = waveOf(record);
     if (!sample && wave < record_.waves.size() && record_.waves[wave].sample)
@@ -140,7 +133,7 @@ class CollectionReader {
 
     const auto& layer = *collection_.find<Layer>(region.parent);
     const SendChannels sends = sendsOf(*collection_.find<Instrument>(layer.parent));
-    const SlotValues values = valuesOf(notes.merged, notes.totals, sends);
+    const SlotValues values = valuesOf(mergedOf(notes), notes.totals, sends);
     for (int slot = 0; slot < kSlotCount; ++slot) {
       const auto at = static_cast<Slot>(slot);
       if (values[at] != instrumentValues_[at]) region.articulation.set(at, values[at]);
@@ -185,6 +178,15 @@ class CollectionReader {
 };
 
 }  // namespace
+
+// Lists of different levels do not mix.
+Articulation mergedOf(const RegionNotes& notes) {
+  const Articulation& outer = notes.instrument->articulation;
+  if (!notes.hasOwnList) return outer;
+  const bool isOneList = outer.connections.empty() || outer.list == notes.own.list;
+  return isOneList ? Articulation{notes.own.list, overlay(outer.connections, notes.own.connections)}
+                   : notes.own;
+}
 
 Patch patchOf(std::uint32_t bank, std::uint32_t program) {
   return Patch::of(static_cast<int>(bank >> 8 & 127), static_cast<int>(bank & 127),

@@ -90,7 +90,8 @@ InstrumentPlan planInstrument(const Instrument& instrument, const std::vector<co
   std::vector<Amounts> amounts;
   for (const Region* region : regions) {
     const auto* origin = notesOf<RegionNotes>(*region);
-    amounts.push_back(amountsFor(vemko::valuesOf(effective(*region)), origin ? &origin->merged : nullptr,
+    const Articulation list = origin ? mergedOf(*origin) : Articulation{};
+    amounts.push_back(amountsFor(vemko::valuesOf(effective(*region)), origin ? &list : nullptr,
                                  origin ? origin->totals : WaveTotals{}, level, sends));
   }
   const bool isShared = level == Level::One && !instrument.patch.isDrumKit() && !outer.isAsRead;
