@@ -48,7 +48,8 @@ TEST(CommandLine, StatusesAndMessages) {
                 {"a.wav"},
                 2,
                 "",
-                "vemko: unknown command \"a.wav\"; the commands are formats, detect, info, convert, process, "
+                "vemko: unknown command \"a.wav\"; the commands are formats, detect, info, compare, convert, "
+                "process, "
                 "config\n"
                 "Try 'vemko --help'.\n"},
            Case{"unknown option",
@@ -418,7 +419,7 @@ TEST(CommandLine, CompletionAndManPageKnowEveryOption) {
     const char* words;
     const char* completed;
   };
-  for (const Case& c : {Case{"vemko co", "convert config"}, Case{"vemko convert --enc", "--encoding"},
+  for (const Case& c : {Case{"vemko co", "compare convert config"}, Case{"vemko convert --enc", "--encoding"},
                         Case{"vemko convert --channels m", "mono"}, Case{"vemko config s", "set"}}) {
     const std::string script =
         ". ./vemko.bash; COMP_WORDS=(" + std::string(c.words) +
