@@ -73,6 +73,7 @@ class Comparison {
   void compareInstrument(const Instrument& mine, const Instrument& other) {
     Differences differences(options_, placeOf(mine));
     compareTexts(mine, other, differences);
+    differences.need(featureBit(features::Patches));
     differences.whole(u"program", mine.patch.program(), other.patch.program());
     differences.whole(u"bank MSB", mine.patch.bankMsb(), other.patch.bankMsb());
     differences.whole(u"bank LSB", mine.patch.bankLsb(), other.patch.bankLsb());

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "core/collection.h"
+#include "core/feature_use.h"
 
 namespace vemko::compare {
 
@@ -23,6 +24,8 @@ struct Difference {
   std::u16string what;   ///< "Filter Cutoff frequency", "loop start", "missing", ...
   std::u16string first;  ///< The value in the first collection, with its unit; may be empty.
   std::u16string second;
+  /// Features that a format must have to keep what differs here; 0 where every format should.
+  FeatureMask features = 0;
 };
 
 struct Report {

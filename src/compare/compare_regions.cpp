@@ -49,7 +49,9 @@ void compareSlot(Slot slot, float first, float second, Differences& differences)
   if (row.reserved()) return;
   const UnitRow& unit = rowOf(row.unit);
   const double larger = std::max(std::fabs(double{first}), std::fabs(double{second}));
+  differences.need(featuresOfSlot(slot));
   differences.number(row.name, first, second, std::max(unit.step, unit.proportion * larger), unit.text);
+  differences.need(0);
 }
 
 struct CarrierGroup {
@@ -133,18 +135,25 @@ void compareRegions(const Region& first, const Region& second, const WaveformPar
                               ? first.waveform() == nullptr && second.waveform() == nullptr
                               : partner->second == second.waveformId;
   if (!samePlayed) differences.add(u"waveform", waveformText(first), waveformText(second));
+  differences.need(featureBit(features::PlaySections));
   const PlaySection a = effectivePlaySection(first), b = effectivePlaySection(second);
   differences.whole(u"play start", a.start, b.start);
   differences.whole(u"play end", a.end, b.end);
+  differences.need(featureBit(features::ExclusiveGroups));
   differences.whole(u"exclusive group", first.exclusiveGroup, second.exclusiveGroup);
+  differences.need(featureBit(features::FixedKey));
   differences.whole(u"fixed key", first.fixedKey, second.fixedKey);
   differences.whole(u"fixed velocity", first.fixedVelocity, second.fixedVelocity);
+  differences.need(featureBit(features::TriggerTypes));
   differences.whole(u"trigger", static_cast<int>(first.trigger), static_cast<int>(second.trigger));
+  differences.need(featureBit(features::DelayTime));
   differences.number(u"delay", first.delaySeconds, second.delaySeconds, 0.001, u"s");
+  differences.need(featureBit(features::CrossFades));
   compareRanges(u"fade-in keys", first.fadeInKeys, second.fadeInKeys, differences);
   compareRanges(u"fade-out keys", first.fadeOutKeys, second.fadeOutKeys, differences);
   compareRanges(u"fade-in velocities", first.fadeInVelocities, second.fadeInVelocities, differences);
   compareRanges(u"fade-out velocities", first.fadeOutVelocities, second.fadeOutVelocities, differences);
+  differences.need(0);
   compareArticulation(first, second, differences);
 }
 

@@ -23,9 +23,27 @@ std::vector<const LoopRecord*> recordsOf(const Waveform& waveform, bool loops) {
   return records;
 }
 
+FeatureMask neededBy(const LoopRecord& first, const LoopRecord& second) {
+  const auto isEither = [&](auto test) { return test(first) || test(second); };
+  FeatureMask needed = 0;
+  if (isEither([](const LoopRecord& r) { return r.startHundredths != 0 || r.endHundredths != 0; }))
+    needed |= featureBit(features::FractionalLoops);
+  if (first.type == RecordType::SectionMarker) needed |= featureBit(features::SectionEnds);
+  if (first.type != RecordType::Loop) return needed | featureBit(features::Markers);
+  needed |= featureBit(features::Loops);
+  if (isEither([](const LoopRecord& r) { return r.play > LoopPlay::Forward; }))
+    needed |= featureBit(features::ReverseLoops);
+  if (isEither([](const LoopRecord& r) { return r.count == LoopCount::UntilRelease; }))
+    needed |= featureBit(features::SampledRelease);
+  if (isEither([](const LoopRecord& r) { return r.tuneCents != 0; }))
+    needed |= featureBit(features::LoopTuning);
+  return needed;
+}
+
 void compareRecords(std::u16string_view what, const LoopRecord& first, const LoopRecord& second,
                     Differences& differences) {
   const std::u16string word = std::u16string(what) + u" ";
+  differences.need(neededBy(first, second));
   differences.number(word + u"start", first.startFrames(), second.startFrames(), kFrameStep, u"frames");
   if (first.type != RecordType::PositionMarker || second.type != RecordType::PositionMarker)
     differences.number(word + u"end", first.endFrames(), second.endFrames(), kFrameStep, u"frames");
@@ -43,25 +61,30 @@ void compareRecords(std::u16string_view what, const LoopRecord& first, const Loo
   } else {
     differences.text(word + u"name", first.name, second.name);
   }
+  differences.need(0);
 }
 
 void compareLists(std::u16string_view what, std::u16string_view plural, const Waveform& first,
                   const Waveform& second, bool loops, Differences& differences) {
   const auto a = recordsOf(first, loops), b = recordsOf(second, loops);
+  differences.need(featureBit(loops ? features::MoreLoops : features::Markers));
   if (a.size() != b.size())
-    return differences.whole(plural, static_cast<std::int64_t>(a.size()),
-                             static_cast<std::int64_t>(b.size()));
-  for (std::size_t i = 0; i < a.size(); ++i) compareRecords(what, *a[i], *b[i], differences);
+    differences.whole(plural, static_cast<std::int64_t>(a.size()), static_cast<std::int64_t>(b.size()));
+  differences.need(0);
+  for (std::size_t i = 0; a.size() == b.size() && i < a.size(); ++i)
+    compareRecords(what, *a[i], *b[i], differences);
 }
 
 bool plays(const LoopRecord* loop) { return loop && loop->play != LoopPlay::Off; }
 
 void compareLoops(const Waveform& first, const Waveform& second, Differences& differences) {
   const LoopRecord *a = first.mainLoop(), *b = second.mainLoop();
-  if (plays(a) && plays(b))
+  if (plays(a) && plays(b)) {
     compareRecords(u"loop", *a, *b, differences);
-  else if (plays(a) != plays(b))
+  } else if (plays(a) != plays(b)) {
+    differences.need(featureBit(features::Loops));
     differences.add(u"loop", plays(a) ? u"yes" : u"no", plays(b) ? u"yes" : u"no");
+  }
   compareLists(u"other loop", u"other loops", first, second, true, differences);
   compareLists(u"marker", u"markers", first, second, false, differences);
 }

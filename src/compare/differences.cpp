@@ -14,7 +14,7 @@ std::u16string decimalText(double value) {
 }
 
 void Differences::add(std::u16string_view what, std::u16string first, std::u16string second) {
-  list_.push_back({where_, std::u16string(what), std::move(first), std::move(second)});
+  list_.push_back({where_, std::u16string(what), std::move(first), std::move(second), features_});
 }
 
 void Differences::text(std::u16string_view what, std::u16string_view first, std::u16string_view second) {
@@ -38,12 +38,15 @@ void Differences::number(std::u16string_view what, double first, double second, 
 void compareTexts(const Item& first, const Item& second, Differences& differences) {
   for (TextProperty property : kTextProperties) {
     if (property == TextProperty::SourceFile || property == TextProperty::Image) continue;
+    differences.need(property == TextProperty::Name ? 0 : featureBit(features::Texts));
     differences.text(property == TextProperty::Name ? u"name" : textPropertyLabel(property),
                      first.text(property), second.text(property));
   }
+  differences.need(featureBit(features::Texts));
   if (!std::ranges::equal(first.image(), second.image()))
     differences.add(u"Image", decimalText(static_cast<double>(first.image().size())) + u" bytes",
                     decimalText(static_cast<double>(second.image().size())) + u" bytes");
+  differences.need(0);
 }
 
 }  // namespace vemko::compare

@@ -10,6 +10,8 @@ class Differences {
  public:
   Differences(const Options& options, std::u16string where) : options_(options), where_(std::move(where)) {}
 
+  /// What the differences added from now on need of a format; see Difference::features.
+  void need(FeatureMask features) { features_ = features; }
   void text(std::u16string_view what, std::u16string_view first, std::u16string_view second);
   void whole(std::u16string_view what, std::int64_t first, std::int64_t second);
   /// With a unit behind the numbers, equal when no more than `step` x tolerance apart.
@@ -23,6 +25,7 @@ class Differences {
  private:
   const Options& options_;
   std::u16string where_;
+  FeatureMask features_ = 0;
   std::vector<Difference> list_;
 };
 

@@ -14,18 +14,10 @@ namespace {
 
 // Features of the matrix that code speaks of.
 enum Matrix : int {
-  CrossFades = 0,
-  OnInstruments,
+  OnInstruments = 1,
   OnLayers,
   OnRegions,
-  FractionalLoops = 7,
-  ReverseLoops,
-  SampledRelease,
-  PlaySections,
-  LoopTuning,
-  DelayTime,
-  TriggerTypes,
-  TwoLfos,
+  TwoLfos = 14,
   SeparateLfos,
   LfoShapes,
   LfoFades,
@@ -65,6 +57,7 @@ constexpr FeatureMask maskOf(std::initializer_list<int> list) {
   for (int feature : list) mask |= featureBit(feature);
   return mask;
 }
+using namespace features;
 constexpr FeatureMask kLevels = maskOf({OnInstruments, OnLayers, OnRegions});
 constexpr FeatureMask kParticularsOfLoops =
     maskOf({features::MoreLoops, FractionalLoops, ReverseLoops, SampledRelease, LoopTuning});
@@ -78,6 +71,8 @@ constexpr std::u16string_view kTexts[] = {
     u"Trigger: Fixed key or velocity",
     u"Trigger: Exclusive groups",
     u"Trigger: Rounds, random choice, controllers, one-shots",
+    u"Architecture: Bank and program numbers",
+    u"Architecture: Texts",
     u"Waves: Volume adjustment",
 };
 static_assert(std::size(kTexts) == features::Count - kFeatureCount);
@@ -223,11 +218,26 @@ FeatureMask levelsOf(const Instrument& instrument) {
   return used;
 }
 
+bool hasTexts(const Item& item) {
+  return std::ranges::any_of(kTextProperties, [&](TextProperty property) {
+    const bool isOther = property != TextProperty::Name && property != TextProperty::SourceFile;
+    return isOther &&
+           (property == TextProperty::Image ? !item.image().empty() : !item.text(property).empty());
+  });
+}
+
 class Uses {
  public:
   void add(FeatureMask used, ItemId place) {
     for (int feature = 0; used != 0; ++feature, used >>= 1)
       if (used & 1) places_[static_cast<std::size_t>(feature)].push_back(place);
+  }
+  /// The levels and the patch of an instrument, and its texts.
+  void add(const Instrument& instrument) {
+    FeatureMask used = levelsOf(instrument);
+    if (instrument.patch.word != 0) used |= featureBit(Patches);
+    if (hasTexts(instrument)) used |= featureBit(Texts);
+    add(used, instrument.id());
   }
   std::vector<FeatureUse> take() {
     std::vector<FeatureUse> uses;
@@ -249,6 +259,33 @@ std::u16string_view featureText(int feature) {
   return feature < features::Count ? kTexts[feature - kFeatureCount] : std::u16string_view();
 }
 
+FeatureMask featuresOfSlot(Slot slot) {
+  auto isIn = [slot](SlotGroup group) { return slot >= slotsOf(group).first && slot <= slotsOf(group).last; };
+  FeatureMask needed = 0;
+  for (const SlotRow& row : kSlotRows)
+    if (row.slot == slot) needed |= featureBit(row.feature);
+  for (const auto& [envelope, group] : {std::pair{slots::VEnv, SlotGroup::VEnvelope},
+                                        {slots::PEnv, SlotGroup::PEnvelope},
+                                        {slots::FEnv, SlotGroup::FEnvelope}})
+    for (const StageRow& row : kStageRows)
+      if (isIn(group) && envelopeSlot(envelope, row.stage) == slot) needed |= featureBit(row.feature);
+  if (isIn(SlotGroup::PEnvelope) || isIn(SlotGroup::FEnvelope) || slot == slots::PEnvToPitch ||
+      slot == slots::FEnvToCutoff)
+    needed |= maskOf({TwoEnvelopes, SeparateEnvelopes});
+  if (isIn(SlotGroup::XEnvelope) || slot == 59) needed |= featureBit(SeparateEnvelopes);
+  for (const Lfo& lfo : kLfos) {
+    if (slot < lfo.shape || slot > lfo.shape + 3) continue;
+    needed |= maskOf({TwoLfos, SeparateLfos});
+    if (slot == lfo.shape) needed |= featureBit(LfoShapes);
+    if (slot == lfo.shape + 3) needed |= featureBit(LfoFades);
+  }
+  if (slot == 58) needed |= featureBit(SeparateLfos);
+  if (isIn(SlotGroup::Eq)) needed |= featureBit(Equalizer);
+  if (slot == slots::FilterType || slot == slots::FilterCutoff || slot == slots::FilterResonance)
+    needed |= maskOf({LowPassFilter, OtherFilters});
+  return needed;
+}
+
 FeatureMask featuresOf(const Region& region) {
   FeatureMask used = articulationOf(valuesOf(effective(region)));
   if (hasCrossFade(region)) used |= featureBit(CrossFades);
@@ -264,6 +301,7 @@ FeatureMask featuresOf(const Region& region) {
 
 FeatureMask featuresOf(const Waveform& waveform) {
   FeatureMask used = waveform.volumeAdjustmentDb != 0 ? featureBit(features::VolumeAdjustment) : 0;
+  if (hasTexts(waveform)) used |= featureBit(Texts);
   std::size_t loops = 0;
   for (const LoopRecord& record : waveform.records) {
     if (record.startHundredths != 0 || record.endHundredths != 0) used |= featureBit(FractionalLoops);
@@ -282,10 +320,11 @@ std::vector<FeatureUse> featuresUsed(const Item& item) {
   Uses uses;
   for (const Region* region : regionsOf(item)) uses.add(featuresOf(*region), region->id());
   for (const Waveform* waveform : waveformsOf(item)) uses.add(featuresOf(*waveform), waveform->id());
-  if (const auto* instrument = dynamic_cast<const Instrument*>(&item))
-    uses.add(levelsOf(*instrument), instrument->id());
-  if (const auto* collection = dynamic_cast<const Collection*>(&item))
-    collection->forEach<Instrument>([&](const Instrument& each) { uses.add(levelsOf(each), each.id()); });
+  if (const auto* instrument = dynamic_cast<const Instrument*>(&item)) uses.add(*instrument);
+  if (const auto* collection = dynamic_cast<const Collection*>(&item)) {
+    if (hasTexts(*collection)) uses.add(featureBit(Texts), kNoItem);
+    collection->forEach<Instrument>([&](const Instrument& each) { uses.add(each); });
+  }
   return uses.take();
 }
 

@@ -15,6 +15,8 @@ using FeatureMask = std::uint64_t;
 
 /// What formats differ in besides the matrix.
 namespace features {
+inline constexpr int CrossFades = 0, FractionalLoops = 7, ReverseLoops = 8, SampledRelease = 9,
+                     PlaySections = 10, LoopTuning = 11, DelayTime = 12, TriggerTypes = 13;
 enum : int {
   Loops = kFeatureCount,
   MoreLoops,  ///< Loops besides the main loop.
@@ -24,6 +26,8 @@ enum : int {
   FixedKey,  ///< Every note sounds as one key, or with one velocity.
   ExclusiveGroups,
   PlayRules,  ///< Rounds, random choice, controllers, one-shots, groups that others stop.
+  Patches,           ///< Bank and program numbers, and the drum kit flag.
+  Texts,             ///< Other than names.
   VolumeAdjustment,  ///< Of a waveform.
   Count
 };
@@ -45,6 +49,9 @@ std::vector<FeatureUse> featuresUsed(const Item& item);
 /// The features of one region, with the articulation that it plays with, and of one waveform.
 FeatureMask featuresOf(const Region& region);
 FeatureMask featuresOf(const Waveform& waveform);
+
+/// The features that a format must have to hold the slot's value, as far as it needs any.
+FeatureMask featuresOfSlot(Slot slot);
 
 /// What of `used` a format loses that holds `held`. Levels of articulation are no loss as long as each region
 /// can have its own, and without loops the particulars of loops are no news.

@@ -28,7 +28,7 @@ struct InfoArguments {
 
 struct CompareArguments {
   std::string first;
-  std::string second;
+  std::vector<std::string> second;  ///< Together they are compared with the first.
   double tolerance = 0;
   bool noSamples = false;
   bool json = false;

@@ -17,10 +17,10 @@ namespace {
 constexpr int kEqual = 0, kDifferent = 1, kTrouble = 2;
 constexpr std::size_t kMostLines = 100;
 
-bool openFor(Collection& collection, const std::string& file) {
+bool openFor(Collection& collection, const std::string& file, bool merge) {
   NoteCollector notes;
   const Path path = pathOf(toUtf16(file));
-  const bool ok = folderExists(path) ? fail(u"This is a folder") : io::openFile(collection, path, false);
+  const bool ok = folderExists(path) ? fail(u"This is a folder") : io::openFile(collection, path, merge);
   for (const std::string& note : notes.take()) printNote(file, note);
   if (!ok) printError(file, toUtf8(lastError()));
   return ok;
@@ -55,7 +55,9 @@ void printReport(const compare::Report& report) {
 int runCompare(const CompareArguments& arguments) {
   useSettings();
   Collection first, second;
-  if (!openFor(first, arguments.first) || !openFor(second, arguments.second)) return kTrouble;
+  if (!openFor(first, arguments.first, false)) return kTrouble;
+  for (std::size_t i = 0; i < arguments.second.size(); ++i)
+    if (!openFor(second, arguments.second[i], i > 0)) return kTrouble;
   const compare::Report report = compare::compareCollections(
       first, second, {.tolerance = arguments.tolerance, .samples = !arguments.noSamples});
   if (arguments.json)

@@ -55,7 +55,12 @@ void defineCompare(CLI::App& app, CompareArguments& arguments) {
   CLI::App* command = app.add_subcommand(
       "compare", "Tell what differs between two files: instruments, regions, sound, loops and samples.");
   command->add_option("FIRST", arguments.first, "File to open")->required();
-  command->add_option("SECOND", arguments.second, "File to compare it with")->required();
+  command
+      ->add_option("SECOND", arguments.second,
+                   "File to compare it with; several are taken together, as when a bank was saved as one "
+                   "file for each "
+                   "instrument")
+      ->required();
   command
       ->add_option(
           "--tolerance", arguments.tolerance,

@@ -39,6 +39,13 @@ Json texts(const Item& item) {
   return json;
 }
 
+Json featureTexts(FeatureMask features) {
+  Json texts = Json::array();
+  for (int feature = 0; features != 0; ++feature, features >>= 1)
+    if (features & 1) texts.push_back(toUtf8(featureText(feature)));
+  return texts;
+}
+
 Json named(const Item& item) { return {{"id", item.id()}, {"name", toUtf8(item.name())}}; }
 
 Json region(const Region& item) {
@@ -227,6 +234,7 @@ std::string comparisonJson(const compare::Report& report) {
     Json json = {{"where", toUtf8(each.where)}, {"what", toUtf8(each.what)}};
     if (!each.first.empty()) json["first"] = toUtf8(each.first);
     if (!each.second.empty()) json["second"] = toUtf8(each.second);
+    if (each.features != 0) json["needs"] = featureTexts(each.features);
     differences.push_back(std::move(json));
   }
   return dump({{"equal", report.differences.empty()},
