@@ -12,16 +12,16 @@ done
 work=$(mktemp -d)
 mkdir -p "$out"
 export XDG_CONFIG_HOME=$work/config NO_AT_BRIDGE=1
-exec 3>"$work/display"
-Xvfb -displayfd 3 -screen 0 1100x720x24 >/dev/null 2>&1 & screen=$!
-trap 'kill $studio $screen 2>/dev/null; rm -rf "$work"' EXIT
 studio=
+Xvfb -displayfd 3 -screen 0 1100x720x24 3>"$work/display" >/dev/null 2>&1 & screen=$!
+trap 'kill $studio $screen 2>/dev/null; rm -rf "$work"' EXIT
+
 until [ -s "$work/display" ]; do sleep 0.1; done
 export DISPLAY=:$(cat "$work/display")
 cp "$bank" "$work/"
 "$program" "$work/$(basename "$bank")" & studio=$!
 
-picture() { sleep "${2:-1}"; import -window root "$out/$1.png"; }
+picture() { sleep "${2:-1}"; import -window root +dither -colors 200 "$out/$1.png"; }
 at() { xdotool mousemove "$1" "$2" click 1; sleep 0.5; }
 keys() { xdotool key "$@"; sleep 0.5; }
 
@@ -29,12 +29,12 @@ sleep "${VEMKO_START_SECONDS:-4}"
 at 130 129                      # the first instrument
 keys Right
 picture main
-at 330 103                      # the first waveform
+at 330 103                      # the first waveform in sight
+keys Down Down
 picture waveform
 keys alt+Return; picture properties; keys Escape
-at 130 129
-keys alt+Return; keys ctrl+Tab; picture articulation 2; keys Escape
-at 330 103
 keys ctrl+p; picture process; keys Escape
+at 130 129
+keys alt+Return; keys Tab ctrl+Next; picture articulation; keys Escape
 keys ctrl+shift+s; picture save; keys Escape
 keys ctrl+comma; picture preferences; keys Escape

@@ -15,13 +15,17 @@ namespace {
 using Clock = std::chrono::steady_clock;
 constexpr auto kPatience = std::chrono::seconds(5);
 
-void pump() {
+}  // namespace
+
+void handleEvents() {
   wxEventLoopBase* loop = wxEventLoopBase::GetActive();
   while (loop->Pending()) loop->Dispatch();
   wxTheApp->ProcessPendingEvents();
   while (loop->ProcessIdle()) {
   }
 }
+
+namespace {
 
 wxDialog* modalDialog() {
   for (wxWindow* top : wxTopLevelWindows)
@@ -106,7 +110,7 @@ bool waitUntil(const std::function<bool()>& condition) {
   const auto end = Clock::now() + kPatience;
   while (!condition()) {
     if (Clock::now() > end) return false;
-    pump();
+    handleEvents();
     wxMilliSleep(5);
   }
   return true;
@@ -114,10 +118,10 @@ bool waitUntil(const std::function<bool()>& condition) {
 
 void settle() {
   for (int i = 0; i < 4; ++i) {
-    pump();
+    handleEvents();
     wxMilliSleep(15);
   }
-  pump();
+  handleEvents();
 }
 
 void press(int key, int modifiers) {

@@ -20,6 +20,8 @@ inline app::Document& document() { return window().document(); }
 
 /// Lets the window work until the condition holds; false when it does not within five seconds.
 bool waitUntil(const std::function<bool()>& condition);
+/// What has arrived until now, painting included.
+void handleEvents();
 /// Until everything that was sent has been dealt with.
 void settle();
 

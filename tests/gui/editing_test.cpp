@@ -53,6 +53,28 @@ TEST_F(Editing, RenamesInPlaceAndTakesItBack) {
   EXPECT_EQ(organ().name(), u"Flute");
 }
 
+TEST_F(Editing, AClickTakesTheSelectionFromWhatAnInstrumentPlays) {
+  Collection& collection = document().collection();
+  for (const char16_t* name : {u"First", u"Second", u"Third"}) createWaveform(collection, name);
+  Layer& layer = createLayer(createInstrument(collection, {}), {});
+  const ItemId third = collection.all<Waveform>().at(2)->id();
+  createRegion(layer, {}, {.waveform = serialOf(third)});
+  window().settingsChanged();
+  document().selectItems({layer.parent});
+  settle();
+  EXPECT_EQ(document().selectedWaveforms(), std::vector<ItemId>{third});
+  wxRect row;
+  window().list().GetItemRect(0, row);
+  click(window().list(), {row.x + 60, row.y + row.height / 2});
+  EXPECT_EQ(document().selectedWaveforms(), std::vector<ItemId>{collection.all<Waveform>().at(0)->id()});
+  press(WXK_DOWN);  // the keys belong to the list, though another page came to the front
+  EXPECT_EQ(document().selectedWaveforms(), std::vector<ItemId>{collection.all<Waveform>().at(1)->id()});
+  press(WXK_F6);
+  press(WXK_F6);
+  press(WXK_HOME);
+  EXPECT_FALSE(document().waveformsAreActive());
+}
+
 TEST_F(Editing, DeletesWithTheKey) {
   selectOrgan();
   press(WXK_DELETE);

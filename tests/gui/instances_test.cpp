@@ -1,4 +1,5 @@
 // The clipboard between two instances of the program, and big collections.
+#include <algorithm>
 #include <csignal>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -97,6 +98,28 @@ TEST_F(Instances, TenThousandItemsShowNoDelay) {
     std::printf("  %s: %.0f ms\n", each.name, milliseconds);
     EXPECT_LT(milliseconds, 1500) << each.name;
   }
+}
+
+// A bank of 140 MB, where one is installed.
+TEST_F(Instances, ABigBankStaysUsableWhileItsSamplesLoad) {
+  const Path bank = "/usr/share/sounds/sf2/FluidR3_GM.sf2";
+  if (!fileExists(bank)) GTEST_SKIP() << bank << " is not there";
+  const double opening = millisecondsOf([&] { open({bank}); });
+  const auto waveforms = document().collection().all<Waveform>();
+  ASSERT_GT(waveforms.size(), 500u);
+  EXPECT_TRUE(std::ranges::any_of(waveforms, [](const Waveform* wave) { return !wave->buffer; }));
+  double slowest = 0, first = 0;
+  for (std::size_t i = 0; i < waveforms.size(); i += 50) {
+    const double milliseconds = millisecondsOf([&] {
+      document().selectWaveforms({waveforms[i]->id()});
+      handleEvents();
+    });
+    if (i == 0) first = milliseconds;
+    slowest = std::max(slowest, milliseconds);
+  }
+  std::printf("  open: %.0f ms, first waveform: %.0f ms, slowest click: %.0f ms\n", opening, first, slowest);
+  EXPECT_LT(opening, 10000);
+  EXPECT_LT(slowest, 1000);
 }
 
 }  // namespace

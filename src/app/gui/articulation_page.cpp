@@ -93,8 +93,11 @@ ArticulationPage::ArticulationPage(wxWindow* parent, const Item& item) : Propert
 
   groups_ = new wxListBox(this, wxID_ANY);
   groups_->SetName("Groups");
-  for (int group = 0; group < kSlotGroupCount; ++group)
-    groups_->Append(shown(displayWord(static_cast<SlotGroup>(group))));
+  for (int group = 0; group < kSlotGroupCount; ++group) {
+    wxString word = shown(displayWord(static_cast<SlotGroup>(group)));
+    word[0] = wxToupper(word[0]);
+    groups_->Append(word);
+  }
   groups_->SetSelection(0);
   auto* copy = new wxButton(this, wxID_ANY, "&Copy group");
   auto* paste = new wxButton(this, wxID_ANY, "&Paste group");

@@ -38,11 +38,16 @@ CollectionTree::CollectionTree(wxWindow* parent, app::Document& document)
   Bind(wxEVT_TREE_END_LABEL_EDIT, &CollectionTree::onEndEdit, this);
   Bind(wxEVT_TREE_BEGIN_DRAG, &CollectionTree::onBeginDrag, this);
   Bind(wxEVT_TREE_END_DRAG, &CollectionTree::onEndDrag, this);
-  Bind(wxEVT_SET_FOCUS, [this](wxFocusEvent& event) {
-    document_.activate(false);
-    event.Skip();
-  });
+  Bind(wxEVT_SET_FOCUS, &CollectionTree::onFocus, this);
   reload();
+}
+
+// The toolkit moves the focus once more while it takes the window apart.
+CollectionTree::~CollectionTree() { Unbind(wxEVT_SET_FOCUS, &CollectionTree::onFocus, this); }
+
+void CollectionTree::onFocus(wxFocusEvent& event) {
+  document_.activate(false);
+  event.Skip();
 }
 
 void CollectionTree::reload() {

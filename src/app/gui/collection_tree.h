@@ -13,6 +13,7 @@ namespace vemko::gui {
 class CollectionTree : public wxTreeCtrl {
  public:
   CollectionTree(wxWindow* parent, app::Document& document);
+  ~CollectionTree() override;
 
   /// Builds the tree anew, keeping what is open, selected and in view.
   void reload();
@@ -28,6 +29,7 @@ class CollectionTree : public wxTreeCtrl {
   ItemId itemOf(wxTreeItemId node) const;
   wxTreeItemId reveal(ItemId item);
   void beginRename(wxTreeItemId node);
+  void onFocus(wxFocusEvent& event);
   void onEndEdit(wxTreeEvent& event);
   void onBeginDrag(wxTreeEvent& event);
   void onEndDrag(wxTreeEvent& event);

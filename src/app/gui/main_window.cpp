@@ -223,9 +223,9 @@ void MainWindow::showSelectedItems() {
 
   // A page that was chosen for the other kind of item gives way; the log stays when it is looked at.
   if (document_.waveformsAreActive() && waveform != kNoItem && pages_->GetSelection() == kKeyMapPage)
-    pages_->ChangeSelection(kWaveformPage);
+    bringToFront(kWaveformPage);
   else if (!document_.waveformsAreActive() && isNew && instrument && pages_->GetSelection() == kWaveformPage)
-    pages_->ChangeSelection(kKeyMapPage);
+    bringToFront(kKeyMapPage);
   showSelectionCount();
 }
 
@@ -236,6 +236,13 @@ void MainWindow::showSelectionCount() {
                              ? countText(selected, "item") + " selected"
                              : countText(collection.count(ItemKind::Instrument), "instrument") + ", " +
                                    countText(collection.count(ItemKind::Waveform), "waveform"));
+}
+
+// The notebook hands the keys to its page; they stay where the user selects.
+void MainWindow::bringToFront(Page page) {
+  wxWindow* const focus = FindFocus();
+  pages_->ChangeSelection(page);
+  if (focus) focus->SetFocus();
 }
 
 void MainWindow::showPage(Page page) {

@@ -53,6 +53,7 @@ class MainWindow : public wxFrame {
   void selectionChanged();
   void showSelectedItems();
   void showSelectionCount();
+  void bringToFront(Page page);
   void showTitle();
   void loadRecentFiles();
   void onClose(wxCloseEvent& event);

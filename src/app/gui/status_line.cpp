@@ -21,7 +21,7 @@ constexpr long long kPaintEveryMs = 40;
 
 StatusLine::StatusLine(wxWindow* parent) : wxStatusBar(parent, wxID_ANY) {
   SetFieldsCount(3);
-  const int widths[] = {-3, FromDIP(150), -1};
+  const int widths[] = {-1, FromDIP(150), FromDIP(270)};
   SetStatusWidths(3, widths);
   gauge_ = new wxGauge(this, wxID_ANY, kSteps);
   gauge_->SetName("Progress");

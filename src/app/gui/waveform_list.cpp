@@ -62,11 +62,16 @@ WaveformList::WaveformList(wxWindow* parent, app::Document& document)
   Bind(wxEVT_LIST_ITEM_FOCUSED, [this](wxListEvent&) { selectionMayHaveChanged(); });
   Bind(wxEVT_LIST_COL_CLICK, &WaveformList::onColumnClick, this);
   Bind(wxEVT_LIST_END_LABEL_EDIT, &WaveformList::onEndEdit, this);
-  Bind(wxEVT_SET_FOCUS, [this](wxFocusEvent& event) {
-    document_.activate(true);
-    event.Skip();
-  });
+  Bind(wxEVT_CHILD_FOCUS, &WaveformList::onFocus, this);
   reload();
+}
+
+// The toolkit moves the focus once more while it takes the window apart.
+WaveformList::~WaveformList() { Unbind(wxEVT_CHILD_FOCUS, &WaveformList::onFocus, this); }
+
+void WaveformList::onFocus(wxChildFocusEvent& event) {
+  document_.activate(true);
+  event.Skip();
 }
 
 void WaveformList::reload() {
@@ -91,8 +96,12 @@ void WaveformList::showSelection() {
     if (wanted != (GetItemState(row, wxLIST_STATE_SELECTED) != 0))
       SetItemState(row, wanted ? wxLIST_STATE_SELECTED : 0, wxLIST_STATE_SELECTED);
   }
+  // The next click takes the selection from the focused row, and only from that.
+  if (first >= 0 && !HasFocus()) {
+    SetItemState(first, wxLIST_STATE_FOCUSED, wxLIST_STATE_FOCUSED);
+    EnsureVisible(first);
+  }
   showing_ = false;
-  if (first >= 0 && !HasFocus()) EnsureVisible(first);
 }
 
 void WaveformList::renameSelected() {

@@ -11,6 +11,7 @@ namespace vemko::gui {
 class WaveformList : public wxListCtrl {
  public:
   WaveformList(wxWindow* parent, app::Document& document);
+  ~WaveformList() override;
 
   /// Takes the items from the document anew, keeping selection and order.
   void reload();
@@ -29,6 +30,7 @@ class WaveformList : public wxListCtrl {
   long nextSelected(long row) const { return GetNextItem(row, wxLIST_NEXT_ALL, wxLIST_STATE_SELECTED); }
   void sortRows();
   void onColumnClick(wxListEvent& event);
+  void onFocus(wxChildFocusEvent& event);  // the list consists of several windows
   void onEndEdit(wxListEvent& event);
   /// After the events of one click or key, however many, the selection is told once.
   void selectionMayHaveChanged();
