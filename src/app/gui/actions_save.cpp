@@ -98,8 +98,9 @@ void saveAll(MainWindow& window) {
 bool mayDiscard(MainWindow& window) {
   if (!window.document().isChanged()) return true;
   constexpr std::u16string_view kButtons[] = {u"&Save", u"&Discard", u"&Cancel"};
-  const std::u16string question =
-      u"\"" + window.document().collection().displayName() + u"\" has changes that are not saved.";
+  std::u16string question = u"\"";
+  question += window.document().collection().displayName();
+  question += u"\" has changes that are not saved.";
   switch (QuestionDialog(&window, "Vemko Studio", question, kButtons).choose()) {
     case 0:
       return save(window);

@@ -99,6 +99,7 @@ void WaveformList::showSelection() {
   // The next click takes the selection from the focused row, and only from that.
   if (first >= 0 && !HasFocus()) {
     SetItemState(first, wxLIST_STATE_FOCUSED, wxLIST_STATE_FOCUSED);
+    EnsureVisible(std::min(first + GetCountPerPage() - 1, static_cast<long>(GetItemCount()) - 1));
     EnsureVisible(first);
   }
   showing_ = false;
