@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <map>
+#include <tuple>
 
 #include "base/last_error.h"
 #include "base/parallel_for.h"
@@ -66,6 +68,25 @@ bool appendZeros(std::size_t count, BlockWriter& out) {
     count -= room.size();
   }
   return true;
+}
+
+bool isGap(const InputFile& file, std::uint64_t offset) {
+  std::array<std::byte, kGapPoints * 2> gap;
+  return file.size() >= gap.size() && offset <= file.size() - gap.size() && file.readAt(offset, gap) &&
+         std::ranges::all_of(gap, [](std::byte b) { return b == std::byte{0}; });
+}
+
+// How many of the samples lie in one file behind each other as they are written, gaps and all.
+std::size_t runLength(std::span<const ChannelData> data, const InputFile& file) {
+  std::size_t count = 1;
+  for (; count < data.size(); ++count) {
+    const ChannelData &last = data[count - 1], &next = data[count];
+    const auto offset = storedOffset(next);
+    if (!offset || next.source->file() != last.source->file()) break;
+    const std::uint64_t gap = *storedOffset(last) + std::uint64_t{last.frames} * 2;
+    if (*offset != gap + kGapPoints * 2 || !isGap(file, gap)) break;
+  }
+  return count;
 }
 
 bool copyBytes(const ChannelData& data, std::uint64_t offset, std::uint64_t count, BlockWriter& out) {
@@ -142,9 +163,12 @@ bool encodeAhead(std::span<const ChannelData> data, std::size_t frameBytes, cons
   });
 }
 
-// `copy` writes what need not be encoded; it says nothing of other samples.
+// Writes what need not be encoded: so many of the first samples, the gaps between them included. 0 for
+// others; nothing when it failed.
+using Copy = std::function<std::optional<std::size_t>(std::span<const ChannelData> data)>;
+
 bool writeAll(const std::vector<ChannelData>& data, std::size_t frameBytes, BlockWriter& out,
-              const std::function<std::optional<bool>(const ChannelData&)>& copy, const Encode& encode) {
+              const Copy& copy, const Encode& encode) {
   std::shared_ptr<InputFile> heldOpen;  // from one sample to the next
   for (std::size_t first = 0; first < data.size(); first += kBatch) {
     const auto batch = std::span(data).subspan(first, std::min(kBatch, data.size() - first));
@@ -152,14 +176,17 @@ bool writeAll(const std::vector<ChannelData>& data, std::size_t frameBytes, Bloc
     if (batch[0].source && batch[0].source->file()) heldOpen = batch[0].source->file()->open();
     if (!encodeAhead(batch, frameBytes, encode, encoded)) return false;
     for (std::size_t i = 0; i < batch.size(); ++i) {
-      bool ok = true;
-      if (!encoded[i].empty())
-        ok = out.append(encoded[i]);
-      else if (const auto copied = copy(batch[i]))
-        ok = *copied;
-      else
-        ok = encode(batch[i], [&](std::size_t bytes) { return out.reserve(bytes); });
-      if (!ok || !appendZeros(kGapPoints * frameBytes, out)) return false;
+      if (!encoded[i].empty()) {
+        if (!out.append(encoded[i])) return false;
+      } else {
+        const auto copied = copy(batch.subspan(i));
+        if (!copied) return false;
+        if (*copied > 0)
+          i += *copied - 1;
+        else if (!encode(batch[i], [&](std::size_t bytes) { return out.reserve(bytes); }))
+          return false;
+      }
+      if (!appendZeros(kGapPoints * frameBytes, out)) return false;
     }
     showProgress(static_cast<double>(first + batch.size()) / static_cast<double>(data.size()));
   }
@@ -175,6 +202,22 @@ std::unique_ptr<SampleStream> openChannel(const ChannelData& data) {
   if (!stream || channels == 1) return stream;
   if (data.channel == kAllChannels) return withChannels(std::move(stream), channels, 1);
   return std::make_unique<PickedStream>(std::move(stream), channels, static_cast<std::size_t>(data.channel));
+}
+
+std::vector<std::size_t> storedOrder(const std::vector<ChannelData>& data) {
+  // Files in the order in which they are met; what is not stored so comes last.
+  std::map<const SourceFile*, std::size_t> files;
+  std::vector<std::tuple<std::size_t, std::uint64_t, std::size_t>> places;
+  for (std::size_t i = 0; i < data.size(); ++i) {
+    const auto offset = storedOffset(data[i]);
+    const std::size_t file =
+        offset ? files.try_emplace(data[i].source->file().get(), files.size()).first->second : data.size();
+    places.emplace_back(file, offset.value_or(0), i);
+  }
+  std::ranges::sort(places);
+  std::vector<std::size_t> order;
+  for (const auto& place : places) order.push_back(std::get<2>(place));
+  return order;
 }
 
 std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data) {
@@ -193,10 +236,15 @@ std::optional<std::vector<SamplePosition>> placePoints(const std::vector<Channel
 }
 
 bool writePoints(const std::vector<ChannelData>& data, bool is24, BlockWriter& out) {
-  auto copy = [&](const ChannelData& each) -> std::optional<bool> {
-    const auto offset = storedOffset(each);
-    if (!offset) return std::nullopt;
-    return copyBytes(each, *offset, std::uint64_t{each.frames} * 2, out);
+  auto copy = [&](std::span<const ChannelData> rest) -> std::optional<std::size_t> {
+    const auto offset = storedOffset(rest[0]);
+    if (!offset) return 0;
+    const auto file = rest[0].source->file()->open();
+    if (!file) return std::nullopt;
+    const std::size_t count = runLength(rest, *file);
+    const ChannelData& last = rest[count - 1];
+    const std::uint64_t end = *storedOffset(last) + std::uint64_t{last.frames} * 2;
+    return out.copyFrom(*file, *offset, end - *offset) ? std::optional(count) : std::nullopt;
   };
   return writeAll(data, 2, out, copy, [&](const ChannelData& each, const Room& room) {
     return is24 ? encodeSplit(each, false, room) : encodePoints(each, room);
@@ -230,10 +278,13 @@ bool writeStreams(const std::vector<ChannelData>& data, std::uint32_t setting, B
 }
 
 bool writeLowBytes(const std::vector<ChannelData>& data, BlockWriter& out) {
-  auto copy = [&](const ChannelData& each) -> std::optional<bool> {
-    if (!storedOffset(each)) return std::nullopt;
+  auto copy = [&](std::span<const ChannelData> rest) -> std::optional<std::size_t> {
+    const ChannelData& each = rest[0];
+    if (!storedOffset(each)) return 0;
     const SplitSamples* split = splitSamplesOf(each.source.get());
-    return split ? copyBytes(each, split->lowOffset, each.frames, out) : appendZeros(each.frames, out);
+    const bool ok =
+        split ? copyBytes(each, split->lowOffset, each.frames, out) : appendZeros(each.frames, out);
+    return ok ? std::optional<std::size_t>(1) : std::nullopt;
   };
   return writeAll(data, 1, out, copy,
                   [&](const ChannelData& each, const Room& room) { return encodeSplit(each, true, room); });

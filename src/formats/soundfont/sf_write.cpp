@@ -1,6 +1,9 @@
 #include <algorithm>
+#include <new>
+#include <optional>
 
 #include "base/last_error.h"
+#include "base/parallel_for.h"
 #include "base/version.h"
 #include "formats/riff/riff.h"
 #include "formats/soundfont/sf_bank_plan.h"
@@ -95,36 +98,50 @@ bool appendToEven(std::uint64_t size, BlockWriter& out) {
   return size % 2 == 0 || out.append(std::vector<std::byte>(1));
 }
 
-bool writePlain(Chunks chunks, const SamplePool& pool, bool is24, OutputFile& file) {
-  const auto positions = placePoints(pool.data());
-  if (!positions) return false;
-  chunks.headers = buildSampleHeaders(pool, *positions);
-  const std::uint64_t points = positions->empty() ? 0 : positions->back().end + std::uint64_t{kGapPoints};
-  const std::uint64_t lowBytes = points + points % 2;
-  BlockWriter out(file);
-  if (!out.append(buildHead(chunks, points * 2, 12 + points * 2 + (is24 ? 8 + lowBytes : 0)).bytes) ||
-      !writePoints(pool.data(), is24, out))
-    return false;
-  if (is24) {
-    ByteWriter low;
-    appendHeader(low, fourCc("sm24"), lowBytes);
-    if (!out.append(low.bytes) || !writeLowBytes(pool.data(), out) || !appendToEven(points, out)) return false;
-  }
-  return appendTables(chunks, out);
+/// A bank on its way into the file: the samples first, while the zones' tables are still being made.
+struct Bank {
+  const SamplePool& pool;
+  BlockWriter& out;
+  Chunks chunks = {};
+  std::uint64_t headBytes = 0, smplBytes = 0, listBytes = 0;
+};
+
+// With sizes that become known later.
+bool startSamples(Bank& bank) {
+  const ByteWriter head = buildHead(bank.chunks, 0, 0);
+  bank.headBytes = head.size();
+  return bank.out.append(head.bytes);
 }
 
-// The length of the streams is known when they are written; the head is written once more then.
-bool writeCompressed(Chunks chunks, const SamplePool& pool, std::uint32_t setting, OutputFile& file) {
-  BlockWriter out(file);
+bool writePlainSamples(bool is24, Bank& bank) {
+  std::vector<ChannelData> data;
+  const std::vector<std::size_t> order = storedOrder(bank.pool.data());
+  for (std::size_t index : order) data.push_back(bank.pool.data()[index]);
+  const auto placed = placePoints(data);
+  if (!placed) return false;
+  std::vector<SamplePosition> positions(order.size());
+  for (std::size_t i = 0; i < order.size(); ++i) positions[order[i]] = (*placed)[i];
+  bank.chunks.headers = buildSampleHeaders(bank.pool, positions);
+  const std::uint64_t points = placed->empty() ? 0 : placed->back().end + std::uint64_t{kGapPoints};
+  const std::uint64_t lowBytes = points + points % 2;
+  bank.smplBytes = points * 2;
+  bank.listBytes = 12 + bank.smplBytes + (is24 ? 8 + lowBytes : 0);
+  if (!startSamples(bank) || !writePoints(data, is24, bank.out)) return false;
+  if (!is24) return true;
+  ByteWriter low;
+  appendHeader(low, fourCc("sm24"), lowBytes);
+  return bank.out.append(low.bytes) && writeLowBytes(data, bank.out) && appendToEven(points, bank.out);
+}
+
+bool writeCompressedSamples(std::uint32_t setting, Bank& bank) {
   std::vector<SamplePosition> positions;
-  const std::uint64_t headBytes = buildHead(chunks, 0, 0).size();
-  if (!out.append(buildHead(chunks, 0, 0).bytes) || !writeStreams(pool.data(), setting, out, positions))
+  if (!startSamples(bank) || !writeStreams(bank.pool.data(), setting, bank.out, positions) ||
+      !appendToEven(bank.out.position() - bank.headBytes, bank.out))
     return false;
-  if (!appendToEven(out.position() - headBytes, out)) return false;
-  const std::uint64_t smplBytes = out.position() - headBytes;
-  chunks.headers = buildSampleHeaders(pool, positions);
-  if (!appendTables(chunks, out)) return false;
-  return file.writeAt(0, buildHead(chunks, smplBytes, 12 + smplBytes).bytes);
+  bank.smplBytes = bank.out.position() - bank.headBytes;
+  bank.listBytes = 12 + bank.smplBytes;
+  bank.chunks.headers = buildSampleHeaders(bank.pool, positions);
+  return true;
 }
 
 }  // namespace
@@ -138,15 +155,27 @@ bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
   SamplePool pool(waveforms, mono);
   keepFileLoops(instruments, pool);
 
-  auto zones = buildZoneTables(planBank(instruments, pool));
-  if (!zones) return false;
   const bool compressed = options.variant == kCompressedVariant;
   const bool is24 = !compressed && needs24Bits(waveforms, options);
-  Chunks chunks;
-  chunks.zones = std::move(*zones);
-  chunks.info = buildInfo(item, compressed ? 3 : 2, compressed ? 0 : is24 ? 4 : 1);
-  return compressed ? writeCompressed(std::move(chunks), pool, options.setting, file)
-                    : writePlain(std::move(chunks), pool, is24, file);
+  BlockWriter out(file);
+  Bank bank{pool, out};
+  bank.chunks.info = buildInfo(item, compressed ? 3 : 2, compressed ? 0 : is24 ? 4 : 1);
+  std::optional<std::vector<std::byte>> zones;
+  auto runTask = [&](std::size_t task) {
+    if (task == 1) return (zones = buildZoneTables(planBank(instruments, pool))).has_value();
+    return compressed ? writeCompressedSamples(options.setting, bank) : writePlainSamples(is24, bank);
+  };
+  const bool ok = parallelFor(2, [&](std::size_t task) {
+    try {
+      return runTask(task);
+    } catch (const std::bad_alloc&) {
+      return fail(u"Out of memory");
+    }
+  });
+  if (!ok) return false;
+  bank.chunks.zones = std::move(*zones);
+  return appendTables(bank.chunks, out) &&
+         file.writeAt(0, buildHead(bank.chunks, bank.smplBytes, bank.listBytes).bytes);
 }
 
 }  // namespace vemko::soundfont

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <fcntl.h>
+#include <sys/sendfile.h>
 #include <unistd.h>
 
 #include "base/last_error.h"
@@ -38,6 +39,8 @@ std::uint64_t copyInKernel(int from, std::uint64_t offset, int to, std::uint64_t
     auto position = static_cast<off_t>(offset + copied);
     auto step = static_cast<std::size_t>(std::min(kStep, count - copied));
     ssize_t done = posix::retried([&] { return ::copy_file_range(from, &position, to, nullptr, step, 0); });
+    // Not between file systems; this way the pages are at least copied only once.
+    if (done < 0) done = posix::retried([&] { return ::sendfile(to, from, &position, step); });
     if (done <= 0) break;
     copied += static_cast<std::uint64_t>(done);
   }
