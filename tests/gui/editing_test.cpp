@@ -1,9 +1,12 @@
+#include <wx/clipbrd.h>
+#include <wx/dnd.h>
 #include <wx/listctrl.h>
 #include <wx/textctrl.h>
 
 #include "app/gui/actions.h"
 #include "app/gui/collection_tree.h"
 #include "app/gui/waveform_list.h"
+#include "app/gui/waveform_view.h"
 #include "core/parameters.h"
 #include "gui/driver.h"
 
@@ -105,6 +108,73 @@ TEST_F(Editing, CopiesAndPastesWithKeys) {
   ASSERT_TRUE(waitUntil([] { return document().collection().count(ItemKind::Waveform) == 2; }));
   EXPECT_EQ(document().collection().all<Waveform>().at(1)->name(), u"Copy of Organ A3");
   EXPECT_EQ(document().history().undoName(), u"Paste");
+}
+
+TEST_F(Editing, OtherProgramsGetAndGiveWaveData) {
+  selectOrgan();
+  press('C', wxMOD_CONTROL);
+  wxCustomDataObject wave(wxDataFormat("audio/x-wav"));
+  {
+    wxClipboardLocker lock;
+    ASSERT_TRUE(wxTheClipboard->GetData(wave));
+  }
+  ASSERT_GT(wave.GetSize(), 44u);
+  EXPECT_EQ(std::string(static_cast<const char*>(wave.GetData()), 4), "RIFF");
+  {
+    wxClipboardLocker lock;  // now nothing but the wave, as another program would put it
+    auto* alone = new wxCustomDataObject(wxDataFormat("audio/x-wav"));
+    alone->SetData(wave.GetSize(), wave.GetData());
+    wxTheClipboard->SetData(alone);
+  }
+  press('V', wxMOD_CONTROL);
+  ASSERT_EQ(document().collection().count(ItemKind::Waveform), 2u);
+  const Waveform& pasted = *document().collection().all<Waveform>().at(1);
+  EXPECT_EQ(pasted.name(), u"Pasted waveform");
+  EXPECT_EQ(pasted.frames, 26460u);
+  EXPECT_NE(pasted.mainLoop(), nullptr);
+}
+
+TEST_F(Editing, PastingNothingSaysSo) {
+  {
+    wxClipboardLocker lock;
+    wxTheClipboard->SetData(new wxTextDataObject("text"));
+  }
+  press('V', wxMOD_CONTROL);
+  EXPECT_EQ(takeMessages(), std::vector<wxString>{"No compatible data on the clipboard"});
+}
+
+TEST_F(Editing, DroppedFilesOpen) {
+  auto& target = dynamic_cast<wxFileDropTarget&>(*window().GetDropTarget());
+  wxArrayString names;
+  names.Add(shownPath(kOrgan));
+  EXPECT_TRUE(target.OnDropFiles(10, 10, names));
+  EXPECT_TRUE(waitUntil([] { return document().collection().count(ItemKind::Waveform) == 1; }));
+  EXPECT_EQ(window().recentFiles().GetHistoryFile(0), shownPath(kOrgan));
+}
+
+TEST_F(Editing, RenamesInTheTree) {
+  Instrument& instrument = createInstrument(document().collection(), u"Old", Patch::of(0, 0, 7));
+  window().settingsChanged();
+  document().selectItems({instrument.id()});
+  window().tree().showSelection();
+  press(WXK_F2);
+  type("Grand");
+  press(WXK_RETURN);
+  ASSERT_TRUE(waitUntil([] { return document().collection().all<Instrument>().at(0)->name() == u"Grand"; }));
+  settle();
+  wxTreeItemIdValue cookie;
+  CollectionTree& tree = window().tree();
+  EXPECT_EQ(tree.GetItemText(tree.GetFirstChild(tree.GetRootItem(), cookie)), "000:007  Grand");
+}
+
+TEST_F(Editing, DraggingALoopIsAStep) {
+  selectOrgan();
+  const std::uint32_t start = organ().mainLoop()->start;
+  window().waveformView().onEdit(u"Move loop", [](Waveform& wave) { wave.mainLoop()->start = 5; });
+  EXPECT_EQ(document().history().undoName(), u"Move loop");
+  EXPECT_EQ(organ().mainLoop()->start, 5u);
+  press('Z', wxMOD_CONTROL);
+  EXPECT_EQ(organ().mainLoop()->start, start);
 }
 
 TEST_F(Editing, PropertiesChangeTheRootKey) {

@@ -42,8 +42,8 @@ CollectionTree::CollectionTree(wxWindow* parent, app::Document& document)
   reload();
 }
 
-// The toolkit moves the focus once more while it takes the window apart.
-CollectionTree::~CollectionTree() { Unbind(wxEVT_SET_FOCUS, &CollectionTree::onFocus, this); }
+// The toolkit moves focus and selection once more while it takes the window apart.
+CollectionTree::~CollectionTree() { SetEvtHandlerEnabled(false); }
 
 void CollectionTree::onFocus(wxFocusEvent& event) {
   document_.activate(false);

@@ -66,8 +66,8 @@ WaveformList::WaveformList(wxWindow* parent, app::Document& document)
   reload();
 }
 
-// The toolkit moves the focus once more while it takes the window apart.
-WaveformList::~WaveformList() { Unbind(wxEVT_CHILD_FOCUS, &WaveformList::onFocus, this); }
+// The toolkit moves focus and selection once more while it takes the window apart.
+WaveformList::~WaveformList() { SetEvtHandlerEnabled(false); }
 
 void WaveformList::onFocus(wxChildFocusEvent& event) {
   document_.activate(true);
