@@ -218,6 +218,12 @@ FeatureMask levelsOf(const Instrument& instrument) {
   return used;
 }
 
+// The marks that say what is played, which sound banks keep as offsets.
+bool isPlayMark(const LoopRecord& record) {
+  return (record.type == RecordType::PositionMarker && record.name == kStartName) ||
+         (record.type == RecordType::SectionMarker && record.name == kPlayName);
+}
+
 bool hasTexts(const Item& item) {
   return std::ranges::any_of(kTextProperties, [&](TextProperty property) {
     const bool isOther = property != TextProperty::Name && property != TextProperty::SourceFile;
@@ -305,8 +311,12 @@ FeatureMask featuresOf(const Waveform& waveform) {
   std::size_t loops = 0;
   for (const LoopRecord& record : waveform.records) {
     if (record.startHundredths != 0 || record.endHundredths != 0) used |= featureBit(FractionalLoops);
-    if (record.type != RecordType::Loop) used |= featureBit(features::Markers);
-    if (record.type == RecordType::SectionMarker) used |= featureBit(features::SectionEnds);
+    if (isPlayMark(record))
+      used |= featureBit(PlaySections);
+    else if (record.type != RecordType::Loop)
+      used |= featureBit(features::Markers);
+    if (record.type == RecordType::SectionMarker && !isPlayMark(record))
+      used |= featureBit(features::SectionEnds);
     if (record.type != RecordType::Loop || record.play == LoopPlay::Off) continue;
     used |= featureBit(++loops > 1 ? features::MoreLoops : features::Loops);
     if (record.play != LoopPlay::Forward) used |= featureBit(ReverseLoops);

@@ -58,13 +58,14 @@ struct BankHolding {
   FeatureMask more;             // what the matrix does not speak of, or what our writer says all the same
   FeatureMask less = 0;         // what the writer leaves out
 };
-constexpr FeatureMask kInBanks = kLoops | featureBit(features::KeyToDecay) |
-                                 featureBit(features::ExclusiveGroups) |
-                                 featureBit(features::VolumeAdjustment);
+constexpr FeatureMask kInBanks =
+    kLoops | featureBit(features::KeyToDecay) | featureBit(features::ExclusiveGroups) |
+    featureBit(features::VolumeAdjustment) | featureBit(features::Patches) | featureBit(features::Texts);
 // What both versions of SFZ hold: separate LFOs and envelopes, random pan, and what the sample files take.
-constexpr FeatureMask kInSfz = kInBanks | kMoreLoops | kMarkers | kSectionEnds |
-                               featureBit(features::FixedKey) | featureBit(features::PlayRules) |
-                               featureBit(15) | featureBit(20) | featureBit(39);
+constexpr FeatureMask kInSfz = (kInBanks & ~featureBit(features::Patches) & ~featureBit(features::Texts)) |
+                               kMoreLoops | kMarkers | kSectionEnds | featureBit(features::FixedKey) |
+                               featureBit(features::PlayRules) | featureBit(15) | featureBit(20) |
+                               featureBit(39);
 constexpr FeatureMask kKeyToTimes = featureBit(24) | featureBit(features::KeyToDecay);
 // Every row that writes instruments.
 constexpr BankHolding kBankHoldings[] = {
@@ -81,19 +82,6 @@ constexpr BankHolding kBankHoldings[] = {
     {u"Cakewalk SFZ v2 (waves in same folder)", u"SFZ v2 (.SFZ)", kInSfz | featureBit(37)},
     {u"Cakewalk SFZ v2 (waves in sub-folder)", u"SFZ v2 (.SFZ)", kInSfz | featureBit(37)},
 };
-
-// Nothing where it is not recorded what the row holds.
-std::optional<FeatureMask> heldFeatures(int row) {
-  const std::u16string_view description = descriptionOf(row);
-  if (const auto* found = std::ranges::find(kHoldings, description, &Holding::description);
-      found != std::end(kHoldings))
-    return found->features | ~kAboutLoops;
-  const auto* bank = std::ranges::find(kBankHoldings, description, &BankHolding::description);
-  if (bank == std::end(kBankHoldings)) return std::nullopt;
-  for (const FeatureProfile& profile : featureProfiles())
-    if (profile.name == bank->profile) return (profile.features | bank->more) & ~bank->less;
-  return std::nullopt;
-}
 
 // Encodings whose samples another encoding holds exactly. The companded ones decode to 14 and 13 bits, the
 // compressed ones count as 16.
@@ -166,13 +154,27 @@ void addFeatureLosses(const Item& item, FeatureMask held, std::vector<Loss>& los
     if (!(lost & featureBit(use.feature))) continue;
     const Item* example = item.collection().find(use.places.front());
     losses.push_back({std::u16string(featureText(use.feature)), use.places.size(),
-                      example ? example->displayName() : std::u16string()});
+                      (example ? *example : item).displayName()});
   }
 }
 
 }  // namespace
 
-bool holdingsAreKnown(int row) { return heldFeatures(row).has_value(); }
+std::optional<FeatureMask> heldFeatures(int row) {
+  const std::u16string_view description = descriptionOf(row);
+  if (const auto* found = std::ranges::find(kHoldings, description, &Holding::description);
+      found != std::end(kHoldings)) {
+    // What is played is a marker there, or a section.
+    constexpr FeatureMask kMarks = kMarkers | kSectionEnds;
+    const bool holdsMarks = (found->features & kMarks) == kMarks;
+    return (found->features | ~kAboutLoops) & ~(holdsMarks ? 0 : featureBit(features::PlaySections));
+  }
+  const auto* bank = std::ranges::find(kBankHoldings, description, &BankHolding::description);
+  if (bank == std::end(kBankHoldings)) return std::nullopt;
+  for (const FeatureProfile& profile : featureProfiles())
+    if (profile.name == bank->profile) return (profile.features | bank->more) & ~bank->less;
+  return std::nullopt;
+}
 
 std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options) {
   const FormatEntry* entry = formatRow(row);

@@ -1,10 +1,12 @@
 #pragma once
 // What a save drops: each feature that the items use and the target row cannot hold.
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "core/feature_use.h"
 #include "io/format_entry.h"
 
 namespace vemko::io {
@@ -21,7 +23,8 @@ std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& o
 /// "Samples: 24-bit precision ("Kick" and 2 more)".
 std::u16string lossText(const Loss& loss);
 
-/// Whether it is recorded which features the row holds; losses of these are not told otherwise.
-bool holdingsAreKnown(int row);
+/// What the row holds of the features that items may use; nothing where that is not recorded, and then no
+/// feature is told as lost.
+std::optional<FeatureMask> heldFeatures(int row);
 
 }  // namespace vemko::io

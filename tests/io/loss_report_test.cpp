@@ -10,7 +10,7 @@ using test::defer;
 
 TEST(LossReport, EveryRowThatWritesWaveformsSaysWhatItHolds) {
   for (int row = nextWritingRow(0); row != kNoRow; row = nextWritingRow(row + 1))
-    EXPECT_TRUE(holdingsAreKnown(row) || !canHold(row, ItemKind::Waveform)) << toUtf8(descriptionOf(row));
+    EXPECT_TRUE(heldFeatures(row) || !canHold(row, ItemKind::Waveform)) << toUtf8(descriptionOf(row));
 }
 
 TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
@@ -25,16 +25,24 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
   region.articulation.set(28, 12.0f);  // that the mod wheel opens
   region.articulation.set(60, 0.5f);   // reverb
   region.articulation.set(3, 12.0f);   // an octave of pitch bend
+  instrument.patch = Patch::of(1, 0, 5);
+  collection.setText(TextProperty::Artist, u"Somebody");
+  LoopAdder(wave).addMarker({.start = 10, .end = 10, .name = std::u16string(kStartName)});
   const struct {
     const char16_t* row;
     std::vector<std::u16string> features;
   } cases[] = {
       {u"DownLoadable Sounds level 1",
-       {u"Filter: Low Pass Filter", u"Filter: Mod wheel/Aftertouch to Cutoff", u"Effects: Effect send levels",
+       {u"Trigger: Waveform play section section (start/end offsets)", u"Filter: Low Pass Filter",
+        u"Filter: Mod wheel/Aftertouch to Cutoff", u"Effects: Effect send levels",
         u"Pitch: Pitch bend to Pitch"}},
       {u"DownLoadable Sounds level 2",
-       {u"Filter: Mod wheel/Aftertouch to Cutoff", u"Pitch: Pitch bend to Pitch"}},
-      {u"DownLoadable Sounds level 2++", {u"Pitch: Pitch bend to Pitch"}},
+       {u"Trigger: Waveform play section section (start/end offsets)",
+        u"Filter: Mod wheel/Aftertouch to Cutoff", u"Pitch: Pitch bend to Pitch"}},
+      {u"DownLoadable Sounds level 2++",
+       {u"Trigger: Waveform play section section (start/end offsets)", u"Pitch: Pitch bend to Pitch"}},
+      {u"Cakewalk SFZ v2 (waves in sub-folder)",
+       {u"Architecture: Bank and program numbers", u"Architecture: Texts"}},
       {u"SoundFont v2 bank", {}},
   };
   for (const auto& each : cases) {

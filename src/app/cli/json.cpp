@@ -5,6 +5,7 @@
 
 #include "app/cli/names.h"
 #include "base/text.h"
+#include "io/loss_report.h"
 #include "tools/levels.h"
 
 namespace vemko::cli {
@@ -39,10 +40,11 @@ Json texts(const Item& item) {
   return json;
 }
 
-Json featureTexts(FeatureMask features) {
+Json featureTexts(FeatureMask held) {
   Json texts = Json::array();
-  for (int feature = 0; features != 0; ++feature, features >>= 1)
-    if (features & 1) texts.push_back(toUtf8(featureText(feature)));
+  for (int feature = 0; feature < features::Count; ++feature)
+    if (held & featureBit(feature) && !featureText(feature).empty())
+      texts.push_back(toUtf8(featureText(feature)));
   return texts;
 }
 
@@ -205,6 +207,7 @@ std::string formatsJson(std::span<const int> rows) {
     Json bitRates = Json::array();
     for (int i = 0; entry.settings && entry.settings(i, entry.variant, nullptr) > 0; ++i)
       bitRates.push_back(entry.settings(i, entry.variant, nullptr));
+    const auto held = entry.writer ? io::heldFeatures(row) : std::nullopt;
     list.push_back({{"extension", toUtf8(entry.extension)},
                     {"description", toUtf8(entry.description)},
                     {"read", entry.reader != nullptr},
@@ -213,6 +216,7 @@ std::string formatsJson(std::span<const int> rows) {
                     {"encodings", words(encodingList(entry.capabilities, " "))},
                     {"channels", layouts(entry.capabilities)},
                     {"bitRates", bitRates},
+                    {"features", held ? featureTexts(*held) : Json::array()},
                     {"missing", missing}});
   }
   return dump(list);
