@@ -11,6 +11,7 @@ struct Bank {
   Bank() {
     Collection& collection = document.collection();
     wave = createWaveform(collection, u"Wave").id();
+    other = createWaveform(collection, u"Other").id();
     Instrument& second = createInstrument(collection, u"B", Patch::of(0, 0, 5));
     layer = createLayer(second, u"Layer").id();
     region = createRegion(*collection.find<Layer>(layer), u"Region", {.waveform = serialOf(wave)}).id();
@@ -18,7 +19,7 @@ struct Bank {
     a = createInstrument(collection, u"A", Patch::of(0, 0, 9)).id();
   }
   Document document;
-  ItemId wave, a, b, layer, region;
+  ItemId wave, other, a, b, layer, region;
 };
 
 std::u16string namesOf(const Collection& collection, ItemKind kind) {
@@ -67,6 +68,11 @@ TEST(Document, EveryEditIsTakenBackAndDoneAgain) {
        "Sort by name"},
       {"create", [](Bank& bank) { return bank.document.create(ItemKind::Region, bank.region); },
        "New region"},
+      {"play another waveform",
+       [](Bank& bank) {
+         return bank.document.linkWaveform(Ids{bank.region, bank.a}, bank.other);
+       },
+       "Play another waveform"},
       {"paste",
        [](Bank& bank) { return bank.document.paste(*bank.document.copy(Ids{bank.b}), kNoItem, false); },
        "Paste"},
@@ -129,7 +135,7 @@ TEST(Document, MergingIsAStep) {
   ASSERT_TRUE(io::saveItem(wave, row, folder / "x.wav", io::saveOptionsFor(row, 0))) << toUtf8(lastError());
   const std::u16string before = picture(target.document.collection());
   ASSERT_TRUE(target.document.open(folder / "x.wav", io::OpenMode::Merge)) << toUtf8(lastError());
-  EXPECT_EQ(target.document.collection().count(ItemKind::Waveform), 2u);
+  EXPECT_EQ(target.document.collection().count(ItemKind::Waveform), 3u);
   ASSERT_TRUE(target.document.undo());
   EXPECT_EQ(toUtf8(picture(target.document.collection())), toUtf8(before));
   EXPECT_FALSE(target.document.open(folder / "none.wav", io::OpenMode::Merge));

@@ -87,6 +87,8 @@ class Document {
   /// A new instrument, layer, region, song or track; below, beside or near the target, where its kind lets
   /// it. The new item is selected. Regions made while one waveform is selected play it.
   bool create(ItemKind kind, ItemId target);
+  /// Lets the regions among the items play the waveform.
+  bool linkWaveform(std::span<const ItemId> items, ItemId waveform);
   enum class SortKey { Name, Program };
   /// Puts instruments and songs (by name), or instruments (by bank and program), in order.
   bool sort(SortKey key);

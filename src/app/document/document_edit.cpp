@@ -162,6 +162,18 @@ bool Document::create(ItemKind kind, ItemId targetId) {
   return done;
 }
 
+bool Document::linkWaveform(std::span<const ItemId> items, ItemId waveform) {
+  std::vector<ItemId> regions;
+  for (ItemId id : items)
+    if (const auto* region = collection_.find<Region>(id); region && region->waveformId != waveform)
+      regions.push_back(id);
+  if (regions.empty() || !collection_.find<Waveform>(waveform)) return false;
+  return edit(u"Play another waveform", regions, Touches::Content, [&](Created&) {
+    for (ItemId id : regions) collection_.find<Region>(id)->setWaveform(waveform);
+    return true;
+  });
+}
+
 bool Document::sort(SortKey key) {
   std::vector<ItemId> touched = idsOfKind(collection_, ItemKind::Instrument);
   if (key == SortKey::Name)

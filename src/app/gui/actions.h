@@ -33,6 +33,8 @@ void createItem(MainWindow& window, ItemKind kind);
 void moveSelected(MainWindow& window, int steps);
 void sortItems(MainWindow& window, app::Document::SortKey key);
 
+/// The selected regions play the selected waveform from now on.
+void linkSelectedWaveform(MainWindow& window);
 void showProperties(MainWindow& window);
 void processSelected(MainWindow& window);
 

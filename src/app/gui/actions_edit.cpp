@@ -67,6 +67,12 @@ void moveSelected(MainWindow& window, int steps) {
   if (!items.empty()) window.document().moveBy(items.front(), steps);
 }
 
+void linkSelectedWaveform(MainWindow& window) {
+  app::Document& document = window.document();
+  if (document.selectedWaveforms().size() == 1)
+    document.linkWaveform(document.selectedItems(), document.selectedWaveforms().front());
+}
+
 void showProperties(MainWindow& window) {
   const auto& selection = window.document().selection();
   if (!selection.empty()) editProperties(&window, window.document(), selection.front());

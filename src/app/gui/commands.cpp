@@ -31,6 +31,11 @@ bool hasContent(const MainWindow& window) {
     if (collection.count(kind) > 0) return true;
   return false;
 }
+bool hasRegionAndWaveform(const MainWindow& window) {
+  const auto& items = window.document().selectedItems();
+  return window.document().selectedWaveforms().size() == 1 && !items.empty() &&
+         kindOf(items.front()) == ItemKind::Region;
+}
 bool hasInstruments(const MainWindow& window) {
   return window.document().collection().count(ItemKind::Instrument) > 0;
 }
@@ -86,6 +91,7 @@ const Command kCommands[] = {
   {wxID_PROPERTIES, kItems, "&Properties...\tAlt+Return", "Texts, ranges, tuning, articulation and loops of the selected item", "properties", showProperties, hasSelection},
   {kProcess, kItems, "P&rocess items...\tCtrl+P", "Apply a tool to the selected items", "process", processSelected, hasSelection},
   line(kItems),
+  {kLinkWaveform, kItems, "Play selected &waveform\tCtrl+L", "Let the selected regions play the waveform that is selected in the list", {}, linkSelectedWaveform, hasRegionAndWaveform},
   {kMoveUp, kItems, "Move &up\tAlt+Up", "Move the item before its neighbour", {}, [](MainWindow& w) { moveSelected(w, -1); }, hasOneItem},
   {kMoveDown, kItems, "Move &down\tAlt+Down", "Move the item behind its neighbour", {}, [](MainWindow& w) { moveSelected(w, 1); }, hasOneItem},
   {kSortByName, kItems, "Sort by &name", "Put instruments and songs in the order of their names", {}, [](MainWindow& w) { sortItems(w, Sort::Name); }},

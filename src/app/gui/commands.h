@@ -26,6 +26,7 @@ enum CommandId {
   kNewRegion,
   kNewSong,
   kNewTrack,
+  kLinkWaveform,
   kMoveUp,
   kMoveDown,
   kSortByName,
