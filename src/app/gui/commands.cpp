@@ -61,7 +61,7 @@ const Command kCommands[] = {
   {wxID_SAVEAS, kFile, "Save &as...\tCtrl+Shift+S", "Save an item or the collection in any format", {}, [](MainWindow& w) { saveAs(w); }, hasContent},
   {kSaveAll, kFile, "Save a&ll...", "Save every item of a kind to a file of its own", {}, saveAll, hasContent},
   line(kFile),
-  {kCollectionInformation, kFile, "Collection &information...\tCtrl+I", "What the collection holds", {}, showCollectionInformation},
+  {kCollectionInformation, kFile, "Collection &information...\tCtrl+D", "What the collection holds", {}, showCollectionInformation},
   line(kFile),
   {wxID_EXIT, kFile, "&Quit\tCtrl+Q", "Close the window", {}, closeWindow},
 
