@@ -168,17 +168,17 @@ std::optional<std::size_t> KeyMapLayout::neighbour(std::size_t from, Direction d
 }
 
 std::optional<std::size_t> KeyMapLayout::next(std::optional<std::size_t> from, bool forward) const {
-  if (from && *from >= regions_.size()) from = std::nullopt;
-  std::optional<std::size_t> best;
+  const std::size_t none = regions_.size(), start = std::min(from.value_or(none), none);
+  std::size_t best = none;
   for (std::size_t i = 0; i < regions_.size(); ++i) {
     const auto isBefore = [&](std::size_t a, std::size_t b) {
       const auto first = orderOf(regions_[a], a), second = orderOf(regions_[b], b);
       return forward ? first < second : second < first;
     };
-    if (from && !isBefore(*from, i)) continue;
-    if (!best || isBefore(i, *best)) best = i;
+    if (start != none && !isBefore(start, i)) continue;
+    if (best == none || isBefore(i, best)) best = i;
   }
-  return best;
+  return best == none ? std::nullopt : std::optional(best);
 }
 
 std::optional<std::size_t> KeyMapLayout::indexOf(ItemId region) const {

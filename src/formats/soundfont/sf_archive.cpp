@@ -44,9 +44,10 @@ struct ArchiveHeader {
   std::uint64_t unpackedBytes = 0;
 
   std::uint32_t check() const {
-    auto cleared = bytes;
-    std::fill_n(cleared.begin() + kCheckAt, 4, std::byte{0});
-    return adler32(cleared, 0);
+    constexpr std::array<std::byte, 4> kCleared{};
+    const Bytes all(bytes);
+    const std::uint32_t before = adler32(kCleared, adler32(all.first(kCheckAt), 0));
+    return adler32(all.subspan(kCheckAt + kCleared.size()), before);
   }
 };
 
