@@ -89,7 +89,7 @@ class OutputFile {
   /// Overwrites bytes that were written before; offset + data.size() must not exceed size().
   bool writeAt(std::uint64_t offset, Bytes data);
 
-  /// Appends `count` bytes of `source` from `offset`, inside the system where it can. Fails as readAt or
+  /// Appends `count` bytes of `source` from `offset`, without holding more than a block. Fails as readAt or
   /// write.
   bool copyFrom(const InputFile& source, std::uint64_t offset, std::uint64_t count);
 

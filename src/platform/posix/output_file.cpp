@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <fcntl.h>
 #include <sys/sendfile.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include "base/last_error.h"
@@ -30,6 +31,11 @@ bool writeFully(const Path& path, Bytes data, Write write) {
   return true;
 }
 
+bool isOnAnotherDevice(int from, int to) {
+  struct stat a, b;
+  return ::fstat(from, &a) == 0 && ::fstat(to, &b) == 0 && a.st_dev != b.st_dev;
+}
+
 // The number of bytes of `count` that the kernel copied by itself. It may refuse at any point, for its own
 // reasons; copying the rest by hand then finds out whether there is an error to report.
 std::uint64_t copyInKernel(int from, std::uint64_t offset, int to, std::uint64_t count) {
@@ -37,10 +43,8 @@ std::uint64_t copyInKernel(int from, std::uint64_t offset, int to, std::uint64_t
   std::uint64_t copied = 0;
   while (copied < count) {
     auto position = static_cast<off_t>(offset + copied);
-    auto step = static_cast<std::size_t>(std::min(kStep, count - copied));
-    ssize_t done = posix::retried([&] { return ::copy_file_range(from, &position, to, nullptr, step, 0); });
-    // Not between file systems; this way the pages are at least copied only once.
-    if (done < 0) done = posix::retried([&] { return ::sendfile(to, from, &position, step); });
+    const auto step = static_cast<std::size_t>(std::min(kStep, count - copied));
+    const ssize_t done = posix::retried([&] { return ::sendfile(to, from, &position, step); });
     if (done <= 0) break;
     copied += static_cast<std::uint64_t>(done);
   }
@@ -89,16 +93,21 @@ bool OutputFile::copyFrom(const InputFile& source, std::uint64_t offset, std::ui
   if (offset > source.size() || count > source.size() - offset) return fail(u"Reading from file failed");
   if (count == 0) return true;
   if (!system_) return failWriting(path_, EBADF);
-  if (const auto& from = source.system_->fd) {
-    std::uint64_t copied = copyInKernel(from.get(), source.partOffset_ + offset, system_->fd.get(), count);
+  // The kernel is faster from one device to another, a buffer that stays in the cache on the same one.
+  const auto& from = source.system_->fd;
+  if (from && isOnAnotherDevice(from.get(), system_->fd.get())) {
+    const std::uint64_t copied =
+        copyInKernel(from.get(), source.partOffset_ + offset, system_->fd.get(), count);
     size_ += copied;
     offset += copied;
     count -= copied;
   }
-  std::vector<std::byte> block(static_cast<std::size_t>(std::min<std::uint64_t>(count, 1 << 18)));
+  constexpr std::uint64_t kStep = 1 << 18;
+  const auto step = static_cast<std::size_t>(std::min(count, kStep));
+  const auto buffer = std::make_unique_for_overwrite<std::byte[]>(step);
+  const std::span block(buffer.get(), step);
   while (count > 0) {
-    auto part =
-        std::span(block).first(static_cast<std::size_t>(std::min<std::uint64_t>(count, block.size())));
+    const auto part = block.first(static_cast<std::size_t>(std::min<std::uint64_t>(count, step)));
     if (!source.readAt(offset, part) || !write(part)) return false;
     offset += part.size();
     count -= part.size();
