@@ -104,24 +104,22 @@ TEST(SoundFontArchive, IsUnpackedAndRead) {
   };
   Bank bank = simpleBank();
   bank.info.clear();
-  const auto scratchFolders = [] {
-    std::size_t count = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(std::filesystem::temp_directory_path()))
-      count += entry.path().filename().string().starts_with("vemko-");
-    return count;
-  };
+  // A place for temporary files that no other test uses.
+  const TempFolder scratch;
+  const std::string placeBefore = std::filesystem::temp_directory_path().string();
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     TempFolder folder;
     const Path path = folder / "My bank.sfArk";
     putFile(path, bytesOf(c.archive, bytesOf(bank)));
-    const std::size_t foldersBefore = scratchFolders();
     Collection collection;
+    ::setenv("TMPDIR", scratch.path().c_str(), 1);
     const bool ok = io::openFile(collection, path, false);
+    ::setenv("TMPDIR", placeBefore.c_str(), 1);
     EXPECT_EQ(ok ? "" : toUtf8(lastError()), c.expected);
-    EXPECT_EQ(scratchFolders(), foldersBefore);
+    EXPECT_EQ(filesIn(scratch.path()), std::vector<std::string>{});
     EXPECT_EQ(filesIn(folder.path()), std::vector<std::string>{"My bank.sfArk"});
-    EXPECT_FALSE(fileExists(std::filesystem::temp_directory_path() / "evil.txt"));
+    EXPECT_FALSE(fileExists(Path(placeBefore) / "evil.txt"));
     if (!ok) continue;
     EXPECT_EQ(toUtf8(collection.name()), "My bank");
     const auto stream = openSamples(*collection.all<Waveform>().at(0));
