@@ -8,6 +8,57 @@ namespace vemko {
 
 inline constexpr int kFeatureCount = 46;
 
+/// The features by their numbers.
+namespace features {
+enum : int {
+  CrossFades,
+  OnInstruments,
+  OnLayers,
+  OnRegions,
+  CompressedWaves = 5,
+  FractionalLoops = 7,
+  ReverseLoops,
+  SampledRelease,
+  PlaySections,
+  LoopTuning,
+  DelayTime,
+  TriggerTypes,
+  TwoLfos,
+  SeparateLfos,
+  LfoShapes,
+  LfoFades,
+  LfoControllers,
+  TwoEnvelopes,
+  SeparateEnvelopes,
+  SixStages,
+  MoreLevels,
+  ThreeReleases,
+  KeyToAttackRelease,
+  VelocityToAttack1,
+  VelocityToAttack2,
+  VelocityToDecay,
+  VelocityToRelease,
+  VelocityToEnvelopes,
+  LowPassFilter,
+  OtherFilters,
+  ControllersToCutoff,
+  KeyVelocityToCutoff,
+  ToResonance,
+  SendLevels,
+  Equalizer,
+  ChannelDepths,
+  KeyToVolumePan,
+  RandomPan,
+  PitchBend,
+  KeyToPitch,
+  RandomPitchVolume,
+  ControllersToVolume,
+  ControllersToTimes,
+  ControllersToFilter,
+};
+static_assert(ControllersToFilter == kFeatureCount - 1);
+}  // namespace features
+
 /// The feature's name ("Trigger: Delay time"); empty for the two bits that no format uses.
 std::u16string_view featureName(int feature);
 

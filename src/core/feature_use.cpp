@@ -12,46 +12,6 @@
 namespace vemko {
 namespace {
 
-// Features of the matrix that code speaks of.
-enum Matrix : int {
-  OnInstruments = 1,
-  OnLayers,
-  OnRegions,
-  TwoLfos = 14,
-  SeparateLfos,
-  LfoShapes,
-  LfoFades,
-  LfoControllers,
-  TwoEnvelopes,
-  SeparateEnvelopes,
-  SixStages,
-  MoreLevels,
-  ThreeReleases,
-  KeyToAttackRelease,
-  VelocityToAttack1,
-  VelocityToAttack2,
-  VelocityToDecay,
-  VelocityToRelease,
-  VelocityToEnvelopes,
-  LowPassFilter,
-  OtherFilters,
-  ControllersToCutoff,
-  KeyVelocityToCutoff,
-  ToResonance,
-  SendLevels,
-  Equalizer,
-  ChannelDepths,
-  KeyToVolumePan,
-  RandomPan,
-  PitchBend,
-  KeyToPitch,
-  RandomPitchVolume,
-  ControllersToVolume,
-  ControllersToTimes,
-  ControllersToFilter,
-};
-static_assert(ControllersToFilter == kFeatureCount - 1);
-
 constexpr FeatureMask maskOf(std::initializer_list<int> list) {
   FeatureMask mask = 0;
   for (int feature : list) mask |= featureBit(feature);

@@ -15,8 +15,6 @@ using FeatureMask = std::uint64_t;
 
 /// What formats differ in besides the matrix.
 namespace features {
-inline constexpr int CrossFades = 0, FractionalLoops = 7, ReverseLoops = 8, SampledRelease = 9,
-                     PlaySections = 10, LoopTuning = 11, DelayTime = 12, TriggerTypes = 13;
 enum : int {
   Loops = kFeatureCount,
   MoreLoops,  ///< Loops besides the main loop.
@@ -25,7 +23,7 @@ enum : int {
   KeyToDecay,
   FixedKey,  ///< Every note sounds as one key, or with one velocity.
   ExclusiveGroups,
-  PlayRules,  ///< Rounds, random choice, controllers, one-shots, groups that others stop.
+  PlayRules,         ///< Rounds, random choice, controllers, one-shots, groups that others stop.
   Patches,           ///< Bank and program numbers, and the drum kit flag.
   Texts,             ///< Other than names.
   VolumeAdjustment,  ///< Of a waveform.

@@ -9,11 +9,11 @@ namespace {
 
 constexpr double kLogPerSemitone = 0.0577622652;  // ln 2 / 12
 
+}  // namespace
+
 void scaleCutoff(SlotValues& values, double log) {
   values[slots::FilterCutoff] = static_cast<float>(values[slots::FilterCutoff] * std::exp(log));
 }
-
-}  // namespace
 
 FilterType filterTypeOf(const SlotValues& values) {
   const float number = values[slots::FilterType];
@@ -60,17 +60,6 @@ float undoVelocityToCutoff(SlotValues& values) {
   const float half = values[slots::VelocityToCutoff];
   scaleCutoff(values, -half * kLogPerSemitone);
   return half * 2;
-}
-
-void applyKeyToCutoff(float slotValue, KeySource source, SlotValues& values) {
-  values[slots::KeyToCutoff] = slotValue;
-  scaleCutoff(values, slotValue * (source == KeySource::Bipolar ? -0.019254088 : 0.28881133));
-}
-
-float undoKeyToCutoff(SlotValues& values) {
-  const float slotValue = values[slots::KeyToCutoff];
-  scaleCutoff(values, slotValue * 0.019254088);
-  return slotValue;
 }
 
 void applyResonanceToVolume(SlotValues& values) {

@@ -39,12 +39,8 @@ void applyVelocityToCutoff(float semitones, SlotValues& values);
 /// The cutoff moves back; the way in semitones.
 float undoVelocityToCutoff(SlotValues& values);
 
-/// Key number to cutoff: the slot's source is 0 at middle C, a bipolar one of a file at key 64, a unipolar
-/// one at key 0; the cutoff moves to what it is at middle C.
-enum class KeySource : std::uint8_t { Bipolar, Unipolar };
-void applyKeyToCutoff(float slotValue, KeySource source, SlotValues& values);
-/// For a bipolar source. The cutoff moves back; the slot's value.
-float undoKeyToCutoff(SlotValues& values);
+/// The cutoff times e^log.
+void scaleCutoff(SlotValues& values, double log);
 
 /// A peak makes the sound louder; half of it is taken back from the volume.
 void applyResonanceToVolume(SlotValues& values);

@@ -14,8 +14,11 @@ namespace {
 
 constexpr FeatureMask kLoops = featureBit(features::Loops), kMoreLoops = featureBit(features::MoreLoops),
                       kMarkers = featureBit(features::Markers),
-                      kSectionEnds = featureBit(features::SectionEnds), kFractions = featureBit(7),
-                      kReverse = featureBit(8), kUntilRelease = featureBit(9), kLoopTune = featureBit(11);
+                      kSectionEnds = featureBit(features::SectionEnds),
+                      kFractions = featureBit(features::FractionalLoops),
+                      kReverse = featureBit(features::ReverseLoops),
+                      kUntilRelease = featureBit(features::SampledRelease),
+                      kLoopTune = featureBit(features::LoopTuning);
 constexpr FeatureMask kAboutLoops =
     kLoops | kMoreLoops | kFractions | kReverse | kUntilRelease | kLoopTune | kMarkers | kSectionEnds;
 
@@ -64,9 +67,10 @@ constexpr FeatureMask kInBanks =
 // What both versions of SFZ hold: separate LFOs and envelopes, random pan, and what the sample files take.
 constexpr FeatureMask kInSfz = (kInBanks & ~featureBit(features::Patches) & ~featureBit(features::Texts)) |
                                kMoreLoops | kMarkers | kSectionEnds | featureBit(features::FixedKey) |
-                               featureBit(features::PlayRules) | featureBit(15) | featureBit(20) |
-                               featureBit(39);
-constexpr FeatureMask kKeyToTimes = featureBit(24) | featureBit(features::KeyToDecay);
+                               featureBit(features::PlayRules) | featureBit(features::SeparateLfos) |
+                               featureBit(features::SeparateEnvelopes) | featureBit(features::RandomPan);
+constexpr FeatureMask kKeyToTimes =
+    featureBit(features::KeyToAttackRelease) | featureBit(features::KeyToDecay);
 // Every row that writes instruments.
 constexpr BankHolding kBankHoldings[] = {
     {u"DownLoadable Sounds level 1", u"DLS level 1 melodic (.DLS)", kInBanks},
@@ -79,8 +83,10 @@ constexpr BankHolding kBankHoldings[] = {
     {u"Compressed SoundFont", u"SoundFont 2.01 (.SF2)", kInBanks | featureBit(features::FixedKey)},
     {u"rgc:audio SFZ v1 (waves in same folder)", u"SFZ v1 (.SFZ)", kInSfz, kKeyToTimes},
     {u"rgc:audio SFZ v1 (waves in sub-folder)", u"SFZ v1 (.SFZ)", kInSfz, kKeyToTimes},
-    {u"Cakewalk SFZ v2 (waves in same folder)", u"SFZ v2 (.SFZ)", kInSfz | featureBit(37)},
-    {u"Cakewalk SFZ v2 (waves in sub-folder)", u"SFZ v2 (.SFZ)", kInSfz | featureBit(37)},
+    {u"Cakewalk SFZ v2 (waves in same folder)", u"SFZ v2 (.SFZ)",
+     kInSfz | featureBit(features::ChannelDepths)},
+    {u"Cakewalk SFZ v2 (waves in sub-folder)", u"SFZ v2 (.SFZ)",
+     kInSfz | featureBit(features::ChannelDepths)},
 };
 
 // Encodings whose samples another encoding holds exactly. The companded ones decode to 14 and 13 bits, the

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "core/filter.h"
+#include "core/key_rules.h"
 #include "core/parameters.h"
 
 namespace vemko::dls {
@@ -278,20 +279,10 @@ void moveTimesToKeyZero(SlotValues& values) {
 constexpr double kBipolarKeyToGain = 0.01875, kUnipolarKeyToGain = 0.009375;  // dB an octave of a centibel
 
 void applyKeyToGain(const Routes& routes, SlotValues& values) {
-  float& slot = values[slots::KeyToVolume];
-  if (const auto bipolar = routes.amount(kKeyToGain)) {
-    slot = static_cast<float>(*bipolar * kBipolarKeyToGain);
-    values[slots::MasterVolume] -= slot / 3;
-  } else if (const auto unipolar = routes.amount(kKeyToGainUnipolar)) {
-    slot = static_cast<float>(*unipolar * kUnipolarKeyToGain);
-    values[slots::MasterVolume] += 5 * slot;
-  }
-}
-
-double undoKeyToGain(SlotValues& values) {
-  const float slot = values[slots::KeyToVolume];
-  values[slots::MasterVolume] += slot / 3;
-  return slot / kBipolarKeyToGain;
+  if (const auto bipolar = routes.amount(kKeyToGain))
+    applyKeyToVolume(static_cast<float>(*bipolar * kBipolarKeyToGain), KeySource::Bipolar, values);
+  else if (const auto unipolar = routes.amount(kKeyToGainUnipolar))
+    applyKeyToVolume(static_cast<float>(*unipolar * kUnipolarKeyToGain), KeySource::Unipolar, values);
 }
 
 void applyVelocityRoute(const Routes& routes, SlotValues& values) {
@@ -438,7 +429,8 @@ RegionAmounts amountsOf(SlotValues values, Level level, const SendChannels& send
                      amounts.connections);
   }
   if (level == Level::TwoPlusPlus)
-    addUnlessInitial(kKeyToGain, rounded(undoKeyToGain(values) * kUnit), amounts.connections);
+    addUnlessInitial(kKeyToGain, rounded(undoKeyToVolume(values) / kBipolarKeyToGain * kUnit),
+                     amounts.connections);
   undoTuning(values, level, amounts);
   amounts.gainDb = values[slots::MasterVolume];
   undoRows(values, level, hasFilter, amounts.connections);

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "core/filter.h"
+#include "core/key_rules.h"
 #include "core/parameters.h"
 #include "core/units.h"
 
@@ -141,22 +142,16 @@ void undoKeyRoute(SlotValues& values, ModulatorAmounts& amounts) {
   amounts[Entry::KeyToCutoffBipolar] = undoKeyToCutoff(values) / 0.001875f;
 }
 
-void applyKeyToVolume(const ModulatorAmounts& amounts, SlotValues& values) {
+void applyKeyVolumeRoute(const ModulatorAmounts& amounts, SlotValues& values) {
   const float bipolar = amounts[Entry::KeyToVolumeBipolar], unipolar = amounts[Entry::KeyToVolumeUnipolar];
-  float& slot = values[slots::KeyToVolume];
-  if (bipolar != 0) {
-    slot = bipolar * 0.0075f;
-    values[slots::MasterVolume] -= slot / 3;
-  } else if (unipolar != 0) {
-    slot = unipolar * 0.00375f;
-    values[slots::MasterVolume] += 5 * slot;
-  }
+  if (bipolar != 0)
+    applyKeyToVolume(bipolar * 0.0075f, KeySource::Bipolar, values);
+  else if (unipolar != 0)
+    applyKeyToVolume(unipolar * 0.00375f, KeySource::Unipolar, values);
 }
 
-void undoKeyToVolume(SlotValues& values, ModulatorAmounts& amounts) {
-  const float slot = values[slots::KeyToVolume];
-  amounts[Entry::KeyToVolumeBipolar] = slot / 0.0075f;
-  values[slots::MasterVolume] += slot / 3;
+void undoKeyVolumeRoute(SlotValues& values, ModulatorAmounts& amounts) {
+  amounts[Entry::KeyToVolumeBipolar] = undoKeyToVolume(values) / 0.0075f;
 }
 
 void applyBend(const ModulatorAmounts& amounts, SlotValues& values) {
@@ -270,7 +265,7 @@ ArticulationBlock articulationOf(const Generators& generators, std::span<const M
   applyTuning(generators, values);
   values[slots::VelocityResponse] = amounts[Entry::VelocityToVolume] / 960;
   applyBend(amounts, values);
-  applyKeyToVolume(amounts, values);
+  applyKeyVolumeRoute(amounts, values);
   const bool filter = applyOpenFilterRule(values);
   if (filter) {
     applyVelocityRoute(amounts, values);
@@ -297,7 +292,7 @@ ZoneAmounts amountsOf(const ArticulationBlock& block, const SendChannels& sends)
   for (const ModulationRow& row : modulationRows()) amounts[row.entry] = values[row.slot] / row.factor;
   undoKeyRoute(values, amounts);
   undoVelocityRoute(values, amounts);
-  undoKeyToVolume(values, amounts);
+  undoKeyVolumeRoute(values, amounts);
   undoBend(values, amounts);
   amounts[Entry::VelocityToVolume] = values[slots::VelocityResponse] * 960;
   undoTuning(values, result.generators);

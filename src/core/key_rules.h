@@ -1,0 +1,23 @@
+#pragma once
+// What the key number does, which the instrument formats say from another key than the model. A rule comes
+// with its undo; a writer undoes in the reverse order of its reader.
+#include <cstdint>
+
+#include "core/slot_values.h"
+
+namespace vemko {
+
+/// The slots' source is 0 at middle C, a bipolar one of a file at key 64, a unipolar one at key 0.
+enum class KeySource : std::uint8_t { Bipolar, Unipolar };
+
+/// Key number to cutoff: the cutoff moves to what it is at middle C.
+void applyKeyToCutoff(float slotValue, KeySource source, SlotValues& values);
+/// For a bipolar source. The cutoff moves back; the slot's value.
+float undoKeyToCutoff(SlotValues& values);
+
+/// Key number to volume, in dB an octave: the volume moves to what it is at middle C.
+void applyKeyToVolume(float slotValue, KeySource source, SlotValues& values);
+/// For a bipolar source. The volume moves back; the slot's value.
+float undoKeyToVolume(SlotValues& values);
+
+}  // namespace vemko
