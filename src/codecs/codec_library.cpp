@@ -1,19 +1,18 @@
 #include "codecs/codec_library.h"
 
-#include <cstdlib>
-
 #include "base/last_error.h"
+#include "platform/environment.h"
 
 namespace vemko {
 
 CodecLibrary::CodecLibrary(const LibraryNames& names) : names_(names) {
-  const char* folder = std::getenv("VEMKO_CODEC_PATH");
-  if (folder == nullptr || *folder == '\0') {
+  const std::string folder = environmentValue("VEMKO_CODEC_PATH").value_or("");
+  if (folder.empty()) {
     available_ = library_.open(names.files);
     return;
   }
   for (const char* file : names.files) {
-    const std::string path = std::string(folder) + "/" + file;
+    const std::string path = folder + "/" + file;
     if (!available_) available_ = library_.open({path.c_str()});
   }
 }

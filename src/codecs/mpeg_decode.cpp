@@ -49,7 +49,8 @@ ssize_t onRead(void* input, void* buffer, std::size_t count) {
 }
 off_t onSeek(void* client, off_t offset, int whence) {
   auto* input = static_cast<PartInput*>(client);
-  return input->seek(offset, whence) ? static_cast<off_t>(input->position()) : -1;
+  if (!input->seek(offset, whence) || !std::in_range<off_t>(input->position())) return -1;
+  return static_cast<off_t>(input->position());
 }
 
 struct DestroyHandle {
@@ -149,8 +150,9 @@ bool open(const FilePart& part, CompressedSamples& samples, std::uint32_t delayF
 
   DecoderRecipe recipe;
   recipe.part = part;
-  const off_t length = use.length(handle.get());
-  recipe.facts.frames = length > off_t{delayFrames} ? static_cast<std::uint64_t>(length) - delayFrames : 0;
+  const std::int64_t length = use.length(handle.get());
+  recipe.facts.frames =
+      length > std::int64_t{delayFrames} ? static_cast<std::uint64_t>(length) - delayFrames : 0;
   recipe.facts.rate = static_cast<std::uint32_t>(format.rate);
   recipe.facts.channels = static_cast<std::uint8_t>(format.channels);
   recipe.canSeek = true;

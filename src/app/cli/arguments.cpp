@@ -44,12 +44,12 @@ std::vector<std::string> argumentsForWorker(const CLI::App& app) {
 
 // The parser takes "[a,b]" for a list, and what stands behind "--" for its main program's. "./" before such
 // names of files changes nothing but that.
-std::vector<std::string> protectedFileNames(int count, char** values) {
+std::vector<std::string> protectedFileNames(const std::vector<std::string>& values) {
   std::vector<std::string> arguments;
-  const bool hasFiles = count > 1 && std::string_view(values[1]) != "config";
+  const bool hasFiles = values.size() > 1 && values[1] != "config";
   bool namesOnly = false;
-  for (int i = 1; i < count; ++i) {
-    std::string argument = values[i];
+  for (std::size_t i = 1; i < values.size(); ++i) {
+    const std::string& argument = values[i];
     const bool isList = argument.starts_with('[') && argument.ends_with(']');
     if (hasFiles && !namesOnly && argument == "--")
       namesOnly = true;
@@ -80,7 +80,7 @@ int reportUnknownCommand(std::string_view name) {
 
 }  // namespace
 
-Arguments parseArguments(int count, char** values) {
+Arguments parseArguments(const std::vector<std::string>& values) {
   Arguments arguments;
   bool wantsMan = false;
   std::string shell;
@@ -89,12 +89,12 @@ Arguments parseArguments(int count, char** values) {
   defineCommands(app, arguments);
   app.add_flag("--help-man", wantsMan)->group("");
   app.add_option("--completion", shell)->check(CLI::IsMember({"bash"}))->group("");
-  if (count > 1 && values[1][0] != '-' && commandNamed(values[1]) == Command::Finished) {
+  if (values.size() > 1 && !values[1].starts_with('-') && commandNamed(values[1]) == Command::Finished) {
     arguments.status = reportUnknownCommand(values[1]);
     return arguments;
   }
   try {
-    app.parse(protectedFileNames(count, values));
+    app.parse(protectedFileNames(values));
   } catch (const CLI::CallForVersion& request) {
     printLine(request.what());
     return arguments;

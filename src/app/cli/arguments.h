@@ -112,6 +112,6 @@ struct Arguments {
 };
 
 /// Prints help, version and usage errors itself.
-Arguments parseArguments(int count, char** values);
+Arguments parseArguments(const std::vector<std::string>& values);
 
 }  // namespace vemko::cli

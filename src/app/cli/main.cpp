@@ -4,6 +4,7 @@
 
 #include "app/cli/commands.h"
 #include "app/cli/output.h"
+#include "platform/environment.h"
 #include "platform/process.h"
 
 namespace vemko::cli {
@@ -60,7 +61,7 @@ int main(int count, char** values) {
   vemko::prepareProcess();
   std::set_terminate(endUncaught);
   try {
-    const int status = run(parseArguments(count, values));
+    const int status = run(parseArguments(vemko::programArguments(count, values)));
     return finishOutput() || status != kDone ? status : kSomeFailed;
   } catch (const std::bad_alloc&) {
     endWithoutMemory();

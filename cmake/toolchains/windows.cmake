@@ -1,0 +1,25 @@
+# What both widths share; VEMKO_WINDOWS_HOST and VEMKO_WINDOWS_WIDTH are set by the file that includes this one.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_C_COMPILER ${VEMKO_WINDOWS_HOST}-gcc-posix)
+set(CMAKE_CXX_COMPILER ${VEMKO_WINDOWS_HOST}-g++-posix)
+set(CMAKE_RC_COMPILER ${VEMKO_WINDOWS_HOST}-windres)
+
+# The libraries that scripts/build-windows.sh has built, with links to the headers of those that need no building.
+if(DEFINED ENV{VEMKO_WINDOWS_LIBRARIES})
+  set(VEMKO_WINDOWS_LIBRARIES $ENV{VEMKO_WINDOWS_LIBRARIES})
+elseif(DEFINED ENV{XDG_CACHE_HOME})
+  set(VEMKO_WINDOWS_LIBRARIES $ENV{XDG_CACHE_HOME}/vemko)
+else()
+  set(VEMKO_WINDOWS_LIBRARIES $ENV{HOME}/.cache/vemko)
+endif()
+set(VEMKO_WINDOWS_PREFIX ${VEMKO_WINDOWS_LIBRARIES}/windows-${VEMKO_WINDOWS_WIDTH})
+set(CMAKE_FIND_ROOT_PATH ${VEMKO_WINDOWS_PREFIX} /usr/${VEMKO_WINDOWS_HOST})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_LIBDIR} ${VEMKO_WINDOWS_PREFIX}/lib/pkgconfig)
+
+# One file to hand on: neither the compiler's libraries nor ours come as DLLs.
+set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
+set(CMAKE_CXX_FLAGS_INIT "-DTAGLIB_STATIC")
