@@ -4,6 +4,7 @@
 
 #include "app/batch.h"
 #include "base/text.h"
+#include "platform/folders.h"
 
 namespace vemko::app {
 namespace {
@@ -103,9 +104,8 @@ void reserveInputs(const BatchPlan& plan, const Path& folder, std::u16string_vie
 }
 
 void reserveExisting(const Path& folder, std::u16string_view extension, Stems& stems) {
-  std::error_code error;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, error))
-    if (hasExtension(entry.path(), extension)) stems.reserve(entry.path().stem(), kNobody);
+  for (const FolderEntry& entry : listFolder(folder))
+    if (hasExtension(entry.path, extension)) stems.reserve(entry.path.stem(), kNobody);
 }
 
 std::vector<BatchTask> groupInputs(const BatchPlan& plan) {

@@ -9,11 +9,10 @@
 #include "base/parallel_for.h"
 #include "io/registry.h"
 #include "io/save_steps.h"
+#include "platform/folders.h"
 
 namespace vemko::io {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr std::size_t kCompareBytes = 1 << 16;
 
@@ -67,13 +66,12 @@ std::u16string_view extensionOf(SampleFiles format) {
 
 // A folder of that name that is a link could lead anywhere.
 bool CompanionFiles::makeFolder(const Path& folder) {
-  std::error_code error;
-  if (fs::is_directory(fs::symlink_status(folder, error))) return true;
+  if (folderExists(folder) && !isLink(folder)) return true;
   if (fileExists(folder)) {
     logWarning(textOf(folder) + u" is no folder, or a link");
     return fail(u"Could not create file");
   }
-  if (!fs::create_directory(folder, error)) return fail(u"Could not create file");
+  if (!createFolders(folder)) return fail(u"Could not create file");
   lastFolder_ = folder;
   return true;
 }
@@ -168,8 +166,7 @@ void CompanionFiles::removeLast() {
     written_.erase(job.entry);
   }
   last_.clear();
-  std::error_code ignored;
-  if (!lastFolder_.empty()) fs::remove(lastFolder_, ignored);  // unless something else is in it by now
+  if (!lastFolder_.empty()) removeEmptyFolder(lastFolder_);
   lastFolder_.clear();
 }
 

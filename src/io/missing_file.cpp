@@ -9,11 +9,10 @@
 
 #include "base/text.h"
 #include "io/decisions.h"
+#include "platform/folders.h"
 
 namespace vemko::io {
 namespace {
-
-namespace fs = std::filesystem;
 
 constexpr int kSearchDepth = 4;
 constexpr std::size_t kSearchEntries = 50000;
@@ -41,28 +40,25 @@ std::u16string folded(std::u16string_view text) {
 }
 
 bool isFile(const Path& path) {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  return fs::exists(status) && !fs::is_directory(status);
+  const FileKind kind = fileKind(path);
+  return kind == FileKind::Regular || kind == FileKind::Other;
 }
 
-Listing listFolder(const Path& folder) {
+Listing makeListing(const Path& folder) {
   Listing listing;
-  std::error_code error;
-  for (fs::directory_iterator at(folder, error), end; !error && at != end; at.increment(error)) {
-    std::error_code unknown;
-    const std::u16string name = folded(textOf(at->path().filename()));
-    if (at->is_directory(unknown))
-      listing.folders.emplace(name, at->path());
+  for (const FolderEntry& entry : listFolder(folder)) {
+    const std::u16string name = folded(textOf(entry.path.filename()));
+    if (entry.isFolder)
+      listing.folders.emplace(name, entry.path);
     else
-      listing.files.emplace(name, at->path());
+      listing.files.emplace(name, entry.path);
   }
   return listing;
 }
 
 const Listing& listingOf(const Path& folder) {
   auto [entry, isNew] = search.listings.try_emplace(folder.native());
-  if (isNew) entry->second = listFolder(folder);
+  if (isNew) entry->second = makeListing(folder);
   return entry->second;
 }
 
@@ -106,9 +102,8 @@ std::unordered_map<std::u16string, Path> indexSubfolders(const Path& folder) {
     std::vector<Path> below;
     for (const Path& parent : level) {
       for (const auto& [name, path] : listingOf(parent).folders) {
-        std::error_code error;
         if (entries >= kSearchEntries) return files;
-        if (fs::is_symlink(path, error)) continue;
+        if (isLink(path)) continue;
         const Listing& listing = listingOf(path);
         entries += listing.files.size() + listing.folders.size() + 1;
         files.insert(listing.files.begin(), listing.files.end());

@@ -3,24 +3,12 @@
 #include "base/last_error.h"
 #include "base/log.h"
 #include "io/save.h"
+#include "platform/folders.h"
 
 namespace vemko::io {
 namespace {
 
-namespace fs = std::filesystem;
-
 constexpr std::u16string_view kCannotCreate = u"Could not create file";
-constexpr int kMaxLinks = 40;  // as many as the systems follow themselves
-
-Path linkTarget(Path path) {
-  std::error_code error;
-  for (int i = 0; i < kMaxLinks && fs::is_symlink(fs::symlink_status(path, error)); ++i) {
-    Path to = fs::read_symlink(path, error);
-    if (error) break;
-    path = path.parent_path() / to;  // an absolute `to` replaces the whole
-  }
-  return path;
-}
 
 }  // namespace
 
@@ -40,19 +28,19 @@ Path freeBackupPath(const Path& path) {
 }
 
 SaveTarget::SaveTarget(const Path& path) : path_(path) {
-  std::error_code error;
-  const fs::file_status status = fs::status(path, error);
-  if (fs::is_regular_file(status)) oldPermissions_ = status.permissions();
-  isSpecial_ = fs::exists(status) && !replacesFile();
-  if (!isSpecial_) path_ = linkTarget(path);
+  const FileKind kind = fileKind(path);
+  if (kind == FileKind::Regular) oldPermissions_ = filePermissions(path);
+  isSpecial_ = kind == FileKind::Folder || kind == FileKind::Other;
+  if (!isSpecial_) path_ = behindLinks(path);
 }
 
 bool SaveTarget::pinSources() const { return !replacesFile() || SourceFile::pinIfUsed(path_); }
 
 bool SaveTarget::setAside() {
   if (!replacesFile()) return true;
-  constexpr auto kAnyWrite = fs::perms::owner_write | fs::perms::group_write | fs::perms::others_write;
-  if ((*oldPermissions_ & kAnyWrite) == fs::perms::none) {
+  using std::filesystem::perms;
+  constexpr perms kAnyWrite = perms::owner_write | perms::group_write | perms::others_write;
+  if ((*oldPermissions_ & kAnyWrite) == perms::none) {
     logWarning(textOf(path_) + u" is write-protected");
     return fail(kCannotCreate);
   }
@@ -65,8 +53,7 @@ bool SaveTarget::setAside() {
 }
 
 void SaveTarget::takeOverPermissions() const {
-  std::error_code ignored;
-  if (replacesFile()) fs::permissions(path_, *oldPermissions_, ignored);
+  if (replacesFile()) setFilePermissions(path_, *oldPermissions_);
 }
 
 void SaveTarget::removePartialFile() const {

@@ -1,19 +1,13 @@
 // With the codec libraries hidden: the formats that need none go on working, the others say what is missing.
-#include <cstdlib>
 #include <nlohmann/json.hpp>
 
 #include "app/program.h"
 #include "app/wave_files.h"
 #include "formats/audio_support.h"
+#include "settings_folder.h"
 
 namespace vemko::test {
 namespace {
-
-class HiddenLibraries {
- public:
-  explicit HiddenLibraries(const Path& emptyFolder) { ::setenv("VEMKO_CODEC_PATH", emptyFolder.c_str(), 1); }
-  ~HiddenLibraries() { ::unsetenv("VEMKO_CODEC_PATH"); }
-};
 
 void makeCompressedFiles(const TempFolder& folder) {
   for (int row : waveformWritingRows()) {
@@ -34,7 +28,7 @@ TEST(CodecLibraries, MissingOnesAreNamedAndEverythingElseWorks) {
   for (int row : waveformWritingRows())
     if (isMissing(row)) GTEST_SKIP() << "libraries are missing anyway";
   makeCompressedFiles(folder);
-  const HiddenLibraries hidden(folder / "nothing");
+  const EnvironmentVariable hidden("VEMKO_CODEC_PATH", (folder / "nothing").string().c_str());
   const RunOptions here{.folder = folder.path()};
 
   struct Case {

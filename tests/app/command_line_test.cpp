@@ -1,5 +1,4 @@
 #include <nlohmann/json.hpp>
-#include <sys/stat.h>
 
 #include "app/settings.h"
 #include "io/fixup.h"
@@ -223,13 +222,14 @@ TEST(CommandLine, OnExists) {
 
 TEST(CommandLine, ConvertsInPlace) {
   const Workshop shop;
-  std::filesystem::create_directory_symlink("sub", shop.folder / "link");
+  const std::string link = kPosix ? "link" : "sub";
+  if (kPosix) std::filesystem::create_directory_symlink("sub", shop.folder / link);
   const Names before = filesIn(shop.folder.path());
   for (const char* jobs : {"1", "2"}) {
-    const Ran ran = shop.run({"convert", "a.wav", "s.wav", "-d", "link/..", "--to", "wav", "--encoding",
+    const Ran ran = shop.run({"convert", "a.wav", "s.wav", "-d", link + "/..", "--to", "wav", "--encoding",
                               "float32", "--jobs", jobs});
     EXPECT_EQ(ran.status, 0) << ran.err;
-    EXPECT_EQ(shop.run({"convert", "sub/a.wav", "-o", "link/a.wav", "--encoding", "pcm24"}).status, 0);
+    EXPECT_EQ(shop.run({"convert", "sub/a.wav", "-o", link + "/a.wav", "--encoding", "pcm24"}).status, 0);
   }
   EXPECT_EQ(filesIn(shop.folder.path()), before);
   EXPECT_EQ(filesIn(shop.folder / "sub"), Names{"a.wav"});
@@ -252,7 +252,7 @@ TEST(CommandLine, ReportsLosses) {
   const Ran ran = shop.run({"convert", "a.wav", "s.wav", "-d", "out", "--to", "wav", "--encoding", "pcm16",
                             "--channels", "mono", "--report"});
   EXPECT_EQ(ran.status, 0) << ran.err;
-  EXPECT_EQ(ran.out,
+  EXPECT_EQ(withSlashes(ran.out),
             "out/s.wav: loses Samples: 24-bit precision (\"ramp\")\n"
             "out/s.wav: loses Samples: Separate channels (\"ramp\")\n");
 }
@@ -272,9 +272,9 @@ TEST(CommandLine, RawImport) {
 
 TEST(CommandLine, AcceptsAnyFileName) {
   const Workshop shop;
-  const Names names = {
-      "two words.wav", "-dash.wav",           "--to",   "[a,b]",       "\xC3\xA9\xE6\x97\xA5.wav",
-      "no\xFFutf.wav", "line\nbreak\t\\.wav", "%s.wav", "'\"`$(x).wav"};
+  Names names = {"two words.wav", "-dash.wav", "--to",       "[a,b]",   "\xC3\xA9\xE6\x97\xA5.wav",
+                 "%s.wav",        "%PATH%",    "'`$(x).wav", "^&;!.wav"};
+  if (kPosix) names.insert(names.end(), {"no\xFFutf.wav", "line\nbreak\t\\.wav", "'\".wav", "*.wav"});
   for (const std::string& name : names)
     std::filesystem::copy_file(shop.folder / "a.wav", shop.folder / "sub" / name);
   for (const char* jobs : {"1", "3"}) {
@@ -315,37 +315,8 @@ TEST(CommandLine, JobsChangeNothingButTheTime) {
   EXPECT_EQ(files[1], files[0]);
 }
 
-// The process that has this file open.
-pid_t readerOf(const Path& file) {
-  std::error_code ignored;
-  for (const auto& process : std::filesystem::directory_iterator("/proc", ignored))
-    for (const auto& fd : std::filesystem::directory_iterator(process.path() / "fd", ignored))
-      if (std::filesystem::read_symlink(fd.path(), ignored) == file)
-        if (pid_t id = std::atoi(process.path().filename().c_str()); id > 0 && id != ::getpid()) return id;
-  return 0;
-}
-
-TEST(CommandLine, AWorkerThatDiesFailsItsOneFile) {
-  const Workshop shop;
-  const Path pipe = std::filesystem::canonical(shop.folder.path()) / "pipe.wav";
-  ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
-  Names arguments = {"convert", "-d", "out", "--to", "wav", "--jobs", "2", "pipe.wav"};
-  for (int i = 0; i < 30; ++i) arguments.insert(arguments.end(), {"a.wav", "s.wav"});
-  const pid_t program = startProgram(arguments, shop.options);
-  const int writer = ::open(pipe.c_str(), O_WRONLY | O_CLOEXEC);  // returns when a worker reads
-  ASSERT_GE(writer, 0);
-  const pid_t worker = readerOf(pipe);
-  ASSERT_GT(worker, 0);
-  EXPECT_NE(worker, program);
-  ::kill(worker, SIGKILL);
-  const Ran ran = waitForProgram(program, shop.options);
-  ::close(writer);
-  EXPECT_EQ(ran.status, 1);
-  EXPECT_EQ(ran.err, "pipe.wav: The conversion ended unexpectedly\n");
-  EXPECT_EQ(filesIn(shop.folder / "out").size(), 60u);
-}
-
 TEST(CommandLine, AFileSizeLimitFailsTheFileAndKeepsTheOldOne) {
+  if (!kPosix) GTEST_SKIP() << kPosixOnly;
   Workshop shop;
   putFile(shop.folder / "b.wav", "old");
   shop.options.fileSizeLimit = 1000;
@@ -392,6 +363,7 @@ TEST(CommandLine, InfoJson) {
 }
 
 TEST(CommandLine, JsonIsValidWhateverTheNames) {
+  if (!kPosix) GTEST_SKIP() << kPosixOnly;
   const Workshop shop;
   std::filesystem::copy_file(shop.folder / "a.wav", shop.folder / "no\xFFutf.wav");
   for (const Names& arguments : {Names{"info", "--json", "no\xFFutf.wav"},
@@ -413,6 +385,7 @@ TEST(CommandLine, ConfigKeepsSettings) {
 }
 
 TEST(CommandLine, CompletionAndManPageKnowEveryOption) {
+  if (!kPosix) GTEST_SKIP() << "needs bash";
   const Workshop shop;
   putFile(shop.folder / "vemko.bash", shop.run({"--completion", "bash"}).out);
   struct Case {
@@ -442,6 +415,7 @@ TEST(CommandLine, WritesSampleFilesInTheChosenFormat) {
   const Workshop shop;
   putFile(shop.folder / "i.sfz", "<region>sample=a.wav");
   const Ran ran = shop.run({"convert", "i.sfz", "-d", "out", "--to", "sfz", "--sample-files", "flac"});
+  if (ran.err.find("libFLAC is not available") != ran.err.npos) GTEST_SKIP() << ran.err;
   EXPECT_EQ(ran.status, 0) << ran.err;
   EXPECT_EQ(filesIn(shop.folder / "out"), (Names{"i.sfz", "ramp.flac"}));
 }

@@ -1,5 +1,4 @@
 #include <chrono>
-#include <csignal>
 #include <random>
 #include <thread>
 
@@ -38,9 +37,9 @@ TEST(Kill, NeverLosesTheOldFile) {
   for (int round = 0; round < kRounds; ++round) {
     removeFile(backup);
     putFile(target, old);
-    const pid_t child = startProgram(command, options);
+    const ProcessId child = startProgram(command, options);
     std::this_thread::sleep_for(microseconds(moment(random)));
-    ::kill(child, SIGKILL);
+    killProcess(child);
     waitForProgram(child, options);
     const std::string found = fileExists(target) ? contentOf(target) : "";
     const bool backedUp = fileExists(backup);

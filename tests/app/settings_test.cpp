@@ -137,8 +137,8 @@ TEST_F(Settings, KeepTheirDefaultsWhereTheStoreDoesNotFit) {
         Case{"app.awColWidths", "hex:01 02 03 04 05 06 07 08 09", u"dc 00 50 00 50 00 46 00 5a 00"}}) {
     SCOPED_TRACE(std::string(c.name) + " = " + c.stored);
     reset();
-    folder_.putSettings("[settings]\nVersionNumber = string:12.13\n" + std::string(c.name) + " = " +
-                        c.stored + "\n");
+    test::storeSetting("VersionNumber", "string:12.13");
+    test::storeSetting(c.name, c.stored);
     load();
     EXPECT_EQ(text(c.name), c.text);
   }
@@ -157,7 +157,7 @@ TEST_F(Settings, NoteTheNewestVersion) {
         Case{"2147483647.1", u"2147483647.1", 214748364701}}) {
     SCOPED_TRACE(c.stored);
     reset();
-    folder_.putSettings("[settings]\nVersionNumber = string:" + std::string(c.stored) + "\n");
+    test::storeSetting("VersionNumber", std::string("string:") + c.stored);
     load();
     EXPECT_EQ(appSettings().lastVersion, c.last);
     SettingsStore store;

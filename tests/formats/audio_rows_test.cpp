@@ -80,7 +80,9 @@ TEST(AudioRows, EveryEncodingOfEveryRowComesBack) {
         fill(waveform, samples, channels);
         io::SaveOptions options = io::saveOptionsFor(row, io::encodingBit(encoding));
         const std::uint8_t stored = io::chooseLayout(waveform, options, capabilities).channels;
-        ASSERT_TRUE(io::saveItem(&waveform, row, pathFor(folder, row), options)) << toUtf8(lastError());
+        const bool saved = io::saveItem(&waveform, row, pathFor(folder, row), options);
+        if (!saved && failedWithoutLibrary()) continue;
+        ASSERT_TRUE(saved) << toUtf8(lastError());
         const Opened opened = openWaveform(pathFor(folder, row));
         if (!opened.waveform) continue;
         EXPECT_EQ(opened.waveform->channels, stored);

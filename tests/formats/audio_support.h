@@ -115,6 +115,9 @@ inline bool isMissing(int row) {
          (!entry.missingLibrary(true).empty() || !entry.missingLibrary(false).empty());
 }
 
+/// The last error names a codec library that is not there.
+inline bool failedWithoutLibrary() { return lastError().find(u"is not available") != lastError().npos; }
+
 inline bool hasProgram(const std::string& name) {
   return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
 }

@@ -1,6 +1,7 @@
 // sfArk archives.
 #include "formats/soundfont_support.h"
 #include "platform/process.h"
+#include "system/system.h"
 
 namespace vemko::test {
 namespace {
@@ -113,9 +114,9 @@ TEST(SoundFontArchive, IsUnpackedAndRead) {
     const Path path = folder / "My bank.sfArk";
     putFile(path, bytesOf(c.archive, bytesOf(bank)));
     Collection collection;
-    ::setenv("TMPDIR", scratch.path().c_str(), 1);
+    setEnvironment("TMPDIR", scratch.path().string().c_str());
     const bool ok = io::openFile(collection, path, false);
-    ::setenv("TMPDIR", placeBefore.c_str(), 1);
+    setEnvironment("TMPDIR", placeBefore.c_str());
     EXPECT_EQ(ok ? "" : toUtf8(lastError()), c.expected);
     EXPECT_EQ(filesIn(scratch.path()), std::vector<std::string>{});
     EXPECT_EQ(filesIn(folder.path()), std::vector<std::string>{"My bank.sfArk"});
@@ -146,11 +147,11 @@ TEST(SoundFontArchive, IsRecognisedByItsSignature) {
 TEST(SoundFontArchive, NamesTheProgramThatIsMissing) {
   const std::string path = std::getenv("PATH");
   TempFolder folder;
-  ::setenv("PATH", folder.path().c_str(), 1);
+  setEnvironment("PATH", folder.path().string().c_str());
   putFile(folder / "a.sfArk", bytesOf(Archive{}, bytesOf(simpleBank())));
   Collection collection;
   const bool ok = io::openFile(collection, folder / "a.sfArk", false);
-  ::setenv("PATH", path.c_str(), 1);
+  setEnvironment("PATH", path.c_str());
   EXPECT_FALSE(ok);
   EXPECT_EQ(lastError(), u"The program sfarkxtc (Debian package sfarkxtc) is not available");
 }

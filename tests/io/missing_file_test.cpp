@@ -4,6 +4,7 @@
 
 #include "io/decisions.h"
 #include "support.h"
+#include "system/system.h"
 
 namespace vemko::io {
 namespace {
@@ -64,7 +65,12 @@ TEST_F(MissingFile, FollowsTheReference) {
            Case{u"nowhere.wav", ""},
        }) {
     SCOPED_TRACE(toUtf8(c.stored));
-    EXPECT_EQ(locate(c.stored), c.found);
+    const std::string found = locate(c.stored);
+    if (test::kPosix) {
+      EXPECT_EQ(found, c.found);
+    } else {  // where the system ignores case the name that was asked for is the file's
+      EXPECT_TRUE(equalsIgnoringCase(toUtf16(found), toUtf16(c.found))) << found;
+    }
   }
 }
 

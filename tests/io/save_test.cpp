@@ -1,13 +1,11 @@
 #include "io/save.h"
 
-#include <sys/resource.h>
-#include <unistd.h>
-
 #include "base/log.h"
 #include "base/progress.h"
 #include "io/open.h"
 #include "io/save_steps.h"
 #include "save_rows.h"
+#include "system/system.h"
 
 namespace vemko::io {
 namespace {
@@ -131,6 +129,7 @@ TEST(Save, NeverLosesAFile) {
     const char16_t* error;  // null: succeeds
     Names files;
     const char* content;  // of a
+    bool posixOnly = false;
   };
   auto nothing = [](const Path&) {};
   auto oldFile = [](const Path& a) { putFile(a, "old"); };
@@ -139,7 +138,9 @@ TEST(Save, NeverLosesAFile) {
     putFile(a, "old"), std::filesystem::create_symlink("a", a.parent_path() / "l");
   };
   auto deadLink = [](const Path& a) { std::filesystem::create_symlink("a", a.parent_path() / "l"); };
-  auto protectedFile = [](const Path& a) { putFile(a, "old"), ::chmod(a.c_str(), 0444); };
+  auto protectedFile = [](const Path& a) {
+    putFile(a, "old"), std::filesystem::permissions(a, std::filesystem::perms(0444));
+  };
   auto asFolder = [](const Path& a) { std::filesystem::create_directory(a), putFile(a / "x", "old"); };
   auto longName = [](const Path& a) {
     putFile(a, "old"), putFile(a.parent_path() / std::string(252, 'n'), "old");
@@ -159,10 +160,11 @@ TEST(Save, NeverLosesAFile) {
                 u"Scripted failure",
                 {"a", "a.bak"},
                 "old"},
-           Case{"link", link, "l", WaveRow, nullptr, {"a", "l"}, "new"},
-           Case{"link fails", link, "l", FailingRow, u"Scripted failure", {"a", "l"}, "old"},
-           Case{"link to nothing", deadLink, "l", WaveRow, nullptr, {"a", "l"}, "new"},
-           Case{"link to nothing fails", deadLink, "l", FailingRow, u"Scripted failure", {"l"}, nullptr},
+           Case{"link", link, "l", WaveRow, nullptr, {"a", "l"}, "new", true},
+           Case{"link fails", link, "l", FailingRow, u"Scripted failure", {"a", "l"}, "old", true},
+           Case{"link to nothing", deadLink, "l", WaveRow, nullptr, {"a", "l"}, "new", true},
+           Case{
+               "link to nothing fails", deadLink, "l", FailingRow, u"Scripted failure", {"l"}, nullptr, true},
            Case{"write-protected", protectedFile, nullptr, WaveRow, u"Could not create file", {"a"}, "old"},
            Case{"folder", asFolder, nullptr, WaveRow, u"Could not create file", {"a"}, nullptr},
            Case{"missing folder", oldFile, "no/b", WaveRow, u"Could not create file", {"a"}, "old"},
@@ -175,9 +177,10 @@ TEST(Save, NeverLosesAFile) {
                 u"Could not create file",
                 {"a", barely},
                 "old"},
-           Case{"full device", oldFile, "/dev/full", WaveRow, u"Writing to file failed", {"a"}, "old"},
-           Case{"device", oldFile, "/dev/null", WaveRow, nullptr, {"a"}, "old"},
+           Case{"full device", oldFile, "/dev/full", WaveRow, u"Writing to file failed", {"a"}, "old", true},
+           Case{"device", oldFile, "/dev/null", WaveRow, nullptr, {"a"}, "old", true},
        }) {
+    if (c.posixOnly && !kPosix) continue;
     SCOPED_TRACE(c.name);
     const TempFolder folder;
     Scene scene;
@@ -205,7 +208,7 @@ TEST(Save, NeverLosesAFile) {
       EXPECT_EQ(contentOf(folder / "a.bak"), "mine");
     }
   }
-  EXPECT_TRUE(fileExists("/dev/full") && fileExists("/dev/null"));
+  EXPECT_TRUE(!kPosix || (fileExists("/dev/full") && fileExists("/dev/null")));
 }
 
 TEST(Save, KeepsPermissionsAndHardLinkedNames) {
@@ -213,32 +216,28 @@ TEST(Save, KeepsPermissionsAndHardLinkedNames) {
   Scene scene;
   putFile(folder / "a", "old");
   std::filesystem::create_hard_link(folder / "a", folder / "b");
-  ::chmod((folder / "a").c_str(), 0640);
+  std::filesystem::permissions(folder / "a", std::filesystem::perms(0640));
+  const auto before = std::filesystem::status(folder / "a").permissions();
   ASSERT_TRUE(saveWithBackup(&scene.wave, folder / "a", WaveRow, optionsOf(WaveRow), false, kRows))
       << toUtf8(lastError());
-  EXPECT_EQ(std::filesystem::status(folder / "a").permissions(), std::filesystem::perms(0640));
+  EXPECT_EQ(std::filesystem::status(folder / "a").permissions(), before);
   EXPECT_EQ(contentOf(folder / "b"), "old");
   EXPECT_EQ(filesIn(folder.path()), (Names{"a", "b"}));
 }
 
 TEST(Save, AFileSizeLimitLeavesTheOldFile) {
+  if (!kPosix) GTEST_SKIP() << kPosixOnly;
   const TempFolder folder;
   Collection collection;
   Waveform& wave = createWaveform(collection, u"wave");
   fill(wave, std::vector<float>(200000, 0.5f));
   putFile(folder / "a.wav", "old");
   const int row = findWritingRow(u"wav", kWave);
-  rlimit before{};
-  ::getrlimit(RLIMIT_FSIZE, &before);
-  const rlimit limit{100000, before.rlim_max};
-  auto* handler = ::signal(SIGXFSZ, SIG_IGN);
-  ::setrlimit(RLIMIT_FSIZE, &limit);
-  const bool saved = saveWithBackup(&wave, folder / "a.wav", row, saveOptionsFor(row, 0), false);
-  const std::string message = toUtf8(lastError());
-  ::setrlimit(RLIMIT_FSIZE, &before);
-  ::signal(SIGXFSZ, handler);
-  EXPECT_FALSE(saved);
-  EXPECT_EQ(message, "Writing to file failed");
+  {
+    const FileSizeLimit limit(100000);
+    EXPECT_FALSE(saveWithBackup(&wave, folder / "a.wav", row, saveOptionsFor(row, 0), false));
+    EXPECT_EQ(toUtf8(lastError()), "Writing to file failed");
+  }
   EXPECT_EQ(filesIn(folder.path()), Names{"a.wav"});
   EXPECT_EQ(contentOf(folder / "a.wav"), "old");
 }
@@ -247,6 +246,7 @@ TEST(Save, AFileSizeLimitLeavesTheOldFile) {
 TEST(Save, OverItsOwnSource) {
   const int row = findWritingRow(u"wav", kWave);
   for (const char* name : {"a.wav", "./a.wav", "link.wav", "hard.wav", "sub/../a.wav"}) {
+    if (!kPosix && Path(name) == "link.wav") continue;
     SCOPED_TRACE(name);
     const TempFolder folder;
     std::filesystem::create_directory(folder / "sub");
@@ -260,11 +260,11 @@ TEST(Save, OverItsOwnSource) {
           saveItem(&wave, row, folder / "a.wav", saveOptionsFor(row, encodingBit(SampleEncoding::Pcm16))))
           << toUtf8(lastError());
     }
-    std::filesystem::create_symlink("a.wav", folder / "link.wav");
+    if (kPosix) std::filesystem::create_symlink("a.wav", folder / "link.wav");
     std::filesystem::create_hard_link(folder / "a.wav", folder / "hard.wav");
-    Collection collection;
-    ASSERT_TRUE(openFile(collection, folder / "a.wav", false)) << toUtf8(lastError());
-    Waveform& wave = *collection.all<Waveform>().front();
+    auto read = std::make_unique<Collection>();
+    ASSERT_TRUE(openFile(*read, folder / "a.wav", false)) << toUtf8(lastError());
+    Waveform& wave = *read->all<Waveform>().front();
     ASSERT_EQ(wave.buffer, nullptr);
     for (SampleEncoding encoding : {SampleEncoding::Pcm24, SampleEncoding::Float32})
       ASSERT_TRUE(
@@ -274,7 +274,9 @@ TEST(Save, OverItsOwnSource) {
     Collection again;
     ASSERT_TRUE(openFile(again, folder / name, false)) << toUtf8(lastError());
     EXPECT_EQ(samplesOf(*again.all<Waveform>().front()), samples);
-    EXPECT_EQ(filesIn(folder.path()), (Names{"a.wav", "hard.wav", "link.wav", "sub"}));
+    read.reset();
+    EXPECT_EQ(filesIn(folder.path()),
+              kPosix ? (Names{"a.wav", "hard.wav", "link.wav", "sub"}) : (Names{"a.wav", "hard.wav", "sub"}));
   }
 }
 

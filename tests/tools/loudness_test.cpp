@@ -147,8 +147,9 @@ std::vector<Signal> signals() {
   all.push_back({"long music", music(12 * 22050, 2, 22050), 2, 22050});
   all.push_back({"blocks shorter than the filter", test::noise(3000, 0.5f), 1, 1000});
   const std::size_t b = 551;  // of 11025 Hz
-  for (std::size_t frames : {b / 2, b / 2 + 1, b - 1, b, b + 1, b + 63, b + 64, b + 65, 2 * b + 64, 3 * b,
-                             2 * b + b / 2, 2 * b + b / 2 + 1, 1ul, 63ul, 64ul, 65ul})
+  for (std::size_t frames :
+       std::initializer_list<std::size_t>{b / 2, b / 2 + 1, b - 1, b, b + 1, b + 63, b + 64, b + 65,
+                                          2 * b + 64, 3 * b, 2 * b + b / 2, 2 * b + b / 2 + 1, 1, 63, 64, 65})
     all.push_back({std::to_string(frames) + " frames", test::noise(frames * 2, 0.25f), 2, 11025});
   return all;
 }

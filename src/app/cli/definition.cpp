@@ -249,6 +249,7 @@ void defineCommands(CLI::App& app, Arguments& arguments) {
                        "Print the version and exit");
   app.set_help_flag("-h,--help", "Print this help and exit");
   app.require_subcommand(0, 1);
+  app.allow_windows_style_options(false);
   defineFormats(app, arguments.formats);
   defineDetect(app, arguments.detect);
   defineInfo(app, arguments.info);

@@ -1,7 +1,9 @@
 #include "app/cli/paths.h"
 
 #include "app/cli/output.h"
+#include "base/last_error.h"
 #include "base/text.h"
+#include "platform/folders.h"
 
 namespace vemko::cli {
 
@@ -18,10 +20,8 @@ Path currentFolder() {
 }
 
 bool createFolder(const Path& folder) {
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  if (folderExists(folder)) return true;
-  printError(toUtf8(textOf(folder)), "Could not create folder");
+  if (createFolders(folder)) return true;
+  printError(toUtf8(textOf(folder)), toUtf8(lastError()));
   return false;
 }
 

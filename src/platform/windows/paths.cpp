@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <atomic>
 #include <shlobj.h>
 
 #include "base/last_error.h"
@@ -23,22 +24,12 @@ bool haveSameIdentity(const BY_HANDLE_FILE_INFORMATION& a, const BY_HANDLE_FILE_
          a.nFileIndexLow == b.nFileIndexLow;
 }
 
-// The long form of the one name that the path led to.
-std::wstring finalName(const Path& path) {
-  std::wstring name(1 << 15, L'\0');
-  const auto file = windows::openForStatus(path);
-  const DWORD length =
-      file ? ::GetFinalPathNameByHandleW(file.get(), name.data(), static_cast<DWORD>(name.size()), 0) : 0;
-  name.resize(length < name.size() ? length : 0);
-  return name;
-}
-
 // Two names of one file, as opposed to two spellings of one name.
 bool areHardLinks(const Path& a, const Path& b) {
   const auto statusA = statusOf(a), statusB = statusOf(b);
   if (!statusA || !statusB || !haveSameIdentity(*statusA, *statusB) || statusA->nNumberOfLinks < 2)
     return false;
-  const std::wstring nameA = finalName(a), nameB = finalName(b);
+  const std::wstring nameA = windows::finalName(a), nameB = windows::finalName(b);
   return !nameA.empty() && !nameB.empty() &&
          ::CompareStringOrdinal(nameA.c_str(), -1, nameB.c_str(), -1, TRUE) != CSTR_EQUAL;
 }
@@ -55,6 +46,36 @@ void clearReadOnly(const std::wstring& name) {
 bool meansNone(DWORD error) {
   return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME ||
          error == ERROR_BAD_PATHNAME || error == ERROR_DIRECTORY;
+}
+
+// Its name is free at once, whoever reads from it; systems and file systems before Windows 10 cannot.
+bool removeAtOnce(const Path& path) {
+  constexpr auto kDispositionEx = static_cast<FILE_INFO_BY_HANDLE_CLASS>(21);
+  DWORD deleteByName = 0x1 | 0x2 | 0x10;  // delete, POSIX semantics, read-only files too
+  const windows::Handle file(::CreateFileW(systemName(path).c_str(), DELETE,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                           OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT, nullptr));
+  return file && ::SetFileInformationByHandle(file.get(), kDispositionEx, &deleteByName, sizeof deleteByName);
+}
+
+// A file that is open keeps its name until it is closed, so that it gets another one first.
+bool removeBehindAnotherName(const Path& path) {
+  const std::wstring name = systemName(path);
+  clearReadOnly(name);
+  static std::atomic<unsigned> serial = 0;
+  Path other = path;
+  other.replace_filename(".vemko-" + std::to_string(::GetCurrentProcessId()) + "-" +
+                         std::to_string(serial++));
+  const std::wstring otherName = systemName(other);
+  const DWORD attributes = ::GetFileAttributesW(name.c_str());
+  const bool isFile = attributes != INVALID_FILE_ATTRIBUTES && !(attributes & FILE_ATTRIBUTE_DIRECTORY);
+  const bool renamed = isFile && ::MoveFileExW(name.c_str(), otherName.c_str(), 0);
+  const std::wstring& gone = renamed ? otherName : name;
+  if (windows::retriedWhileShared([&gone] { return ::DeleteFileW(gone.c_str()) != 0; })) return true;
+  const DWORD error = ::GetLastError();
+  if (renamed) ::MoveFileExW(otherName.c_str(), name.c_str(), 0);
+  ::SetLastError(error);
+  return false;
 }
 
 }  // namespace
@@ -96,11 +117,7 @@ bool isSameFile(const Path& a, const Path& b) {
 }
 
 bool removeFile(const Path& path) {
-  const std::wstring name = systemName(path);
-  clearReadOnly(name);
-  if (windows::retriedWhileShared([&name] { return ::DeleteFileW(name.c_str()) != 0; }) ||
-      meansNone(::GetLastError()))
-    return true;
+  if (removeAtOnce(path) || removeBehindAnotherName(path) || meansNone(::GetLastError())) return true;
   windows::logSystemError(path, ::GetLastError());
   return fail(u"Could not delete file");
 }

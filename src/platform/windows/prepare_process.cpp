@@ -22,7 +22,7 @@ void prepareProcess() {
   if (consoleCodePageBefore != 0 && consoleCodePageBefore != CP_UTF8 && ::SetConsoleOutputCP(CP_UTF8))
     std::atexit(restoreConsole);
   // Errors are reported, not asked about, and libraries are not taken from a folder of somebody's files.
-  ::SetErrorMode(::SetErrorMode(0) | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
+  ::SetErrorMode(::GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX);
   ::SetDllDirectoryW(L"");
 }
 

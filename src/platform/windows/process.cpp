@@ -161,10 +161,15 @@ Handle spawn(const Path& program, const std::vector<std::string>& arguments, con
   // Without a console of ours the child would open one.
   const DWORD flags =
       EXTENDED_STARTUPINFO_PRESENT | (::GetConsoleWindow() == nullptr ? DWORD{CREATE_NO_WINDOW} : 0);
+  // A child that crashes ends; it does not ask anybody what to do about it. Children take this over.
+  const UINT errorMode = ::GetErrorMode();
+  ::SetErrorMode(errorMode | SEM_NOGPFAULTERRORBOX);
   PROCESS_INFORMATION started{};
-  if (!::CreateProcessW(windows::systemName(program).c_str(), line.data(), nullptr, nullptr, TRUE, flags,
-                        nullptr, folder.empty() ? nullptr : folder.c_str(), &start.StartupInfo, &started))
-    return {};
+  const bool ok =
+      ::CreateProcessW(windows::systemName(program).c_str(), line.data(), nullptr, nullptr, TRUE, flags,
+                       nullptr, folder.empty() ? nullptr : folder.c_str(), &start.StartupInfo, &started);
+  ::SetErrorMode(errorMode);
+  if (!ok) return {};
   ::CloseHandle(started.hThread);
   return Handle(started.hProcess);
 }

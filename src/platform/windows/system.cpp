@@ -43,6 +43,15 @@ Handle openForStatus(const Path& path) {
                               FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
+std::wstring finalName(const Path& path) {
+  std::wstring name(1 << 15, L'\0');
+  const Handle file = openForStatus(path);
+  const DWORD length =
+      file ? ::GetFinalPathNameByHandleW(file.get(), name.data(), static_cast<DWORD>(name.size()), 0) : 0;
+  name.resize(length < name.size() ? length : 0);
+  return name;
+}
+
 void logSystemErrorOf(std::u16string_view what, DWORD error) {
   wchar_t* message = nullptr;
   const DWORD length = ::FormatMessageW(

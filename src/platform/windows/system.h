@@ -40,6 +40,9 @@ std::u16string text(std::wstring_view wide);
 /// 32767 characters when it is longer than ordinary names may be.
 std::wstring systemName(const Path& path);
 
+/// The long form of the one name that the path leads to, behind links; empty when there is none.
+std::wstring finalName(const Path& path);
+
 /// For everything but reading and writing the content; also of a folder.
 Handle openForStatus(const Path& path);
 

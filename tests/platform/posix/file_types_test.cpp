@@ -1,7 +1,5 @@
-// What the system tells and lends: file types and shared libraries.
-
 #include "platform/file_types.h"
-#include "platform/shared_library.h"
+
 #include "settings_folder.h"
 #include "support.h"
 
@@ -55,18 +53,6 @@ TEST(FileTypes, ComeFromTheSharedDatabase) {
     SCOPED_TRACE(toUtf8(c.extension));
     EXPECT_EQ(systemFileTypeDescription(c.extension), c.description);
   }
-}
-
-TEST(SharedLibrary, OpensTheFirstThatIsThere) {
-  SharedLibrary library;
-  EXPECT_FALSE(library.open({"libvemko-no-such.so.1", "libvemko-no-such.so"}));
-  EXPECT_FALSE(library.isOpen());
-  EXPECT_EQ(library.symbol("strlen"), nullptr);
-  ASSERT_TRUE(library.open({"libvemko-no-such.so.1", "libm.so.6", "libc.so.6"}));
-  auto root = reinterpret_cast<double (*)(double)>(library.symbol("sqrt"));
-  ASSERT_NE(root, nullptr);
-  EXPECT_EQ(root(9.0), 3.0);
-  EXPECT_EQ(library.symbol("vemko_no_such_symbol"), nullptr);
 }
 
 }  // namespace
