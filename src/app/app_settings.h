@@ -23,6 +23,7 @@ struct ShellSettings {
   std::optional<ScreenPair> windowPosition;
   std::optional<ScreenPair> windowSize;
   std::int32_t leftPaneWidth = 221;
+  std::int32_t listHeight = 0;  ///< Of the waveform list, 0: a share of the window.
   /// In pixels: name, length, sample rate, channels, root key.
   std::array<std::uint16_t, 5> waveformColumnWidths{220, 80, 80, 70, 90};
   std::uint8_t checkForUpdates = 0xFF;  ///< 0 no, 1 yes, 255 the user has not been asked.

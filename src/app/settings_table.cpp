@@ -167,6 +167,7 @@ constexpr SettingRow kRows[] = {
   row("fmt.wav.bNoLoopOff",          B, 1, u"1", u"WAV: do not write loops that are off", field<riff::options, &riff::Options::noLoopOff>),
   row("batch.options",               B, 24, u"00 00 00 00 00 00 00 00 00 00 00 00 01 00 00 00 01 00 00 00 00 00 00 00", u"choices of a batch conversion", field<batch, &BatchSettings::options>),
   row("batch.SaveFmts",              B, kMaxListBytes, u"", u"target formats of a batch conversion", field<batch, &BatchSettings::formats>),
+  row("app.iPaneSplitT",             D, 4, u"0", u"height of the waveform list in pixels; 0: a share of the window", field<app, &ShellSettings::listHeight>),
   row("app.iUndoMemory",             D, 4, u"256", u"memory for undo in MiB", field<historyOptions, &HistoryOptions::memoryMiB>),
 };
 // clang-format on

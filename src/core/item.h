@@ -105,6 +105,8 @@ class Item {
   Bytes image() const { return image_ ? Bytes(*image_) : Bytes(); }
   /// Trimmed like a text: bytes of value 32 and below go at both ends.
   void setImage(Bytes image);
+  /// The other item's image, without a copy of its bytes.
+  void shareImage(const Item& other) { image_ = other.image_; }
   /// "image/jpeg", "image/png" or "image/gif" by the leading bytes; empty for anything else.
   static std::string_view imageMimeType(Bytes image);
 

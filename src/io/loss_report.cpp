@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
 #include <optional>
+#include <unordered_set>
 
 #include "base/text.h"
 #include "core/feature_use.h"
@@ -151,17 +153,38 @@ struct Tally {
   }
 };
 
-void addFeatureLosses(const Item& item, FeatureMask held, std::vector<Loss>& losses) {
-  const std::vector<FeatureUse> uses = featuresUsed(item);
-  FeatureMask used = 0;
-  for (const FeatureUse& use : uses) used |= featureBit(use.feature);
-  const FeatureMask lost = lostFeatures(used, held);
-  for (const FeatureUse& use : uses) {
-    if (!(lost & featureBit(use.feature))) continue;
-    const Item* example = item.collection().find(use.places.front());
-    losses.push_back({std::u16string(featureText(use.feature)), use.places.size(),
-                      (example ? *example : item).displayName()});
+/// Where a feature is lost, each place once.
+struct Places {
+  std::unordered_set<ItemId> all;
+  std::u16string example;
+};
+
+void addFeatureLosses(std::span<const Item* const> items, FeatureMask held, std::vector<Loss>& losses) {
+  std::map<int, Places> lostPlaces;
+  for (const Item* item : items) {
+    const std::vector<FeatureUse> uses = featuresUsed(*item);
+    FeatureMask used = 0;
+    for (const FeatureUse& use : uses) used |= featureBit(use.feature);
+    const FeatureMask lost = lostFeatures(used, held);
+    for (const FeatureUse& use : uses) {
+      if (!(lost & featureBit(use.feature))) continue;
+      Places& places = lostPlaces[use.feature];
+      const Item* example = item->collection().find(use.places.front());
+      if (places.all.empty()) places.example = (example ? *example : *item).displayName();
+      places.all.insert(use.places.begin(), use.places.end());
+    }
   }
+  for (auto& [feature, places] : lostPlaces)
+    losses.push_back({std::u16string(featureText(feature)), places.all.size(), std::move(places.example)});
+}
+
+std::vector<const Waveform*> waveformsOf(std::span<const Item* const> items) {
+  std::vector<const Waveform*> all;
+  std::unordered_set<const Waveform*> seen;
+  for (const Item* item : items)
+    for (const Waveform* waveform : vemko::waveformsOf(*item))
+      if (seen.insert(waveform).second) all.push_back(waveform);
+  return all;
 }
 
 }  // namespace
@@ -183,11 +206,16 @@ std::optional<FeatureMask> heldFeatures(int row) {
 }
 
 std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options) {
+  const Item* const items[] = {&item};
+  return lossesOfSaving(items, row, options);
+}
+
+std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, const SaveOptions& options) {
   const FormatEntry* entry = formatRow(row);
   if (!entry) return {};
   std::array<Tally, kPrecisions.size()> precisions;
   Tally channels;
-  for (const Waveform* waveform : waveformsOf(item)) {
+  for (const Waveform* waveform : waveformsOf(items)) {
     const SampleLayout layout = chooseLayout(*waveform, options, entry->capabilities);
     const SampleEncoding source = precisionOf(*waveform);
     for (std::size_t i = 0; i < kPrecisions.size(); ++i)
@@ -200,7 +228,7 @@ std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& o
     precisions[i].appendTo(losses, u"Samples: " + std::u16string(kPrecisions[i].text));
   channels.appendTo(losses, u"Samples: Separate channels");
   const auto held = heldFeatures(row);
-  if (held) addFeatureLosses(item, *held, losses);
+  if (held) addFeatureLosses(items, *held, losses);
   return losses;
 }
 

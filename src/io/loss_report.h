@@ -20,6 +20,8 @@ struct Loss {
 /// The losses of saving this item with that row and these options, in a fixed order; empty when nothing is
 /// lost.
 std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options);
+/// The same for several items, each saved to a file of its own: what they share is counted once.
+std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, const SaveOptions& options);
 /// "Samples: 24-bit precision ("Kick" and 2 more)".
 std::u16string lossText(const Loss& loss);
 

@@ -1,5 +1,8 @@
 #include "app/document/document.h"
 
+#include "app/app_settings.h"
+#include "app/document/level_edit.h"
+#include "core/parameters.h"
 #include "support.h"
 
 namespace vemko::app {
@@ -155,6 +158,56 @@ TEST(Document, SelectionFollowsTheItems) {
   ASSERT_TRUE(document.remove(Ids{bank.wave}));
   EXPECT_TRUE(document.selection().empty());
   EXPECT_GE(told, 2);
+}
+
+TEST(Document, SubItemsAreSelectedAlongWhereTheUserHasItSo) {
+  Bank bank;
+  Document& document = bank.document;
+  appSettings().shell.autoSelectSubItems = true;
+  document.selectItems({bank.b});
+  EXPECT_EQ(document.selectedItems(), (Ids{bank.b, bank.layer, bank.region}));
+  EXPECT_EQ(document.withoutDescendants(document.selectedItems()), Ids{bank.b});
+  document.selectItems({bank.b, bank.layer});  // the region taken out again
+  EXPECT_EQ(document.selectedItems(), (Ids{bank.b, bank.layer}));
+  EXPECT_TRUE(document.move(document.selectedItems(), bank.a));
+  EXPECT_EQ(document.history().undoName(), u"Move instrument");
+  appSettings().shell.autoSelectSubItems = false;
+}
+
+TEST(LevelEdits, GoDownAsDifferencesWhereTheUserHasItSo) {
+  constexpr Slot kSet = slots::MasterVolume, kUnset = slots::MasterTuning, kBound = slots::Pan;
+  for (bool down : {false, true}) {
+    SCOPED_TRACE(down);
+    Bank bank;
+    Collection& collection = bank.document.collection();
+    auto& layer = *collection.find<Layer>(bank.layer);
+    auto& region = *collection.find<Region>(bank.region);
+    auto& instrument = *collection.find<Instrument>(bank.b);
+    instrument.articulation.set(kSet, -2);
+    region.articulation.set(kSet, -10);
+    region.articulation.set(kBound, 0.9f);
+    region.articulation.set(slots::FilterType, 3);
+    ArticulationBlock block = instrument.articulation;
+    block.set(kSet, 1);
+    block.set(kUnset, 7);
+    block.set(kBound, 0.5f);
+    block.set(slots::FilterType, 1);
+    applyLevelEdits(std::vector<LevelEdit>{{&instrument, block}}, down);
+    EXPECT_EQ(instrument.articulation, block);
+    EXPECT_TRUE(layer.articulation.empty());  // it inherits
+    EXPECT_EQ(region.articulation.get(kSet), down ? -7 : -10);
+    EXPECT_FALSE(region.articulation.isSet(kUnset));
+    EXPECT_FLOAT_EQ(region.articulation.get(kBound), down ? 1.0f : 0.9f);
+    EXPECT_EQ(region.articulation.get(slots::FilterType), 3) << "a choice has no difference";
+    // A level that is edited itself gets its own block, and passes its own difference on.
+    ArticulationBlock own;
+    own.set(kSet, -5);  // in force before: the instrument's 1
+    block.set(kSet, 21);
+    const float before = region.articulation.get(kSet);
+    applyLevelEdits(std::vector<LevelEdit>{{&instrument, block}, {&layer, own}}, down);
+    EXPECT_EQ(layer.articulation.get(kSet), -5);
+    EXPECT_EQ(region.articulation.get(kSet), down ? before - 6 : before);
+  }
 }
 
 }  // namespace

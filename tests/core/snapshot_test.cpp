@@ -1,5 +1,6 @@
 #include "core/snapshot.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 #include "base/text.h"
@@ -115,6 +116,59 @@ TEST(Snapshot, KeepsOrderWhenPlacesWereGivenUp) {
   Snapshot redo = snapshot.restore(bank.collection);
   bank.collection.remove(*bank.collection.allOf(ItemKind::Region).back());
   EXPECT_EQ(bank.told(), before);
+}
+
+TEST(Snapshot, BringsTheEnumerationsOrderBack) {
+  Bank bank;
+  const auto reversed = [&] {
+    std::vector<Item*> order = bank.collection.allOf(ItemKind::Region);
+    std::ranges::reverse(order);
+    bank.collection.reorder(ItemKind::Region, order);
+  };
+  const std::string before = bank.told();
+  Snapshot snapshot = Snapshot::capture(bank.collection, bank.regions);
+  reversed();
+  const std::string after = bank.told();
+  ASSERT_NE(after, before);
+  // What came since stands behind them either way.
+  const ItemId last = createRegion(static_cast<Layer&>(bank[bank.layers[0]]), u"last").id();
+  Snapshot redo = snapshot.restore(bank.collection);
+  EXPECT_EQ(bank.collection.allOf(ItemKind::Region).back()->id(), last);
+  snapshot = redo.restore(bank.collection);
+  EXPECT_EQ(bank.collection.allOf(ItemKind::Region).back()->id(), last);
+  bank.collection.remove(bank[last]);
+  EXPECT_EQ(bank.told(), after);
+  (void)snapshot.restore(bank.collection);
+  EXPECT_EQ(bank.told(), before);
+}
+
+TEST(Snapshot, BringsTheCollectionsOwnTextsBack) {
+  constexpr std::byte kPng[] = {std::byte{0x89}, std::byte{'P'}, std::byte{'N'}, std::byte{'G'}};
+  Bank bank;
+  Collection& collection = bank.collection;
+  const auto told = [&] {
+    return toUtf8(collection.displayName() + u"|" + collection.text(TextProperty::Artist) + u"|") +
+           std::to_string(collection.image().size());
+  };
+  collection.setText(TextProperty::Artist, u"one");
+  const std::string before = told();
+  const ItemId ids[] = {kNoItem, bank.regions[0]};
+  Snapshot snapshot = Snapshot::capture(collection, ids);
+  collection.setName(u"changed");
+  collection.setText(TextProperty::Artist, u"");
+  collection.setImage(kPng);
+  bank[bank.regions[0]].setName(u"changed too");
+  const std::string after = told();
+  Snapshot redo = snapshot.restore(collection);
+  EXPECT_EQ(told(), before);
+  EXPECT_EQ(bank[bank.regions[0]].name(), u"00");
+  snapshot = redo.restore(collection);
+  EXPECT_EQ(told(), after);
+  // Without the collection's id its texts are nobody's business.
+  Snapshot other = Snapshot::capture(collection, bank.regions);
+  collection.setName(u"again");
+  (void)other.restore(collection);
+  EXPECT_EQ(collection.displayName(), u"again");
 }
 
 TEST(Snapshot, AnItemReturnsWithoutTheParentThatIsGone) {

@@ -27,18 +27,34 @@ void handleEvents() {
 
 namespace {
 
-wxDialog* modalDialog() {
-  for (wxWindow* top : wxTopLevelWindows)
-    if (auto* dialog = dynamic_cast<wxDialog*>(top); dialog && dialog->IsModal()) {
-      wxDialog* inner = dialog;
-      for (wxWindow* other : wxTopLevelWindows)
-        if (auto* above = dynamic_cast<wxDialog*>(other);
-            above && above->IsModal() && above->GetParent() == inner)
-          inner = above;
-      return inner;
+/// Knows the dialogs that wait for the user, the system's own too. Message boxes are answered before they are
+/// seen.
+class DialogHook : public wxModalDialogHook {
+ public:
+  DialogHook() { Register(); }
+  ~DialogHook() override { Unregister(); }
+  std::vector<wxDialog*> open;
+  std::vector<wxString> messages;
+  int answer = wxID_OK;
+
+ protected:
+  int Enter(wxDialog* dialog) override {
+    if (auto* message = dynamic_cast<wxMessageDialog*>(dialog)) {
+      messages.push_back(message->GetMessage());
+      return answer;
     }
-  return nullptr;
+    open.push_back(dialog);
+    return wxID_NONE;
+  }
+  void Exit(wxDialog* dialog) override { std::erase(open, dialog); }
+};
+
+DialogHook& dialogHook() {
+  static DialogHook hook;
+  return hook;
 }
+
+wxDialog* modalDialog() { return dialogHook().open.empty() ? nullptr : dialogHook().open.back(); }
 
 /// Looks for dialogs from within their own event loops.
 class DialogWatch : public wxTimer {
@@ -54,7 +70,11 @@ class DialogWatch : public wxTimer {
       const std::size_t step = next_++;
       waitUntil([&] { return dialog->IsShownOnScreen(); });
       settle();
-      steps_[step](*dialog);
+      try {
+        steps_[step](*dialog);
+      } catch (const std::exception& error) {  // the toolkit would end the program
+        ADD_FAILURE() << dialog->GetTitle() << ": " << error.what();
+      }
     } else {
       ADD_FAILURE() << "A dialog that nobody expected: " << dialog->GetTitle();
     }
@@ -71,28 +91,6 @@ class DialogWatch : public wxTimer {
   std::size_t next_ = 0;
   wxDialog* last_ = nullptr;
 };
-
-/// Message boxes are the system's own: they are answered before they are seen.
-class MessageHook : public wxModalDialogHook {
- public:
-  MessageHook() { Register(); }
-  ~MessageHook() override { Unregister(); }
-  std::vector<wxString> messages;
-  int answer = wxID_OK;
-
- protected:
-  int Enter(wxDialog* dialog) override {
-    auto* message = dynamic_cast<wxMessageDialog*>(dialog);
-    if (!message) return wxID_NONE;
-    messages.push_back(message->GetMessage());
-    return answer;
-  }
-};
-
-MessageHook& messageHook() {
-  static MessageHook hook;
-  return hook;
-}
 
 wxWindow* findWindow(wxWindow& parent, const std::function<bool(wxWindow&)>& wanted) {
   for (wxWindow* child : parent.GetChildren()) {
@@ -159,6 +157,22 @@ wxWindow& control(wxWindow& parent, const wxString& name) {
   return *found;
 }
 
+wxWindow& control(wxWindow& parent, const wxString& name, const wxClassInfo* type) {
+  wxWindow* found =
+      findWindow(parent, [&](wxWindow& each) { return each.GetName() == name && each.IsKindOf(type); });
+  if (!found) throw std::runtime_error("no such control named " + name.utf8_string());
+  return *found;
+}
+
+void choose(wxChoice& choice, const wxString& entry) {
+  ASSERT_NE(choice.FindString(entry), wxNOT_FOUND) << entry;
+  choice.SetStringSelection(entry);
+  wxCommandEvent event(wxEVT_CHOICE, choice.GetId());
+  event.SetEventObject(&choice);
+  choice.ProcessWindowEvent(event);
+  settle();
+}
+
 wxWindow& button(wxWindow& parent, const wxString& label) {
   wxWindow* found = findWindow(parent, [&](wxWindow& each) {
     return dynamic_cast<wxButton*>(&each) && each.GetLabel() == label && each.IsShownOnScreen();
@@ -176,8 +190,8 @@ void open(const std::vector<Path>& files) {
   settle();
 }
 
-std::vector<wxString> takeMessages() { return std::exchange(messageHook().messages, {}); }
-void answerMessages(int id) { messageHook().answer = id; }
+std::vector<wxString> takeMessages() { return std::exchange(dialogHook().messages, {}); }
+void answerMessages(int id) { dialogHook().answer = id; }
 
 void Gui::SetUp() {
   takeMessages();

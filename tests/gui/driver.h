@@ -3,6 +3,7 @@
 #include <chrono>
 #include <functional>
 #include <string>
+#include <wx/choice.h>
 #include <wx/dialog.h>
 #include <wx/uiaction.h>
 
@@ -48,6 +49,10 @@ template <class T>
 T& control(wxWindow& parent, const wxString& name) {
   return dynamic_cast<T&>(control(parent, name));
 }
+/// The control of that accessible name and class, where a label has the same name.
+wxWindow& control(wxWindow& parent, const wxString& name, const wxClassInfo* type);
+/// As if the user had picked the entry.
+void choose(wxChoice& choice, const wxString& entry);
 /// The button with that label, mnemonics aside.
 wxWindow& button(wxWindow& parent, const wxString& label);
 

@@ -22,16 +22,6 @@ const Path kOrgan = Path(VEMKO_EXAMPLES) / "organ.wav";
 
 Waveform& organ() { return *document().collection().all<Waveform>().at(0); }
 
-// As a user would: by key, or the entry that comes after the arrow has been pressed often enough.
-void choose(wxChoice& choice, const wxString& entry) {
-  ASSERT_NE(choice.FindString(entry), wxNOT_FOUND) << entry;
-  choice.SetStringSelection(entry);
-  wxCommandEvent event(wxEVT_CHOICE, choice.GetId());
-  event.SetEventObject(&choice);
-  choice.ProcessWindowEvent(event);
-  settle();
-}
-
 TEST_F(Files, SaveAsTellsTheLossAndWritesTheFile) {
   open({kOrgan});
   const Path target = folder_ / "out.wav";

@@ -155,6 +155,17 @@ std::vector<ItemId> Document::withDescendants(std::span<const ItemId> items) con
   return all;
 }
 
+std::vector<ItemId> Document::withoutDescendants(std::span<const ItemId> items) const {
+  const std::unordered_set<ItemId> all(items.begin(), items.end());
+  std::vector<ItemId> tops(items.begin(), items.end());
+  std::erase_if(tops, [&](ItemId id) {
+    const Item* item = collection_.find(id);
+    while (item && !all.contains(item->parent)) item = collection_.find(item->parent);
+    return item != nullptr && item->parent != kNoItem;
+  });
+  return tops;
+}
+
 bool Document::applyTool(const tools::ToolEntry& tool, tools::ToolContext& context) {
   context.history = &history_;
   const bool applied = tools::applyTool(tool, context);
@@ -185,9 +196,21 @@ void Document::dropGoneSelection() {
 void Document::selectItems(std::vector<ItemId> items) {
   waveformsActive_ = false;
   if (items == selectedItems_) return;
+  if (appSettings().shell.autoSelectSubItems) items = withNewSubItems(std::move(items));
   selectedItems_ = std::move(items);
   if (appSettings().shell.autoSelectWaveforms) selectPlayedWaveforms();
   if (onSelection) onSelection();
+}
+
+// So that single sub-items can still be taken out of the selection.
+std::vector<ItemId> Document::withNewSubItems(std::vector<ItemId> items) const {
+  const std::unordered_set<ItemId> former(selectedItems_.begin(), selectedItems_.end());
+  std::unordered_set<ItemId> listed(items.begin(), items.end());
+  std::vector<ItemId> added = items;
+  std::erase_if(added, [&](ItemId id) { return former.contains(id); });
+  for (ItemId id : withDescendants(added))
+    if (listed.insert(id).second) items.push_back(id);
+  return items;
 }
 
 // The collection itself plays all of them, which would say nothing.

@@ -72,6 +72,9 @@ class Document {
   /// The items and everything below them, each once.
   std::vector<ItemId> withDescendants(std::span<const ItemId> items) const;
 
+  /// Those of the items that do not lie below another one of them.
+  std::vector<ItemId> withoutDescendants(std::span<const ItemId> items) const;
+
   /// A tool applied to items of the document, as one step. False as tools::applyTool().
   bool applyTool(const tools::ToolEntry& tool, tools::ToolContext& context);
 
@@ -106,7 +109,8 @@ class Document {
   // --- Selection: in the tree, and in the list of waveforms. Ids of items that have gone are dropped.
   const std::vector<ItemId>& selectedItems() const { return selectedItems_; }
   const std::vector<ItemId>& selectedWaveforms() const { return selectedWaveforms_; }
-  /// Where the user has it so, the waveforms that the items play are selected with them.
+  /// Where the user has it so, what lies below items that were not selected before is selected too, and the
+  /// waveforms that the items play.
   void selectItems(std::vector<ItemId> items);
   void selectWaveforms(std::vector<ItemId> waveforms);
   /// What a command works on: the selection that was made last; empty when that is.
@@ -133,6 +137,7 @@ class Document {
   void takeStep();
   void tell(DocumentChange change);
   void dropGoneSelection();
+  std::vector<ItemId> withNewSubItems(std::vector<ItemId> items) const;
   void selectPlayedWaveforms();
 
   mutable Collection collection_;

@@ -24,16 +24,9 @@ void copyInto(Collection& target, const Item& item) {
 
 std::optional<CopiedItems> Document::copy(std::span<const ItemId> ids, bool cut) const {
   CopiedItems copied{identity_, cut, {}, std::make_unique<Collection>()};
-  std::vector<const Item*> items;
-  for (ItemId id : ids)
+  std::vector<const Item*> items;  // what lies below another selected item comes with it
+  for (ItemId id : withoutDescendants(ids))
     if (const Item* item = collection_.find(id)) items.push_back(item);
-  // What lies below another selected item comes with it.
-  const std::unordered_set<ItemId> selected(ids.begin(), ids.end());
-  std::erase_if(items, [&](const Item* item) {
-    for (const Item* up = collection_.find(item->parent); up; up = collection_.find(up->parent))
-      if (selected.contains(up->id())) return true;
-    return false;
-  });
   if (items.empty()) return std::nullopt;
   for (const Item* item : items) {
     copied.tops.push_back(item->id());

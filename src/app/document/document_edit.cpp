@@ -73,7 +73,8 @@ bool Document::rename(ItemId id, std::u16string_view name) {
   });
 }
 
-bool Document::remove(std::span<const ItemId> ids) {
+bool Document::remove(std::span<const ItemId> all) {
+  const std::vector<ItemId> ids = withoutDescendants(all);
   const std::vector<Item*> items = resolve(collection_, ids);
   if (items.empty()) return false;
   return edit(countedStep(u"Delete", ids), withDescendants(ids), Touches::Structure, [&](Created&) {
@@ -82,7 +83,8 @@ bool Document::remove(std::span<const ItemId> ids) {
   });
 }
 
-bool Document::move(std::span<const ItemId> ids, ItemId targetId) {
+bool Document::move(std::span<const ItemId> all, ItemId targetId) {
+  const std::vector<ItemId> ids = withoutDescendants(all);
   const std::vector<Item*> items = resolve(collection_, ids);
   Item* target = collection_.find(targetId);
   if (items.empty() || !target || std::ranges::find(items, target) != items.end()) return false;

@@ -1,5 +1,6 @@
 #include <wx/textctrl.h>
 
+#include "app/app_settings.h"
 #include "app/gui/actions.h"
 #include "app/gui/collection_tree.h"
 #include "app/gui/main_window.h"
@@ -74,8 +75,12 @@ void linkSelectedWaveform(MainWindow& window) {
 }
 
 void showProperties(MainWindow& window) {
-  const auto& selection = window.document().selection();
-  if (!selection.empty()) editProperties(&window, window.document(), selection.front());
+  app::Document& document = window.document();
+  // Sub-items that were selected along with an item are not what is meant.
+  const bool takesTops = app::appSettings().shell.autoSelectSubItems;
+  const std::vector<ItemId> items =
+      takesTops ? document.withoutDescendants(document.selection()) : document.selection();
+  editProperties(&window, document, items);
 }
 
 void processSelected(MainWindow& window) {

@@ -33,15 +33,13 @@ void newCollection(MainWindow& window) {
 }
 
 void openWithDialog(MainWindow& window) {
-  std::u16string& folder = app::appSettings().shell.lastPathIn;
-  wxFileDialog dialog(&window, "Open", shown(folder), {}, openWildcards(),
+  wxFileDialog dialog(&window, "Open", shown(app::appSettings().shell.lastPathIn), {}, openWildcards(),
                       wxFD_OPEN | wxFD_FILE_MUST_EXIST | wxFD_MULTIPLE);
   if (dialog.ShowModal() != wxID_OK) return;
   wxArrayString names;
   dialog.GetPaths(names);
   std::vector<Path> files;
   for (const wxString& name : names) files.push_back(pathFrom(name));
-  if (!files.empty()) folder = textOf(files[0].parent_path());
   openFiles(window, files);
 }
 
@@ -54,6 +52,8 @@ void openFiles(MainWindow& window, const std::vector<Path>& files) {
   window.stopLoading();
   forgetRawAnswers();
   for (const Path& file : files) {
+    std::error_code ignored;
+    app::appSettings().shell.lastPathIn = textOf(std::filesystem::absolute(file, ignored).parent_path());
     setLastError({});
     if (!document.open(file, mode) && !lastError().empty())
       wxMessageBox(shownPath(file) + "\n\n" + shown(lastError()), "Error!", wxOK | wxICON_ERROR, &window);

@@ -2,6 +2,7 @@
 #include <wx/dialog.h>
 
 #include "app/gui/actions.h"
+#include "app/gui/colour_scheme.h"
 #include "app/gui/icons.h"
 #include "app/gui/layout.h"
 #include "app/gui/main_window.h"
@@ -12,7 +13,9 @@
 namespace vemko::gui {
 
 void showPreferences(MainWindow& window) {
-  if (editPreferences(&window)) window.settingsChanged();
+  if (!editPreferences(&window)) return;
+  applyColourScheme();
+  window.settingsChanged();
 }
 
 void showAbout(MainWindow& window) {

@@ -2,7 +2,7 @@
 #include <wx/msgdlg.h>
 
 #include "app/gui/actions.h"
-#include "app/gui/losses.h"
+#include "app/gui/loss_panel.h"
 #include "app/gui/main_window.h"
 #include "app/gui/question_dialog.h"
 #include "app/gui/save_all_dialog.h"

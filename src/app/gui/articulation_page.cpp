@@ -1,6 +1,6 @@
 #include "app/gui/articulation_page.h"
 
-#include <cmath>
+#include <algorithm>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
 #include <wx/listbox.h>
@@ -9,87 +9,17 @@
 #include <wx/settings.h>
 #include <wx/textctrl.h>
 
-#include "app/gui/clipboard.h"
+#include "app/app_settings.h"
 #include "app/gui/layout.h"
+#include "app/gui/slot_texts.h"
 #include "app/gui/text.h"
 #include "base/last_error.h"
 #include "core/parameters.h"
 
 namespace vemko::gui {
-namespace {
-
-constexpr const char* kFilterTypes[] = {"Off",
-                                        "Low-pass, 1 pole",
-                                        "Low-pass, 2 poles",
-                                        "Low-pass, 3 poles",
-                                        "Low-pass, 4 poles",
-                                        "High-pass, 1 pole",
-                                        "High-pass, 2 poles",
-                                        "High-pass, 4 poles",
-                                        "Band-pass, 1 pole",
-                                        "Low-pass, 6 poles",
-                                        "Low-pass, 2-pole ladder",
-                                        "Band-pass, 2 poles",
-                                        "Band-reject, 2 poles"};
-
-const char* unitText(const Parameter& parameter) {
-  switch (parameter.unit) {
-    case Unit::Semitones:
-      return "semitones";
-    case Unit::Decibels:
-      return "dB";
-    case Unit::DecibelsPerOctave:
-      return "dB / octave";
-    case Unit::Hertz:
-      return "Hz";
-    case Unit::Seconds:
-      return "s";
-    case Unit::Percent:
-      return "%";
-    case Unit::Multiplier:
-      return "x";
-    case Unit::PerOctave:
-      return "per octave";
-    default:
-      return "";
-  }
-}
-
-wxString valueText(float value) {
-  return wxString::Format("%g", std::round(static_cast<double>(value) * 1e4) / 1e4);
-}
-
-wxString boundsText(const Parameter& parameter) {
-  wxString text = shown(parameter.description);
-  if (!text.empty()) text += "\n";
-  return text + wxString::Format("%g to %g, default %g", static_cast<double>(parameter.minimum),
-                                 static_cast<double>(parameter.maximum),
-                                 static_cast<double>(parameter.initial));
-}
-
-}  // namespace
-
-ArticulationBlock* ArticulationPage::blockOf(Item& item) {
-  switch (item.kind()) {
-    case ItemKind::Instrument:
-      return &static_cast<Instrument&>(item).articulation;
-    case ItemKind::Layer:
-      return &static_cast<Layer&>(item).articulation;
-    case ItemKind::Region:
-      return &static_cast<Region&>(item).articulation;
-    default:
-      return nullptr;
-  }
-}
-
-ArticulationPage::ArticulationPage(wxWindow* parent, const Item& item) : PropertiesPage(parent) {
-  block_ = *blockOf(const_cast<Item&>(item));
-  std::vector<Item*> levels;
-  for (Item* up = item.collection().find(item.parent); up; up = item.collection().find(up->parent))
-    levels.insert(levels.begin(), up);
-  for (Item* level : levels)
-    if (const ArticulationBlock* block = blockOf(*level))
-      block->forEach([&](Slot slot, float value) { above_.set(slot, value); });
+ArticulationPage::ArticulationPage(wxWindow* parent, Items items) : PropertiesPage(parent, std::move(items)) {
+  for (Item* item : this->items())
+    levels_.push_back({*app::articulationOf(*item), app::articulationAbove(*item)});
 
   groups_ = new wxListBox(this, wxID_ANY);
   groups_->SetName("Groups");
@@ -99,17 +29,20 @@ ArticulationPage::ArticulationPage(wxWindow* parent, const Item& item) : Propert
     groups_->Append(word);
   }
   groups_->SetSelection(0);
-  auto* copy = new wxButton(this, wxID_ANY, "&Copy group");
-  auto* paste = new wxButton(this, wxID_ANY, "&Paste group");
-  auto* reset = new wxButton(this, wxID_ANY, "&Reset group");
+  copy_ = new wxButton(this, wxID_ANY, {});
+  paste_ = new wxButton(this, wxID_ANY, {});
+  reset_ = new wxButton(this, wxID_ANY, {});
   auto* copyAll = new wxButton(this, wxID_ANY, "Copy &all");
   auto* pasteAll = new wxButton(this, wxID_ANY, "Paste a&ll");
+  // Several items have no one articulation to be copied.
+  copy_->Enable(!hasSeveral());
+  copyAll->Enable(!hasSeveral());
   slots_ = new wxScrolledWindow(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(520, 330)),
                                 wxVSCROLL | wxTAB_TRAVERSAL);
   slots_->SetScrollRate(0, FromDIP(12));
 
   auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-  for (wxButton* button : {copy, paste, reset, copyAll, pasteAll})
+  for (wxButton* button : {copy_, paste_, reset_, copyAll, pasteAll})
     buttons->Add(button, wxSizerFlags().Border(wxRIGHT, FromDIP(kRowGap)));
   auto* right = new wxBoxSizer(wxVERTICAL);
   right->Add(slots_, wxSizerFlags(1).Expand());
@@ -120,28 +53,40 @@ ArticulationPage::ArticulationPage(wxWindow* parent, const Item& item) : Propert
   SetSizer(sizer);
 
   groups_->Bind(wxEVT_LISTBOX, [this](wxCommandEvent&) { showGroup(); });
-  copy->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { copyGroup(); });
-  paste->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { pasteGroup(); });
-  copyAll->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-    if (!putOnClipboard(app::copyOfAll(block_))) showFailure();
+  copy_->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+    if (!putOnClipboard(app::copyOfGroup(levels_.front().block, group()))) showFailure();
   });
-  pasteAll->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { this->pasteAll(); });
-  reset->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
-    resetGroup(block_, group());
+  copyAll->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+    if (!putOnClipboard(app::copyOfAll(levels_.front().block))) showFailure();
+  });
+  paste_->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+    pasteSlots(app::formatOf(group()), [this](const app::CopiedSlots& copied, ArticulationBlock& block) {
+      app::pasteGroup(copied, block, group());
+    });
+  });
+  pasteAll->Bind(wxEVT_BUTTON,
+                 [this](wxCommandEvent&) { pasteSlots(app::ClipboardFormat::Art, app::pasteAll); });
+  reset_->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
+    for (Level& level : levels_) resetGroup(level.block, group());
     noteModified();
     showGroup();
   });
   showGroup();
 }
 
-bool ArticulationPage::store(Item& item) {
-  *blockOf(item) = block_;
-  return true;
+void ArticulationPage::store() {
+  std::vector<app::LevelEdit> edits;
+  for (std::size_t i = 0; i < levels_.size(); ++i) edits.push_back({items()[i], levels_[i].block});
+  app::applyLevelEdits(edits, app::appSettings().shell.propagateDeltas);
 }
 
 SlotGroup ArticulationPage::group() const { return static_cast<SlotGroup>(groups_->GetSelection()); }
 
 void ArticulationPage::showGroup() {
+  const wxString noun = groupNoun(group());
+  copy_->SetLabel("&Copy " + noun);
+  paste_->SetLabel("&Paste " + noun);
+  reset_->SetLabel("&Reset " + noun);
   slots_->Freeze();
   controls_.clear();
   slots_->DestroyChildren();
@@ -154,17 +99,20 @@ void ArticulationPage::showGroup() {
   slots_->FitInside();
   slots_->Scroll(0, 0);
   slots_->Thaw();
+  Layout();
 }
 
 void ArticulationPage::addSlot(wxFlexGridSizer& grid, Slot slot) {
   const Parameter& row = parameter(slot);
   SlotControls controls{slot, nullptr, nullptr, nullptr};
-  controls.set = new wxCheckBox(slots_, wxID_ANY, shown(row.name));
+  controls.set = new wxCheckBox(slots_, wxID_ANY, shown(row.name), wxDefaultPosition, wxDefaultSize,
+                                hasSeveral() ? wxCHK_3STATE : wxCHK_2STATE);
+  controls.set->SetName(shown(row.name));
   controls.set->SetToolTip("Set on this level; otherwise the value comes from the level above");
   wxWindow* value;
-  if (slot == slots::FilterType) {
+  if (const auto choices = choicesOf(slot); !choices.empty()) {
     value = controls.choice = new wxChoice(slots_, wxID_ANY);
-    for (const char* type : kFilterTypes) controls.choice->Append(type);
+    for (const char* each : choices) controls.choice->Append(each);
   } else {
     value = controls.value = new wxTextCtrl(slots_, wxID_ANY, {}, wxDefaultPosition, FromDIP(wxSize(90, -1)),
                                             wxTE_RIGHT | wxTE_PROCESS_ENTER);
@@ -191,62 +139,69 @@ void ArticulationPage::addSlot(wxFlexGridSizer& grid, Slot slot) {
   }
 }
 
+std::optional<float> ArticulationPage::commonValue(Slot slot) const {
+  const float value = levels_.front().value(slot);
+  for (const Level& level : levels_)
+    if (level.value(slot) != value) return std::nullopt;
+  return value;
+}
+
 void ArticulationPage::showValue(const SlotControls& controls) {
-  const bool isSet = block_.isSet(controls.slot);
-  const float value = isSet ? block_.get(controls.slot) : inherited(controls.slot);
-  controls.set->SetValue(isSet);
+  const auto isSet = [&](const Level& level) { return level.block.isSet(controls.slot); };
+  const bool isSetByAny = std::ranges::any_of(levels_, isSet);
+  if (isSetByAny && !std::ranges::all_of(levels_, isSet))
+    controls.set->Set3StateValue(wxCHK_UNDETERMINED);
+  else
+    controls.set->SetValue(isSetByAny);
+  const auto value = commonValue(controls.slot);
   if (controls.choice) {
-    controls.choice->SetSelection(static_cast<int>(value));
+    // A shape without a name keeps its number.
+    const int entry = value ? static_cast<int>(*value) : wxNOT_FOUND;
+    while (entry >= static_cast<int>(controls.choice->GetCount()))
+      controls.choice->Append(wxString::Format("Shape %u", controls.choice->GetCount()));
+    controls.choice->SetSelection(entry);
     return;
   }
-  controls.value->ChangeValue(valueText(value));
-  controls.value->SetForegroundColour(isSet ? wxNullColour
-                                            : wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
+  controls.value->ChangeValue(value ? valueText(*value) : wxString());
+  controls.value->SetHint(value ? wxString() : wxString("several"));
+  controls.value->SetForegroundColour(isSetByAny ? wxNullColour
+                                                 : wxSystemSettings::GetColour(wxSYS_COLOUR_GRAYTEXT));
 }
 
 // Text that is no number gives the value back that was there.
 void ArticulationPage::valueEdited(const SlotControls& controls) {
+  const auto shownValue = commonValue(controls.slot);
   double value = 0;
-  if (controls.choice)
+  if (controls.choice) {
     value = controls.choice->GetSelection();
-  else if (controls.value->GetValue() == valueText(block_.isSet(controls.slot) ? block_.get(controls.slot)
-                                                                               : inherited(controls.slot)) ||
-           (!controls.value->GetValue().ToDouble(&value) && !controls.value->GetValue().ToCDouble(&value))) {
-    showValue(controls);
-    return;
+  } else {
+    const wxString text = controls.value->GetValue();
+    if (text == (shownValue ? valueText(*shownValue) : wxString())) return;
+    if (!text.ToDouble(&value) && !text.ToCDouble(&value)) return showValue(controls);
   }
-  block_.set(controls.slot, boundedValue(controls.slot, static_cast<float>(value)));
+  for (Level& level : levels_)
+    level.block.set(controls.slot, boundedValue(controls.slot, static_cast<float>(value)));
   noteModified();
   showValue(controls);
 }
 
 void ArticulationPage::setToggled(const SlotControls& controls) {
-  if (controls.set->GetValue())
-    block_.set(controls.slot, inherited(controls.slot));
-  else
-    block_.reset(controls.slot);
+  for (Level& level : levels_) {
+    if (controls.set->GetValue())
+      level.block.set(controls.slot, level.value(controls.slot));
+    else
+      level.block.reset(controls.slot);
+  }
   noteModified();
   showValue(controls);
 }
 
-float ArticulationPage::inherited(Slot slot) const { return above_.get(slot); }
-
-void ArticulationPage::copyGroup() {
-  if (!putOnClipboard(app::copyOfGroup(block_, group()))) showFailure();
-}
-
-void ArticulationPage::pasteGroup() {
-  const auto copied = slotsFromClipboard(app::formatOf(group()));
+void ArticulationPage::pasteSlots(
+    app::ClipboardFormat format,
+    const std::function<void(const app::CopiedSlots&, ArticulationBlock&)>& paste) {
+  const auto copied = slotsFromClipboard(format);
   if (!copied) return showFailure();
-  app::pasteGroup(*copied, block_, group());
-  noteModified();
-  showGroup();
-}
-
-void ArticulationPage::pasteAll() {
-  const auto copied = slotsFromClipboard(app::ClipboardFormat::Art);
-  if (!copied) return showFailure();
-  app::pasteAll(*copied, block_);
+  for (Level& level : levels_) paste(*copied, level.block);
   noteModified();
   showGroup();
 }

@@ -1,8 +1,13 @@
 #pragma once
+#include <functional>
+#include <optional>
 #include <vector>
 
+#include "app/document/level_edit.h"
+#include "app/gui/clipboard.h"
 #include "app/gui/properties_page.h"
 
+class wxButton;
 class wxCheckBox;
 class wxChoice;
 class wxFlexGridSizer;
@@ -12,17 +17,18 @@ class wxTextCtrl;
 
 namespace vemko::gui {
 
-/// The articulation of an instrument, layer or region by groups of slots. A slot that the level does not set
+/// The articulation of instruments, layers or regions by groups of slots. A slot that a level does not set
 /// shows, greyed, what it inherits.
 class ArticulationPage : public PropertiesPage {
  public:
-  ArticulationPage(wxWindow* parent, const Item& item);
-  bool store(Item& item) override;
-
-  /// The articulation that an item of one of the three kinds holds; null for other kinds.
-  static ArticulationBlock* blockOf(Item& item);
+  ArticulationPage(wxWindow* parent, Items items);
+  void store() override;
 
  private:
+  struct Level {
+    ArticulationBlock block, above;
+    float value(Slot slot) const { return (block.isSet(slot) ? block : above).get(slot); }
+  };
   struct SlotControls {
     Slot slot;
     wxCheckBox* set;
@@ -36,16 +42,15 @@ class ArticulationPage : public PropertiesPage {
   void showValue(const SlotControls& controls);
   void valueEdited(const SlotControls& controls);
   void setToggled(const SlotControls& controls);
-  float inherited(Slot slot) const;
-  void copyGroup();
-  void pasteGroup();
-  void pasteAll();
+  std::optional<float> commonValue(Slot slot) const;
+  void pasteSlots(app::ClipboardFormat format,
+                  const std::function<void(const app::CopiedSlots&, ArticulationBlock&)>& paste);
   void showFailure();
 
-  ArticulationBlock block_;
-  ArticulationBlock above_;
+  std::vector<Level> levels_;  // by item
   wxListBox* groups_;
   wxScrolledWindow* slots_;
+  wxButton *copy_, *paste_, *reset_;
   std::vector<SlotControls> controls_;
 };
 

@@ -24,10 +24,11 @@ CollectionTree::CollectionTree(wxWindow* parent, app::Document& document)
                      wxTR_FULL_ROW_HIGHLIGHT | wxBORDER_NONE),
       document_(document) {
   SetName("Collection");
-  wxVector<wxBitmapBundle> images;
-  for (int kind = 0; kind <= static_cast<int>(ItemKind::Collection); ++kind)
-    images.push_back(icon(iconName(static_cast<ItemKind>(kind)), 16));
-  SetImages(images);
+  showIcons();
+  Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+    showIcons();
+    event.Skip();
+  });
   Bind(wxEVT_TREE_ITEM_EXPANDING, [this](wxTreeEvent& event) { fill(event.GetItem()); });
   Bind(wxEVT_TREE_SEL_CHANGED, [this](wxTreeEvent&) { selectionMayHaveChanged(); });
   Bind(wxEVT_TREE_BEGIN_LABEL_EDIT, [this](wxTreeEvent& event) {
@@ -44,6 +45,13 @@ CollectionTree::CollectionTree(wxWindow* parent, app::Document& document)
 
 // The toolkit moves focus and selection once more while it takes the window apart.
 CollectionTree::~CollectionTree() { SetEvtHandlerEnabled(false); }
+
+void CollectionTree::showIcons() {
+  wxVector<wxBitmapBundle> images;
+  for (int kind = 0; kind <= static_cast<int>(ItemKind::Collection); ++kind)
+    images.push_back(icon(iconName(static_cast<ItemKind>(kind)), 16));
+  SetImages(images);
+}
 
 void CollectionTree::onFocus(wxFocusEvent& event) {
   document_.activate(false);
@@ -192,7 +200,13 @@ void CollectionTree::tellSelection() {
   GetSelections(nodes);
   std::vector<ItemId> items;
   for (const wxTreeItemId node : nodes) items.push_back(itemOf(node));
+  const std::size_t count = items.size();
   document_.selectItems(std::move(items));
+  if (document_.selectedItems().size() == count) return;
+  // Sub-items were selected along; the keys stay where they are.
+  const wxTreeItemId current = GetFocusedItem();
+  showSelection();
+  if (current.IsOk()) SetFocusedItem(current);
 }
 
 }  // namespace vemko::gui

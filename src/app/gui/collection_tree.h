@@ -24,6 +24,7 @@ class CollectionTree : public wxTreeCtrl {
   void selectAll();
 
  private:
+  void showIcons();
   wxTreeItemId addNode(wxTreeItemId parent, const Item& item);
   void fill(wxTreeItemId node);
   ItemId itemOf(wxTreeItemId node) const;

@@ -6,10 +6,12 @@
 #include <wx/textentry.h>
 #include <wx/toolbar.h>
 
+#include "app/app_settings.h"
 #include "app/gui/actions.h"
 #include "app/gui/icons.h"
 #include "app/gui/main_window.h"
 #include "app/gui/text.h"
+#include "app/gui/waveform_view.h"
 
 namespace vemko::gui {
 namespace {
@@ -17,8 +19,13 @@ namespace {
 using Sort = app::Document::SortKey;
 
 bool hasSelection(const MainWindow& window) { return !window.document().selection().empty(); }
+// One, with or without what lies below it.
 bool hasOneItem(const MainWindow& window) {
-  return !window.document().waveformsAreActive() && window.document().selection().size() == 1;
+  const app::Document& document = window.document();
+  if (document.waveformsAreActive() || document.selection().size() < 2)
+    return !document.waveformsAreActive() && !document.selection().empty();
+  return app::appSettings().shell.autoSelectSubItems &&
+         document.withoutDescendants(document.selection()).size() == 1;
 }
 // Items that can be deleted or moved; the collection itself cannot.
 bool hasItems(const MainWindow& window) {
@@ -197,6 +204,7 @@ wxMenu* makeItemMenu() {
 }
 
 void fillToolBar(wxToolBar& bar) {
+  bar.ClearTools();
   std::string_view menu;
   for (const Command& command : kCommands) {
     if (command.icon.empty()) continue;
@@ -214,7 +222,9 @@ void bindCommands(MainWindow& window) {
     window.Bind(
         wxEVT_MENU,
         [&window, &command](wxCommandEvent&) {
-          if (!runInText(command.id)) command.run(window);
+          if (runInText(command.id)) return;
+          window.waveformView().finishEdit();
+          command.run(window);
         },
         command.id);
     if (!command.enabled && !command.dynamicLabel && !command.checked) continue;

@@ -54,7 +54,8 @@ std::span<const Command> commands();
 wxMenuBar* makeMenuBar();
 /// The commands for what is selected, for the menu of the right button.
 wxMenu* makeItemMenu();
-/// Fills the toolbar with the commands that have an icon, a gap between menus.
+/// Fills the toolbar, anew when the colours have changed, with the commands that have an icon, a gap between
+/// menus.
 void fillToolBar(wxToolBar& bar);
 /// Binds every command to the window, enabled and labelled by the table.
 void bindCommands(MainWindow& window);

@@ -41,8 +41,10 @@ std::size_t askOver(wxWindow& window, std::u16string_view question,
 std::optional<Path> locateOver(wxWindow& window, std::u16string_view title, std::u16string_view wanted) {
   NoWaitCursor arrow;
   const wxString name = shown(wanted).AfterLast('/').AfterLast('\\');
-  wxFileDialog dialog(&window, shown(title) + " " + name, shown(app::appSettings().shell.lastPathIn), name,
-                      "All files|*", wxFD_OPEN | wxFD_FILE_MUST_EXIST);
+  wxString caption = shown(title);
+  if (!caption.Contains(name)) caption += " " + name;
+  wxFileDialog dialog(&window, caption, shown(app::appSettings().shell.lastPathIn), name, "All files|*",
+                      wxFD_OPEN | wxFD_FILE_MUST_EXIST);
   if (dialog.ShowModal() != wxID_OK) return std::nullopt;
   return pathFrom(dialog.GetPath());
 }

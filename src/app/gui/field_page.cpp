@@ -49,60 +49,74 @@ wxString expectation(const ItemField& field) {
 
 }  // namespace
 
-FieldPage::FieldPage(wxWindow* parent, const Item& item)
-    : PropertiesPage(parent), fields_(fieldsOf(item.kind())) {
+FieldPage::FieldPage(wxWindow* parent, Items items, std::span<const ItemField> fields)
+    : PropertiesPage(parent, std::move(items)) {
   auto* grid = new wxFlexGridSizer(3, FromDIP(wxSize(kColumnGap, kRowGap)));
-  for (const ItemField& field : fields_) {
-    wxWindow* control = makeControl(field, field.get(item));
+  for (const ItemField& field : fields) {
+    const bool isCheck = field.type == FieldType::Check;
+    auto* label = new wxStaticText(this, wxID_ANY, isCheck ? wxString() : wxString(field.label));
+    wxWindow* control = makeControl(field, common(field.get));
     control->SetName(wxString(field.label).BeforeFirst(':'));
     control->SetMinSize(wxSize(FromDIP(kFieldWidth), -1));
-    const bool isCheck = field.type == FieldType::Check;
-    grid->Add(new wxStaticText(this, wxID_ANY, isCheck ? wxString() : wxString(field.label)),
-              wxSizerFlags().CenterVertical());
-    grid->Add(control, wxSizerFlags().CenterVertical());
     auto* note = new wxStaticText(this, wxID_ANY, field.note);
     note->Disable();
-    grid->Add(note, wxSizerFlags().CenterVertical());
-    controls_.push_back(control);
+    for (wxWindow* part : {static_cast<wxWindow*>(label), control, static_cast<wxWindow*>(note)})
+      grid->Add(part, wxSizerFlags().CenterVertical());
+    entries_.push_back({&field, control});
   }
   auto* sizer = new wxBoxSizer(wxVERTICAL);
   sizer->Add(grid, wxSizerFlags().Border(wxALL, FromDIP(kDialogMargin)));
   SetSizer(sizer);
 }
 
-wxWindow* FieldPage::makeControl(const ItemField& field, double value) {
-  auto changed = [this](wxCommandEvent&) { noteModified(); };
+// Without a value the items differ.
+wxWindow* FieldPage::makeControl(const ItemField& field, std::optional<double> value) {
+  auto edited = [this](wxCommandEvent& event) { noteEdited(static_cast<wxWindow*>(event.GetEventObject())); };
   if (field.type == FieldType::Check) {
-    auto* check = new wxCheckBox(this, wxID_ANY, field.label);
-    check->SetValue(value != 0);
-    check->Bind(wxEVT_CHECKBOX, changed);
+    auto* check = new wxCheckBox(this, wxID_ANY, field.label, wxDefaultPosition, wxDefaultSize,
+                                 value ? wxCHK_2STATE : wxCHK_3STATE);
+    if (value)
+      check->SetValue(*value != 0);
+    else
+      check->Set3StateValue(wxCHK_UNDETERMINED);
+    check->Bind(wxEVT_CHECKBOX, edited);
     return check;
   }
   if (field.type == FieldType::Choice) {
     auto* choice = new wxChoice(this, wxID_ANY);
     for (const char* each : field.choices) choice->Append(each);
-    choice->SetSelection(static_cast<int>(value));
-    choice->Bind(wxEVT_CHOICE, changed);
+    choice->SetSelection(value ? static_cast<int>(*value) : wxNOT_FOUND);
+    choice->Bind(wxEVT_CHOICE, edited);
     return choice;
   }
-  auto* text = new wxTextCtrl(this, wxID_ANY, fieldText(field, value));
-  text->Bind(wxEVT_TEXT, changed);
+  auto* text = new wxTextCtrl(this, wxID_ANY, value ? fieldText(field, *value) : wxString());
+  if (!value) text->SetHint(kSeveralValues);
+  text->Bind(wxEVT_TEXT, edited);
   return text;
 }
 
-bool FieldPage::store(Item& item) {
-  std::vector<double> values;
-  for (std::size_t i = 0; i < fields_.size(); ++i) {
-    const auto value = controlValue(fields_[i], controls_[i]);
-    if (!value) {
-      controls_[i]->SetFocus();
-      return fail(textFrom(expectation(fields_[i])));
-    }
-    values.push_back(*value);
+void FieldPage::noteEdited(const wxWindow* control) {
+  noteModified();
+  for (Entry& entry : entries_)
+    if (entry.control == control) entry.isEdited = true;
+}
+
+bool FieldPage::check() {
+  for (const Entry& entry : entries_) {
+    if (!entry.isEdited || controlValue(*entry.field, entry.control)) continue;
+    entry.control->SetFocus();
+    return fail(textFrom(expectation(*entry.field)));
   }
-  for (std::size_t i = 0; i < fields_.size(); ++i)
-    if (values[i] != fields_[i].get(item)) fields_[i].set(item, values[i]);
   return true;
+}
+
+void FieldPage::store() {
+  for (const Entry& entry : entries_) {
+    const auto value = entry.isEdited ? controlValue(*entry.field, entry.control) : std::nullopt;
+    if (!value) continue;
+    for (Item* item : items())
+      if (*value != entry.field->get(*item)) entry.field->set(*item, *value);
+  }
 }
 
 }  // namespace vemko::gui

@@ -4,6 +4,8 @@
 
 #include "app/gui/properties_page.h"
 
+class wxSizer;
+
 namespace vemko::gui {
 
 enum class FieldType { Whole, Decimal, Key, KeyOrNone, Check, Choice };
@@ -20,20 +22,30 @@ struct ItemField {
   std::span<const char* const> choices = {};
 };
 
-/// The fields of an item of that kind; none for kinds that have only texts.
-std::span<const ItemField> fieldsOf(ItemKind kind);
+/// The fields that the items have in common; none for items that have only texts.
+std::span<const ItemField> fieldsOf(std::span<Item* const> items);
+/// Whether they are waveforms whose samples are raw data of a file.
+bool haveRawSamples(std::span<Item* const> items);
+/// The format in which raw data are taken.
+std::span<const ItemField> rawSampleFields();
 
-/// A page made from the fields of the item's kind.
+/// A page made from fields that all the items have.
 class FieldPage : public PropertiesPage {
  public:
-  FieldPage(wxWindow* parent, const Item& item);
-  bool store(Item& item) override;
+  FieldPage(wxWindow* parent, Items items, std::span<const ItemField> fields);
+  bool check() override;
+  void store() override;
 
  private:
-  wxWindow* makeControl(const ItemField& field, double value);
+  struct Entry {
+    const ItemField* field;
+    wxWindow* control;
+    bool isEdited = false;
+  };
+  wxWindow* makeControl(const ItemField& field, std::optional<double> value);
+  void noteEdited(const wxWindow* control);
 
-  std::span<const ItemField> fields_;
-  std::vector<wxWindow*> controls_;
+  std::vector<Entry> entries_;
 };
 
 }  // namespace vemko::gui

@@ -18,6 +18,7 @@ bool confirmFixups(wxWindow* parent) {
   for (const io::FixupStep& step : io::fixupSteps()) {
     if (!step.option) continue;
     auto* check = new wxCheckBox(&dialog, wxID_ANY, shown(step.description));
+    check->SetName(shown(step.description));
     check->SetValue(io::fixupOptions().*step.option);
     content->Add(check, wxSizerFlags().Border(wxTOP, dialog.FromDIP(kRowGap)));
     checks.emplace_back(&step, check);

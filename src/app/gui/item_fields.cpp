@@ -1,6 +1,10 @@
-#include <cmath>
+#include <algorithm>
+#include <iterator>
 
 #include "app/gui/field_page.h"
+#include "base/last_error.h"
+#include "base/log.h"
+#include "codecs/raw_samples.h"
 
 namespace vemko::gui {
 namespace {
@@ -31,8 +35,13 @@ constexpr ItemField memberField(const char* label, const char* note, FieldType t
   return {label, note, type, minimum, maximum, get<member, T>, set<member, T>, choices};
 }
 
+// The other end gives way, so that a range never ends before it begins.
 void setRange(MidiRange& range, std::uint32_t& setFields, std::uint32_t bit, bool low, double value) {
-  (low ? range.low : range.high) = static_cast<std::uint8_t>(value);
+  const auto end = static_cast<std::uint8_t>(value);
+  if (low)
+    range = {end, std::max(end, range.high)};
+  else
+    range = {std::min(end, range.low), end};
   setFields |= bit;
 }
 
@@ -43,6 +52,50 @@ void setPatch(Item& item, int shift, std::uint32_t mask, double value) {
 
 constexpr const char* kTriggers[] = {"Attack", "Release", "First note", "Legato"};
 constexpr double kMost32 = 4294967295.0;
+constexpr double kMostHeader = 9007199254740991.0;  // whole numbers that a double holds
+
+/// What raw samples may be, by the entry of the list; the byte order stands apart.
+struct RawEncoding {
+  SampleEncoding encoding;
+  bool signed8;
+};
+constexpr const char* kRawEncodings[] = {"8-bit unsigned", "8-bit signed", "16-bit", "24-bit", "32-bit",
+                                         "32-bit float",   "64-bit float", "mu-law", "A-law"};
+constexpr RawEncoding kRawEncodingValues[] = {
+    {SampleEncoding::Pcm8, false},    {SampleEncoding::Pcm8, true},   {SampleEncoding::Pcm16, false},
+    {SampleEncoding::Pcm24, false},   {SampleEncoding::Pcm32, false}, {SampleEncoding::Float32, false},
+    {SampleEncoding::Float64, false}, {SampleEncoding::MuLaw, false}, {SampleEncoding::ALaw, false}};
+static_assert(std::size(kRawEncodings) == std::size(kRawEncodingValues));
+constexpr const char* kByteOrders[] = {"Low byte first", "High byte first"};
+
+io::RawFormat rawOf(const Item& item) { return rawFormatOf(as<Waveform>(item)).value_or(io::RawFormat{}); }
+
+// A file that has gone in the meantime leaves the waveform as it is.
+template <class Change>
+void changeRaw(Item& item, Change change) {
+  auto& waveform = as<Waveform>(item);
+  auto format = rawFormatOf(waveform);
+  if (!format) return;
+  change(*format);
+  if (!setRawSamples(waveform, waveform.source->file(), *format)) logWarning(lastError());
+}
+
+double rawEncodingOf(const Item& item) {
+  const io::RawFormat format = rawOf(item);
+  const auto found = std::ranges::find_if(kRawEncodingValues, [&](const RawEncoding& each) {
+    return each.encoding == format.encoding &&
+           each.signed8 == (format.signed8 && format.encoding == SampleEncoding::Pcm8);
+  });
+  return found == std::end(kRawEncodingValues) ? -1.0 : static_cast<double>(found - kRawEncodingValues);
+}
+
+void setRawEncoding(Item& item, double value) {
+  changeRaw(item, [&](io::RawFormat& format) {
+    const RawEncoding& chosen = kRawEncodingValues[static_cast<std::size_t>(value)];
+    format.encoding = chosen.encoding;
+    format.signed8 = chosen.signed8;
+  });
+}
 using enum FieldType;
 
 // clang-format off
@@ -85,18 +138,41 @@ constexpr ItemField kSongFields[] = {
      [](const Item& i) { return static_cast<double>(as<Song>(i).settings >> 16 & 0x7FFF); },
      [](Item& i, double v) { as<Song>(i).settings = (as<Song>(i).settings & 0xFFFF) | static_cast<std::uint32_t>(v) << 16; }},
 };
+
+constexpr ItemField kRawFields[] = {
+    {"Encoding:", "", Choice, 0, std::size(kRawEncodings) - 1, rawEncodingOf, setRawEncoding, kRawEncodings},
+    {"Byte order:", "", Choice, 0, 1, [](const Item& i) { return rawOf(i).bigEndian ? 1.0 : 0.0; },
+     [](Item& i, double v) { changeRaw(i, [v](io::RawFormat& f) { f.bigEndian = v != 0; }); }, kByteOrders},
+    {"Channels:", "", Whole, 1, 255, [](const Item& i) { return static_cast<double>(rawOf(i).channels); },
+     [](Item& i, double v) { changeRaw(i, [v](io::RawFormat& f) { f.channels = static_cast<std::uint8_t>(v); }); }},
+    {"Sample rate:", "Hz", Whole, 1, kMost32, [](const Item& i) { return static_cast<double>(rawOf(i).rate); },
+     [](Item& i, double v) { changeRaw(i, [v](io::RawFormat& f) { f.rate = static_cast<std::uint32_t>(v); }); }},
+    {"Offset:", "bytes before the first sample", Whole, 0, kMostHeader, [](const Item& i) { return static_cast<double>(rawOf(i).headerBytes); },
+     [](Item& i, double v) { changeRaw(i, [v](io::RawFormat& f) { f.headerBytes = static_cast<std::uint64_t>(v); }); }},
+};
 // clang-format on
 
 }  // namespace
 
-std::span<const ItemField> fieldsOf(ItemKind kind) {
+std::span<const ItemField> rawSampleFields() { return kRawFields; }
+
+bool haveRawSamples(std::span<Item* const> items) {
+  return std::ranges::all_of(items, [](const Item* item) {
+    return item->kind() == ItemKind::Waveform && rawFormatOf(as<Waveform>(*item)).has_value();
+  });
+}
+
+std::span<const ItemField> fieldsOf(std::span<Item* const> items) {
+  const ItemKind kind = items.front()->kind();
+  if (std::ranges::any_of(items, [kind](const Item* item) { return item->kind() != kind; })) return {};
   switch (kind) {
     case ItemKind::Instrument:
       return kInstrumentFields;
     case ItemKind::Region:
       return kRegionFields;
     case ItemKind::Waveform:
-      return kWaveformFields;
+      // The rate of raw samples stands with the rest of their format.
+      return std::span<const ItemField>(kWaveformFields).subspan(haveRawSamples(items) ? 1 : 0);
     case ItemKind::Song:
       return kSongFields;
     default:

@@ -8,7 +8,7 @@ namespace vemko::gui {
 namespace {
 
 constexpr std::size_t kMostPending = 2000;  // a damaged file can log hundreds of thousands of lines
-constexpr int kMostLines = 10000;
+constexpr std::size_t kMostLines = 10000;
 
 }  // namespace
 
@@ -22,24 +22,37 @@ LogPane::LogPane(wxWindow* parent)
     pending_.emplace_back(level, line);
     if (pending_.size() == 1) CallAfter(&LogPane::showPending);
   });
+  Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+    event.Skip();
+    Clear();
+    append(shown_);
+  });
 }
 
 LogPane::~LogPane() { setLogSink({}); }
 
 void LogPane::showPending() {
-  std::deque<std::pair<LogLevel, std::u16string>> lines;
+  Lines lines;
   {
     std::lock_guard lock(guard_);
     lines.swap(pending_);
   }
-  if (GetNumberOfLines() > kMostLines) Clear();
+  if (lines.size() >= kMostPending) lines.emplace_back(LogLevel::Info, u"...");
+  if (shown_.size() > kMostLines) {
+    shown_.clear();
+    Clear();
+  }
+  append(lines);
+  shown_.insert(shown_.end(), lines.begin(), lines.end());
+}
+
+void LogPane::append(const Lines& lines) {
   const wxColour plain = wxSystemSettings::GetColour(wxSYS_COLOUR_WINDOWTEXT);
   const wxColour warning = plain.GetLuminance() > 0.5 ? wxColour(255, 190, 90) : wxColour(160, 80, 0);
   for (const auto& [level, line] : lines) {
     SetDefaultStyle(wxTextAttr(level == LogLevel::Warning ? warning : plain));
     AppendText(shown(line) + "\n");
   }
-  if (lines.size() >= kMostPending) AppendText("...\n");
   ShowPosition(GetLastPosition());
 }
 

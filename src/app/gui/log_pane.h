@@ -15,10 +15,14 @@ class LogPane : public wxTextCtrl {
   ~LogPane() override;
 
  private:
+  using Lines = std::deque<std::pair<LogLevel, std::u16string>>;
+
   void showPending();
+  void append(const Lines& lines);
 
   std::mutex guard_;
-  std::deque<std::pair<LogLevel, std::u16string>> pending_;
+  Lines pending_;
+  Lines shown_;
 };
 
 }  // namespace vemko::gui

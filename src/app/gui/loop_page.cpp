@@ -17,8 +17,8 @@ wxString positionText(double frames) { return wxString::Format("%.2f", frames); 
 
 }  // namespace
 
-LoopPage::LoopPage(wxWindow* parent, const Waveform& waveform)
-    : PropertiesPage(parent),
+LoopPage::LoopPage(wxWindow* parent, Waveform& waveform)
+    : PropertiesPage(parent, {&waveform}),
       records_(waveform.records),
       mainLoopId_(waveform.mainLoopId),
       frames_(waveform.frames) {
@@ -50,11 +50,10 @@ LoopPage::LoopPage(wxWindow* parent, const Waveform& waveform)
   showRecords(0);
 }
 
-bool LoopPage::store(Item& item) {
-  auto& waveform = static_cast<Waveform&>(item);
+void LoopPage::store() {
+  auto& waveform = static_cast<Waveform&>(first());
   waveform.records = records_;
   waveform.mainLoopId = mainLoopId_;
-  return true;
 }
 
 void LoopPage::showRecords(long selected) {

@@ -10,8 +10,8 @@ namespace vemko::gui {
 /// A waveform's loops, sections and markers.
 class LoopPage : public PropertiesPage {
  public:
-  LoopPage(wxWindow* parent, const Waveform& waveform);
-  bool store(Item& item) override;
+  LoopPage(wxWindow* parent, Waveform& waveform);
+  void store() override;
 
  private:
   void showRecords(long selected);

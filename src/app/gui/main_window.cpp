@@ -31,8 +31,6 @@
 namespace vemko::gui {
 namespace {
 
-constexpr int kDefaultWidth = 1100, kDefaultHeight = 720;
-constexpr double kListShare = 0.45;  // of the right side's height
 constexpr std::size_t kMostRecentFiles = 12;
 
 class FileTarget : public wxFileDropTarget {
@@ -50,25 +48,14 @@ class FileTarget : public wxFileDropTarget {
   MainWindow& window_;
 };
 
-// A part of the window that could not be made costs that part only where that is possible at all.
-template <class T>
-T* made(T* part, std::u16string_view message) {
-  if (!part || part->GetHandle() == nullptr) logWarning(std::u16string(message));
-  return part;
-}
-
 }  // namespace
 
 MainWindow::MainWindow()
     : wxFrame(nullptr, wxID_ANY, "Vemko Studio"),
       loader_([](std::function<void()> work) { wxTheApp->CallAfter([work = std::move(work)] { work(); }); }) {
   SetIcons(programIcons());
-  SetMenuBar(makeMenuBar());
-  wxToolBar* bar = CreateToolBar(wxTB_HORIZONTAL | wxTB_FLAT);
-  fillToolBar(*bar);
-  status_ = made(new StatusLine(this), u"Couldn't create status bar");
-  SetStatusBar(status_);
-  createPanes();
+  isComplete_ = createParts();
+  if (!isComplete_) return;
   bindCommands(*this);
   for (wxWindow* pane : {static_cast<wxWindow*>(tree_), static_cast<wxWindow*>(list_)})
     pane->Bind(wxEVT_CONTEXT_MENU, [this, pane](wxContextMenuEvent&) {
@@ -82,6 +69,7 @@ MainWindow::MainWindow()
   loader_.onProgress = [this](std::size_t done, std::size_t all) { status_->showBackground(done, all); };
   document_.onChange = [this](const app::DocumentChange& change) { documentChanged(change); };
   document_.onSelection = [this] { selectionChanged(); };
+  Bind(wxEVT_SYS_COLOUR_CHANGED, &MainWindow::onColoursChanged, this);
   Bind(wxEVT_CLOSE_WINDOW, &MainWindow::onClose, this);
   restorePlacement();
   showTitle();
@@ -94,96 +82,6 @@ MainWindow::~MainWindow() {
   document_.onSelection = {};
   io::setRecentFileSink({});
   SetStatusBar(nullptr);
-}
-
-void MainWindow::createPanes() {
-  constexpr long kStyle = wxSP_LIVE_UPDATE | wxSP_NOBORDER;
-  columns_ = made(new wxSplitterWindow(this, wxID_ANY, wxDefaultPosition, wxDefaultSize, kStyle),
-                  u"Couldn't create split window");
-  columns_->SetMinimumPaneSize(FromDIP(120));
-  wxWindow* left = createLeftPane(columns_);
-  rows_ = made(new wxSplitterWindow(columns_, wxID_ANY, wxDefaultPosition, wxDefaultSize, kStyle),
-               u"Couldn't create split window");
-  rows_->SetMinimumPaneSize(FromDIP(80));
-  rows_->SetSashGravity(kListShare);
-  list_ = made(new WaveformList(rows_, document_), u"Couldn't create Waveforms list view");
-  createPages(rows_);
-  rows_->SplitHorizontally(list_, pages_);
-  columns_->SplitVertically(left, rows_, FromDIP(app::appSettings().shell.leftPaneWidth));
-}
-
-wxWindow* MainWindow::createLeftPane(wxWindow* parent) {
-  auto* pane = new wxPanel(parent);
-  auto* sizer = new wxBoxSizer(wxVERTICAL);
-  auto* buttons = new wxBoxSizer(wxHORIZONTAL);
-  struct SortButton {
-    const char* label;
-    const char* tip;
-    int command;
-  };
-  for (const auto& [label, tip, command] :
-       {SortButton{"Name", "Put instruments and songs in the order of their names", kSortByName},
-        SortButton{"Program", "Put instruments in the order of bank and program", kSortByProgram}}) {
-    auto* button = made(new wxButton(pane, command, label, wxDefaultPosition, wxDefaultSize, wxBU_EXACTFIT),
-                        u"Couldn't create coll sort buttons");
-    button->SetToolTip(tip);
-    button->Bind(wxEVT_BUTTON, [this, id = command](wxCommandEvent&) {
-      wxCommandEvent event(wxEVT_MENU, id);
-      ProcessWindowEvent(event);
-    });
-    buttons->Add(button, 1);
-  }
-  tree_ = made(new CollectionTree(pane, document_), u"Couldn't create collection tree view");
-  sizer->Add(buttons, 0, wxEXPAND);
-  sizer->Add(tree_, 1, wxEXPAND);
-  pane->SetSizer(sizer);
-  return pane;
-}
-
-void MainWindow::createPages(wxWindow* parent) {
-  pages_ = new wxNotebook(parent, wxID_ANY);
-  waveformView_ = new WaveformView(pages_);
-  waveformView_->onEdit = [this](std::u16string step, std::function<void(Waveform&)> change) {
-    const ItemId ids[] = {shownWaveform_};
-    document_.edit(std::move(step), ids, app::Document::Touches::Content, [&](app::Document::Created&) {
-      auto* waveform = document_.collection().find<Waveform>(shownWaveform_);
-      if (waveform) change(*waveform);
-      return waveform != nullptr;
-    });
-  };
-  keyMapView_ = new KeyMapView(pages_);
-  keyMapView_->onRegionSelected = [this](ItemId region) {
-    document_.selectItems({region});
-    tree_->showSelection();
-  };
-  log_ = new LogPane(pages_);
-  pages_->AddPage(waveformView_, "Waveform");
-  pages_->AddPage(keyMapView_, "Key map");
-  pages_->AddPage(log_, "Log");
-}
-
-void MainWindow::restorePlacement() {
-  const app::ShellSettings& settings = app::appSettings().shell;
-  const app::ScreenPair size =
-      settings.windowSize.value_or(app::ScreenPair{FromDIP(kDefaultWidth), FromDIP(kDefaultHeight)});
-  SetSize(wxSize(size.x, size.y));
-  // A screen that was there last time may be gone.
-  if (settings.windowPosition && wxDisplay::GetFromPoint({settings.windowPosition->x + 50,
-                                                          settings.windowPosition->y + 20}) != wxNOT_FOUND)
-    Move(settings.windowPosition->x, settings.windowPosition->y);
-}
-
-void MainWindow::storePlacement() {
-  app::ShellSettings& settings = app::appSettings().shell;
-  if (!IsMaximized() && !IsIconized()) {
-    settings.windowPosition = app::ScreenPair{GetPosition().x, GetPosition().y};
-    settings.windowSize = app::ScreenPair{GetSize().x, GetSize().y};
-  }
-  settings.leftPaneWidth = ToDIP(columns_->GetSashPosition());
-  list_->storeWidths();
-  settings.lastFiles.clear();
-  for (std::size_t i = 0; i < recentFiles_.GetCount(); ++i)
-    settings.lastFiles.push_back(textFrom(recentFiles_.GetHistoryFile(i)));
 }
 
 void MainWindow::documentChanged(const app::DocumentChange& change) {
@@ -208,6 +106,7 @@ void MainWindow::selectionChanged() {
 void MainWindow::showSelectedItems() {
   const auto& waveforms = document_.selectedWaveforms();
   const ItemId waveform = waveforms.empty() ? kNoItem : waveforms.front();
+  if (waveform != shownWaveform_) waveformView_->finishEdit();
   if (std::exchange(shownWaveform_, waveform) != waveform)
     waveformView_->show(&document_.collection(), waveform);
 
@@ -284,6 +183,12 @@ void MainWindow::loadRecentFiles() {
     std::error_code ignored;
     recentFiles_.AddFileToHistory(shownPath(std::filesystem::absolute(path, ignored)));
   });
+}
+
+// The toolkit's own controls follow by themselves, and what is drawn gets the event too.
+void MainWindow::onColoursChanged(wxSysColourChangedEvent& event) {
+  event.Skip();
+  fillToolBar(*GetToolBar());
 }
 
 void MainWindow::showLastError() { wxMessageBox(shown(lastError()), "Error!", wxOK | wxICON_ERROR, this); }

@@ -16,12 +16,17 @@ class StatusLine;
 class WaveformList;
 class WaveformView;
 
+/// False, after telling the user, when the part has no window.
+bool isMade(const wxWindow* part, std::u16string_view message);
+
 /// Shows one document: tree and list, the views of what is selected, the log and the status line. What the
 /// commands do stands in the files actions_*.cpp.
 class MainWindow : public wxFrame {
  public:
   MainWindow();
   ~MainWindow() override;
+  /// False when a part of the window could not be made. The user has been told, and the window is of no use.
+  bool isComplete() const { return isComplete_; }
 
   app::Document& document() { return document_; }
   const app::Document& document() const { return document_; }
@@ -44,11 +49,14 @@ class MainWindow : public wxFrame {
   void showLastError();
 
  private:
-  void createPanes();
+  // main_window_layout.cpp
+  bool createParts();
   wxWindow* createLeftPane(wxWindow* parent);
   void createPages(wxWindow* parent);
   void restorePlacement();
   void storePlacement();
+
+  // main_window.cpp
   void documentChanged(const app::DocumentChange& change);
   void selectionChanged();
   void showSelectedItems();
@@ -56,8 +64,10 @@ class MainWindow : public wxFrame {
   void bringToFront(Page page);
   void showTitle();
   void loadRecentFiles();
+  void onColoursChanged(wxSysColourChangedEvent& event);
   void onClose(wxCloseEvent& event);
 
+  bool isComplete_ = false;
   app::Document document_;
   app::SampleLoader loader_;
   wxFileHistory recentFiles_;

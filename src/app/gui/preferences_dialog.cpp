@@ -7,6 +7,7 @@
 #include <wx/msgdlg.h>
 #include <wx/notebook.h>
 
+#include "app/gui/colour_scheme.h"
 #include "app/gui/layout.h"
 #include "app/gui/settings_page.h"
 #include "app/gui/text.h"
@@ -28,11 +29,14 @@ const std::vector<Preference>& preferences() {
       {"General", "app.bPersistentState", "&Reopen the last file at start"},
       {"General", "app.bAsyncWaveLoad", "Load &samples in the background after opening"},
       {"General", "app.bAutoSelWaveforms", "Selecting an instrument selects its &waveforms"},
+      {"General", "app.bAutoSelCollItems", "Selecting an item selects what lies be&low it"},
+      {"General", "app.bPropagateDownDelta",
+       "Changes of articulation go &down to the levels below as differences"},
       {"General", "app.bShowNoteNames", "Show &note names instead of numbers"},
       {"General", "app.bMidIsNamedC3", "Name middle C \"C&3\" instead of \"C4\""},
       {"General", "app.bDispBankPrgs", "Show &bank and program numbers"},
-      {"General", "app.bDispLoBank", "Show the &low byte of the bank"},
-      {"General", "app.eDarkMode", "&Colours (at the next start):", {"As the system", "Light", "Dark"}},
+      {"General", "app.bDispLoBank", "Show the low b&yte of the bank"},
+      {"General", "app.eDarkMode", "&Colours:", {"As the system", "Light", "Dark"}},
       {"Opening", "load.bConfirm", "&Ask for these steps whenever a file is opened"},
       {"Opening", "load.bAutoSplitStereo", "&Split stereo waveforms"},
       {"Opening", "load.bAutoMergeStereo", "&Merge pairs of mono waveforms into stereo"},
@@ -103,7 +107,7 @@ class PreferencesDialog : public wxDialog {
 
   void addPreference(const Preference& preference) {
     const app::SettingRow* row = app::findSetting(preference.setting);
-    if (!row) return;
+    if (!row || (row->name == "app.eDarkMode" && !canChooseColours())) return;
     wxWindow* page = pageNamed(preference.page);
     const std::u16string value = app::settingText(*row).value_or(u"");
     wxWindow* control;

@@ -9,6 +9,7 @@
 #include "app/app_settings.h"
 #include "app/gui/format_panel.h"
 #include "app/gui/layout.h"
+#include "app/gui/loss_panel.h"
 #include "app/gui/question_dialog.h"
 #include "app/gui/text.h"
 #include "app/save_formats.h"
@@ -55,10 +56,13 @@ SaveAllDialog::SaveAllDialog(wxWindow* parent, Collection& collection)
   addField(*fields, "&Base name:", baseName_);
 
   format_ = new FormatPanel(this);
+  losses_ = new LossPanel(this);
   auto* content = new wxBoxSizer(wxVERTICAL);
   content->Add(fields, wxSizerFlags().Expand());
   content->Add(format_, wxSizerFlags().Expand().Border(wxTOP, FromDIP(kDialogMargin)));
+  content->Add(losses_, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kDialogMargin)));
   finishDialog(*this, content, "Save &all");
+  format_->onChange = [this] { showLosses(); };
   kind_->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { showKind(); });
   showKind();
 }
@@ -84,6 +88,16 @@ ItemKind SaveAllDialog::kind() const { return kKinds[kind_->GetSelection()]; }
 
 void SaveAllDialog::showKind() {
   format_->show(kind(), waveformsOf(collection_), app::saveFormatRow(kind()));
+  showLosses();
+}
+
+void SaveAllDialog::showLosses() {
+  std::vector<const Item*> items{&collection_};
+  if (kind() != ItemKind::Collection) {
+    const auto all = collection_.allOf(kind());
+    items.assign(all.begin(), all.end());
+  }
+  losses_->show(items, format_->row(), format_->options());
 }
 
 }  // namespace vemko::gui

@@ -10,8 +10,9 @@ class wxTextCtrl;
 namespace vemko::gui {
 
 class FormatPanel;
+class LossPanel;
 
-/// "Save all": every item of a kind to a file of its own.
+/// "Save all": every item of a kind to a file of its own; and, before anything is written, what that loses.
 class SaveAllDialog : public wxDialog {
  public:
   SaveAllDialog(wxWindow* parent, Collection& collection);
@@ -22,12 +23,14 @@ class SaveAllDialog : public wxDialog {
  private:
   ItemKind kind() const;
   void showKind();
+  void showLosses();
 
   Collection& collection_;
   wxChoice* kind_;
   wxDirPickerCtrl* folder_;
   wxTextCtrl* baseName_;
   FormatPanel* format_;
+  LossPanel* losses_;
 };
 
 }  // namespace vemko::gui

@@ -9,7 +9,7 @@
 #include "app/app_settings.h"
 #include "app/gui/format_panel.h"
 #include "app/gui/layout.h"
-#include "app/gui/losses.h"
+#include "app/gui/loss_panel.h"
 #include "app/gui/text.h"
 #include "app/save_formats.h"
 
@@ -51,16 +51,11 @@ SaveDialog::SaveDialog(wxWindow* parent, std::vector<Item*> items)
   addField(*fields, "File &name:", path_, row);
 
   format_ = new FormatPanel(this);
-  lossTitle_ = new wxStaticText(this, wxID_ANY, "This save loses nothing.");
-  losses_ = new wxTextCtrl(this, wxID_ANY, {}, wxDefaultPosition, FromDIP(wxSize(-1, 110)),
-                           wxTE_MULTILINE | wxTE_READONLY | wxTE_DONTWRAP);
-  losses_->SetName("What is lost");
-
+  losses_ = new LossPanel(this);
   auto* content = new wxBoxSizer(wxVERTICAL);
   content->Add(fields, wxSizerFlags().Expand());
   content->Add(format_, wxSizerFlags().Expand().Border(wxTOP, FromDIP(kDialogMargin)));
-  content->Add(lossTitle_, wxSizerFlags().Expand().Border(wxTOP, FromDIP(kDialogMargin)));
-  content->Add(losses_, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kRowGap)));
+  content->Add(losses_, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kDialogMargin)));
   finishDialog(*this, content, "&Save");
 
   item_->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { showItem(); });
@@ -91,10 +86,8 @@ void SaveDialog::formatChanged() {
 }
 
 void SaveDialog::showLosses() {
-  const wxString text = lossLines(item(), row(), options());
-  lossTitle_->SetLabel(text.empty() ? "This save loses nothing." : "This save loses:");
-  losses_->SetValue(text);
-  losses_->Enable(!text.empty());
+  const Item* const items[] = {&item()};
+  losses_->show(items, row(), options());
 }
 
 void SaveDialog::browse() {

@@ -7,12 +7,12 @@
 #include "io/save.h"
 
 class wxChoice;
-class wxStaticText;
 class wxTextCtrl;
 
 namespace vemko::gui {
 
 class FormatPanel;
+class LossPanel;
 
 /// "Save as": which item, in which format, where; and, before anything is written, what that loses.
 class SaveDialog : public wxDialog {
@@ -36,8 +36,7 @@ class SaveDialog : public wxDialog {
   wxChoice* item_;
   FormatPanel* format_;
   wxTextCtrl* path_;
-  wxStaticText* lossTitle_;
-  wxTextCtrl* losses_;
+  LossPanel* losses_;
 };
 
 }  // namespace vemko::gui

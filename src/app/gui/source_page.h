@@ -3,11 +3,19 @@
 
 namespace vemko::gui {
 
-/// Where a waveform's samples come from and what they are like; nothing to change.
+class FieldPage;
+
+/// Where waveforms' samples come from. Samples that were imported as raw data can be taken in another format
+/// here.
 class SourcePage : public PropertiesPage {
  public:
-  SourcePage(wxWindow* parent, const Waveform& waveform);
-  bool store(Item&) override { return true; }
+  SourcePage(wxWindow* parent, Items waveforms);
+  bool check() override;
+  void store() override;
+  bool isModified() const override;
+
+ private:
+  FieldPage* format_ = nullptr;  // of raw samples
 };
 
 }  // namespace vemko::gui

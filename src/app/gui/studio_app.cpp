@@ -3,10 +3,10 @@
 #include <cstdio>
 #include <wx/cmdline.h>
 #include <wx/image.h>
-#include <wx/utils.h>
 
 #include "app/app_settings.h"
 #include "app/gui/actions.h"
+#include "app/gui/colour_scheme.h"
 #include "app/gui/decision_dialogs.h"
 #include "app/gui/main_window.h"
 #include "app/gui/text.h"
@@ -17,16 +17,10 @@
 
 namespace vemko::gui {
 
-// The settings come first: the toolkit chooses its colours when it starts.
 bool StudioApp::Initialize(int& count, wxChar** values) {
   prepareProcess();
   store_ = std::make_unique<SettingsStore>();
   app::loadSettings(*store_);
-#ifdef __WXGTK__
-  constexpr const char* kThemes[] = {nullptr, "Adwaita", "Adwaita:dark"};
-  const std::size_t colours = app::appSettings().shell.darkMode;
-  if (colours < std::size(kThemes) && kThemes[colours]) wxSetEnv("GTK_THEME", kThemes[colours]);
-#endif
   return wxApp::Initialize(count, values);
 }
 
@@ -35,7 +29,12 @@ bool StudioApp::OnInit() {
   SetAppDisplayName(kProductName);
   if (!wxApp::OnInit()) return false;
   wxInitAllImageHandlers();
+  applyColourScheme();
   window_ = new MainWindow;
+  if (!window_->isComplete()) {
+    window_->Destroy();
+    return false;
+  }
   SetTopWindow(window_);
   installDecisionDialogs(*window_);
   window_->Show();

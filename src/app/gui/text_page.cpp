@@ -1,5 +1,6 @@
 #include "app/gui/text_page.h"
 
+#include <algorithm>
 #include <wx/filedlg.h>
 #include <wx/image.h>
 #include <wx/log.h>
@@ -20,30 +21,40 @@ constexpr std::uint64_t kMostImageBytes = 64 << 20;
 
 }  // namespace
 
-TextPage::TextPage(wxWindow* parent, const Item& item) : PropertiesPage(parent) {
+TextPage::TextPage(wxWindow* parent, Items items) : PropertiesPage(parent, std::move(items)) {
   auto* grid = makeFieldGrid(this);
   for (TextProperty property : kTextProperties) {
     if (property == TextProperty::Image) continue;
     const bool isLong = property == TextProperty::Comments;
-    auto* field = new wxTextCtrl(this, wxID_ANY, shown(item.text(property)), wxDefaultPosition,
+    const auto text = common([property](const Item& item) { return item.text(property); });
+    auto* field = new wxTextCtrl(this, wxID_ANY, shown(text.value_or(u"")), wxDefaultPosition,
                                  FromDIP(wxSize(360, isLong ? 90 : -1)), isLong ? wxTE_MULTILINE : 0);
-    field->Bind(wxEVT_TEXT, [this](wxCommandEvent&) { noteModified(); });
+    if (!text) field->SetHint(kSeveralValues);
+    field->Bind(wxEVT_TEXT, [this, at = fields_.size()](wxCommandEvent&) {
+      fields_[at].isEdited = true;
+      noteModified();
+    });
     addField(*grid, shown(textPropertyLabel(property)) + ":", field);
     if (isLong) grid->AddGrowableRow(fields_.size());
-    fields_.emplace_back(property, field);
+    fields_.push_back({property, field});
   }
   auto* sizer = new wxBoxSizer(wxVERTICAL);
   sizer->Add(grid, wxSizerFlags(1).Expand().Border(wxALL, FromDIP(kDialogMargin)));
   SetSizer(sizer);
 }
 
-bool TextPage::store(Item& item) {
-  for (const auto& [property, field] : fields_) item.setText(property, textFrom(field->GetValue()));
-  return true;
+void TextPage::store() {
+  for (const Field& field : fields_)
+    if (field.isEdited)
+      for (Item* item : items()) item->setText(field.property, textFrom(field.control->GetValue()));
 }
 
-ImagePage::ImagePage(wxWindow* parent, const Item& item)
-    : PropertiesPage(parent), image_(item.image().begin(), item.image().end()) {
+ImagePage::ImagePage(wxWindow* parent, Items items) : PropertiesPage(parent, std::move(items)) {
+  const auto isFirst = [this](const Item* item) {
+    return std::ranges::equal(item->image(), first().image());
+  };
+  isSame_ = std::ranges::all_of(this->items(), isFirst);
+  if (isSame_) image_.assign(first().image().begin(), first().image().end());
   picture_ = new wxStaticBitmap(this, wxID_ANY, wxBitmapBundle(), wxDefaultPosition,
                                 FromDIP(wxSize(kPictureSize, kPictureSize)));
   picture_->SetName("Image");
@@ -52,22 +63,31 @@ ImagePage::ImagePage(wxWindow* parent, const Item& item)
   auto* buttons = new wxBoxSizer(wxHORIZONTAL);
   buttons->Add(loadButton);
   buttons->Add(removeButton, wxSizerFlags().Border(wxLEFT, FromDIP(kRowGap)));
+  caption_ = new wxStaticText(this, wxID_ANY, {});
   auto* sizer = new wxBoxSizer(wxVERTICAL);
-  sizer->Add(picture_, wxSizerFlags(1).Center().Border(wxALL, FromDIP(kDialogMargin)));
+  sizer->AddStretchSpacer();
+  sizer->Add(picture_, wxSizerFlags().Center().Border(wxLEFT | wxTOP | wxRIGHT, FromDIP(kDialogMargin)));
+  sizer->Add(caption_, wxSizerFlags().Center().Border(wxALL, FromDIP(kDialogMargin)));
+  sizer->AddStretchSpacer();
   sizer->Add(buttons, wxSizerFlags().Center().Border(wxBOTTOM, FromDIP(kDialogMargin)));
   SetSizer(sizer);
   loadButton->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) { load(); });
   removeButton->Bind(wxEVT_BUTTON, [this](wxCommandEvent&) {
     image_.clear();
-    noteModified();
-    showImage();
+    imageEdited();
   });
   showImage();
 }
 
-bool ImagePage::store(Item& item) {
-  item.setImage(image_);
-  return true;
+void ImagePage::store() {
+  first().setImage(image_);
+  for (Item* item : items()) item->shareImage(first());
+}
+
+void ImagePage::imageEdited() {
+  isSame_ = true;
+  noteModified();
+  showImage();
 }
 
 void ImagePage::showImage() {
@@ -77,8 +97,13 @@ void ImagePage::showImage() {
     wxMemoryInputStream stream(image_.data(), image_.size());
     image.LoadFile(stream);
   }
+  picture_->Show(image.IsOk());
+  caption_->Show(!image.IsOk());
+  caption_->SetLabel(!isSame_         ? wxString(kSeveralValues)
+                     : image_.empty() ? wxString("No image")
+                                      : wxString("This image cannot be shown."));
   if (!image.IsOk()) {
-    picture_->SetBitmap(wxBitmapBundle());
+    Layout();
     return;
   }
   const int size = FromDIP(kPictureSize);
@@ -103,8 +128,7 @@ void ImagePage::load() {
     return;
   }
   image_.assign(bytes.begin(), bytes.end());
-  noteModified();
-  showImage();
+  imageEdited();
 }
 
 }  // namespace vemko::gui

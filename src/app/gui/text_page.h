@@ -4,32 +4,41 @@
 #include "app/gui/properties_page.h"
 
 class wxStaticBitmap;
+class wxStaticText;
 class wxTextCtrl;
 
 namespace vemko::gui {
 
-/// The item's texts.
+/// The items' texts.
 class TextPage : public PropertiesPage {
  public:
-  TextPage(wxWindow* parent, const Item& item);
-  bool store(Item& item) override;
+  TextPage(wxWindow* parent, Items items);
+  void store() override;
 
  private:
-  std::vector<std::pair<TextProperty, wxTextCtrl*>> fields_;
+  struct Field {
+    TextProperty property;
+    wxTextCtrl* control;
+    bool isEdited = false;
+  };
+  std::vector<Field> fields_;
 };
 
-/// The item's picture.
+/// The items' picture.
 class ImagePage : public PropertiesPage {
  public:
-  ImagePage(wxWindow* parent, const Item& item);
-  bool store(Item& item) override;
+  ImagePage(wxWindow* parent, Items items);
+  void store() override;
 
  private:
   void showImage();
+  void imageEdited();
   void load();
 
-  std::vector<std::byte> image_;
+  std::vector<std::byte> image_;  // where the items agree
+  bool isSame_ = true;
   wxStaticBitmap* picture_;
+  wxStaticText* caption_;
 };
 
 }  // namespace vemko::gui

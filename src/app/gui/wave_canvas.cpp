@@ -40,6 +40,10 @@ WaveCanvas::WaveCanvas(wxWindow* parent) : peaks_([this] { CallAfter([this] { Re
     commitKeys();
     repaint(event);
   });
+  Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+    Refresh(false);
+    event.Skip();
+  });
   bindMouse();
   bindKeys();
   setAccessibleText(*this, "Waveform");

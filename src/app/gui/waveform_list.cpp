@@ -50,9 +50,11 @@ WaveformList::WaveformList(wxWindow* parent, app::Document& document)
                  wxLC_REPORT | wxLC_VIRTUAL | wxLC_EDIT_LABELS | wxBORDER_NONE),
       document_(document) {
   SetName("Waveforms");
-  wxVector<wxBitmapBundle> images;
-  images.push_back(icon("waveform", 16));
-  SetSmallImages(images);
+  showIcons();
+  Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
+    showIcons();
+    event.Skip();
+  });
   const auto& widths = app::appSettings().shell.waveformColumnWidths;
   for (std::size_t i = 0; i < std::size(kColumns); ++i)
     InsertColumn(static_cast<long>(i), kColumns[i].title, kColumns[i].format,
@@ -68,6 +70,12 @@ WaveformList::WaveformList(wxWindow* parent, app::Document& document)
 
 // The toolkit moves focus and selection once more while it takes the window apart.
 WaveformList::~WaveformList() { SetEvtHandlerEnabled(false); }
+
+void WaveformList::showIcons() {
+  wxVector<wxBitmapBundle> images;
+  images.push_back(icon("waveform", 16));
+  SetSmallImages(images);
+}
 
 void WaveformList::onFocus(wxChildFocusEvent& event) {
   document_.activate(true);

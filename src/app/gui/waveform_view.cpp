@@ -74,14 +74,24 @@ wxWindow* WaveformView::makeBar() {
   return bar;
 }
 
+// With it the icon follows the colours.
+template <class Button>
+void WaveformView::fit(Button* button, const char* iconName, const char* name) {
+  button->SetToolTip(name);
+  button->SetMinSize(FromDIP(wxSize(kButtonSize, kButtonSize)));
+  button->GetParent()->GetSizer()->Add(button, 0, wxTOP | wxBOTTOM, FromDIP(1));
+  button->Bind(wxEVT_SYS_COLOUR_CHANGED, [button, iconName](wxSysColourChangedEvent& event) {
+    button->SetBitmap(icon(iconName, kIconSize));
+    event.Skip();
+  });
+}
+
 wxButton* WaveformView::addButton(wxWindow* bar, const char* iconName, const char* name,
                                   std::function<void()> command) {
   auto* button = new wxBitmapButton(bar, wxID_ANY, icon(iconName, kIconSize), wxDefaultPosition,
                                     wxDefaultSize, wxBORDER_NONE | wxBU_EXACTFIT, wxDefaultValidator, name);
-  button->SetToolTip(name);
   button->Bind(wxEVT_BUTTON, [command = std::move(command)](wxCommandEvent&) { command(); });
-  button->SetMinSize(FromDIP(wxSize(kButtonSize, kButtonSize)));
-  bar->GetSizer()->Add(button, 0, wxTOP | wxBOTTOM, FromDIP(1));
+  fit(button, iconName, name);
   return button;
 }
 
@@ -90,13 +100,11 @@ wxToggleButton* WaveformView::addToggle(wxWindow* bar, const char* iconName, con
   auto* button =
       new wxBitmapToggleButton(bar, wxID_ANY, icon(iconName, kIconSize), wxDefaultPosition, wxDefaultSize,
                                wxBORDER_NONE | wxBU_EXACTFIT, wxDefaultValidator, name);
-  button->SetToolTip(name);
   button->Bind(wxEVT_TOGGLEBUTTON, [this, button, setting](wxCommandEvent&) {
     *setting = button->GetValue();
     canvas_->Refresh(false);
   });
-  button->SetMinSize(FromDIP(wxSize(kButtonSize, kButtonSize)));
-  bar->GetSizer()->Add(button, 0, wxTOP | wxBOTTOM, FromDIP(1));
+  fit(button, iconName, name);
   return button;
 }
 

@@ -43,6 +43,8 @@ class WaveformView : public wxWindow {
   wxWindow* makeBar();
   wxButton* addButton(wxWindow* bar, const char* iconName, const char* name, std::function<void()> command);
   wxToggleButton* addToggle(wxWindow* bar, const char* iconName, const char* name, bool* setting);
+  template <class Button>
+  void fit(Button* button, const char* iconName, const char* name);
   void showState();
   void showScroll();
   void onScroll();

@@ -1,9 +1,7 @@
 #include "formats/audio/raw.h"
 
-#include <algorithm>
-
 #include "base/last_error.h"
-#include "codecs/pcm_source.h"
+#include "codecs/raw_samples.h"
 #include "io/decisions.h"
 
 namespace vemko::audio {
@@ -21,19 +19,11 @@ int probeAny(Bytes, std::uint32_t, std::uint64_t) { return 2; }
 bool readRaw(Collection& collection, InputFile& file, std::uint32_t) {
   const auto format = io::confirmRaw(kQuestion, file.path());
   if (!format) return fail(u"Not detected as any supported file type");
-  const PcmFormat pcm{format->encoding, format->bigEndian, format->signed8};
-  const std::size_t frameBytes = bytesPerSample(pcm) * format->channels;
-  if (frameBytes == 0) return fail(u"Unsupported format of raw samples");
-  const std::uint64_t offset = std::min(format->headerBytes, file.size());
-  const std::uint64_t frames = (file.size() - offset) / frameBytes;
-  if (frames > UINT32_MAX) return fail(u"Wave too big - use 64-bit version!");
-
+  if (rawFrames(*format, file.size()) > UINT32_MAX) return fail(u"Wave too big - use 64-bit version!");
   Waveform& waveform = createWaveform(collection, textOf(file.path().stem()));
-  waveform.frames = static_cast<std::uint32_t>(frames);
-  waveform.channels = format->channels;
-  waveform.rate = format->rate;
-  waveform.setSource(makePcmSource(SourceFile::of(file), offset, frames, format->channels, pcm));
-  return true;
+  if (setRawSamples(waveform, SourceFile::of(file), *format)) return true;
+  collection.remove(waveform);
+  return false;
 }
 
 }  // namespace vemko::audio
