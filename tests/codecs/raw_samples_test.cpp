@@ -26,7 +26,7 @@ TEST(RawSamples, AreTakenInTheFormatThatIsGiven) {
       {"a header longer than the file", {.encoding = SampleEncoding::Pcm16, .headerBytes = 1000}, 0, {}},
   };
   const test::TempFolder folder;
-  putFile(folder / "raw", std::string_view("\0\x40\0\xC0\0\0\0\0\0\0", 10));
+  test::putFile(folder / "raw", std::string_view("\0\x40\0\xC0\0\0\0\0\0\0", 10));
   const auto file = SourceFile::at(folder / "raw");
   for (const Case& each : cases) {
     SCOPED_TRACE(each.name);
@@ -52,7 +52,7 @@ TEST(RawSamples, AreTakenInTheFormatThatIsGiven) {
 
 TEST(RawSamples, StayWhatTheyAreWhenTheyCannotBeTaken) {
   const test::TempFolder folder;
-  putFile(folder / "raw", std::string(8, 'x'));
+  test::putFile(folder / "raw", std::string(8, 'x'));
   Collection collection;
   Waveform& wave = createWaveform(collection, u"raw");
   EXPECT_FALSE(rawFormatOf(wave));

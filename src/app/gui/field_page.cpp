@@ -1,5 +1,6 @@
 #include "app/gui/field_page.h"
 
+#include <algorithm>
 #include <wx/checkbox.h>
 #include <wx/choice.h>
 #include <wx/textctrl.h>
@@ -57,7 +58,7 @@ FieldPage::FieldPage(wxWindow* parent, Items items, std::span<const ItemField> f
     auto* label = new wxStaticText(this, wxID_ANY, isCheck ? wxString() : wxString(field.label));
     wxWindow* control = makeControl(field, common(field.get));
     control->SetName(wxString(field.label).BeforeFirst(':'));
-    control->SetMinSize(wxSize(FromDIP(kFieldWidth), -1));
+    control->SetMinSize(wxSize(std::max(control->GetBestSize().x, FromDIP(kFieldWidth)), -1));
     auto* note = new wxStaticText(this, wxID_ANY, field.note);
     note->Disable();
     for (wxWindow* part : {static_cast<wxWindow*>(label), control, static_cast<wxWindow*>(note)})
