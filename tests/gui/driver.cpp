@@ -1,6 +1,8 @@
 #include "gui/driver.h"
 
 #include <wx/button.h>
+#include <wx/dcclient.h>
+#include <wx/dcmemory.h>
 #include <wx/evtloop.h>
 #include <wx/modalhook.h>
 #include <wx/msgdlg.h>
@@ -8,6 +10,7 @@
 
 #include "app/gui/actions.h"
 #include "app/gui/collection_tree.h"
+#include "app/gui/palette.h"
 
 namespace vemko::test {
 namespace {
@@ -183,6 +186,27 @@ wxWindow& button(wxWindow& parent, const wxString& label) {
     });
   if (!found) throw std::runtime_error("no button " + label.utf8_string());
   return *found;
+}
+
+wxImage pictureOf(wxWindow& drawn) {
+  wxBitmap picture(drawn.GetClientSize());
+  wxMemoryDC memory(picture);
+  wxClientDC screen(&drawn);
+  memory.Blit(wxPoint(0, 0), picture.GetSize(), &screen, wxPoint(0, 0));
+  memory.SelectObject(wxNullBitmap);
+  return picture.ConvertToImage();
+}
+
+bool showsWave(wxWindow& canvas) {
+  const wxImage image = pictureOf(canvas);
+  const Palette palette = currentPalette();
+  const auto* pixels = image.GetData();
+  std::size_t drawn = 0;
+  for (int i = 0; i < image.GetWidth() * image.GetHeight(); ++i, pixels += 3) {
+    const wxColour colour(pixels[0], pixels[1], pixels[2]);
+    drawn += colour == palette.wave || colour == palette.waveBody;
+  }
+  return drawn > static_cast<std::size_t>(image.GetWidth());
 }
 
 void open(const std::vector<Path>& files) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <wx/choice.h>
 #include <wx/dialog.h>
+#include <wx/image.h>
 #include <wx/uiaction.h>
 
 #include "app/gui/main_window.h"
@@ -55,6 +56,11 @@ wxWindow& control(wxWindow& parent, const wxString& name, const wxClassInfo* typ
 void choose(wxChoice& choice, const wxString& entry);
 /// The button with that label, mnemonics aside.
 wxWindow& button(wxWindow& parent, const wxString& label);
+
+/// Whether a waveform's picture has been drawn on the screen there.
+bool showsWave(wxWindow& canvas);
+/// What is on the screen there.
+wxImage pictureOf(wxWindow& drawn);
 
 /// Opens the files as if they were dropped on the window.
 void open(const std::vector<Path>& files);

@@ -1,10 +1,16 @@
 #include <wx/clipbrd.h>
 #include <wx/dnd.h>
 #include <wx/listctrl.h>
+#include <wx/panel.h>
 #include <wx/textctrl.h>
+#include <wx/toolbar.h>
 
+#include "app/app_settings.h"
 #include "app/gui/actions.h"
+#include "app/gui/clipboard.h"
 #include "app/gui/collection_tree.h"
+#include "app/gui/colour_scheme.h"
+#include "app/gui/palette.h"
 #include "app/gui/waveform_list.h"
 #include "app/gui/waveform_view.h"
 #include "core/parameters.h"
@@ -193,6 +199,80 @@ TEST_F(Editing, PropertiesChangeTheRootKey) {
               }});
   EXPECT_EQ(organ().rootKey, 60);
   EXPECT_EQ(document().history().undoName(), u"Change properties of waveform");
+}
+
+// Every format of articulation, and records: as the pages of the properties put and take them.
+TEST_F(Editing, PartsOfItemsGoOverTheClipboard) {
+  ArticulationBlock block;
+  for (int i = 0; i < kSlotCount; ++i)
+    if (const auto slot = static_cast<Slot>(i); !parameter(slot).reserved())
+      block.set(slot, parameter(slot).maximum);
+  for (int i = 0; i < kSlotGroupCount; ++i) {
+    const auto group = static_cast<SlotGroup>(i);
+    SCOPED_TRACE(toUtf8(displayWord(group)));
+    ASSERT_TRUE(putOnClipboard(app::copyOfGroup(block, group))) << toUtf8(lastError());
+    const auto copied = slotsFromClipboard(app::formatOf(group));
+    ASSERT_TRUE(copied) << toUtf8(lastError());
+    ArticulationBlock pasted;
+    app::pasteGroup(*copied, pasted, group);
+    EXPECT_TRUE(pasted.isSet(slotsOf(group).first));
+    EXPECT_EQ(pasted.get(slotsOf(group).first), block.get(slotsOf(group).first));
+  }
+  LoopRecord record;
+  record.name = u"Here";
+  for (auto format : {app::ClipboardFormat::Loop, app::ClipboardFormat::Markers}) {
+    ASSERT_TRUE(putOnClipboard({record, record}, format));
+    const auto records = recordsFromClipboard(format);
+    ASSERT_TRUE(records) << toUtf8(lastError());
+    EXPECT_EQ(records->at(1).name, u"Here");
+  }
+  EXPECT_FALSE(slotsFromClipboard(app::ClipboardFormat::Art));
+  EXPECT_EQ(toUtf8(lastError()), "No compatible data on the clipboard");
+}
+
+TEST_F(Editing, ColoursChangeAtOnce) {
+  selectOrgan();
+  wxWindow& canvas = *window().waveformView().canvas();
+  for (int scheme : {2, 1, 2, 1}) {
+    SCOPED_TRACE(scheme);
+    app::appSettings().shell.darkMode = static_cast<std::uint8_t>(scheme);
+    applyColourScheme();
+    ASSERT_TRUE(waitUntil([&] { return currentPalette().isDark == (scheme == 2); }));
+    settle();
+    ASSERT_TRUE(waitUntil([&] { return showsWave(canvas); })) << "in the new colours";
+    const wxImage picture = pictureOf(canvas);
+    const int x = picture.GetWidth() / 2, y = picture.GetHeight() - 30;
+    EXPECT_EQ(picture.GetRed(x, y) < 128, scheme == 2);
+    const wxImage bar = pictureOf(*window().GetToolBar());
+    EXPECT_EQ(bar.GetRed(2, 2) < 128, scheme == 2);
+  }
+  app::appSettings().shell.darkMode = 0;
+  applyColourScheme();
+  settle();
+}
+
+TEST_F(Editing, KeysThatMovedALoopAreAStepBeforeOthers) {
+  selectOrgan();
+  const std::uint32_t start = organ().mainLoop()->start;
+  window().showPage(MainWindow::kWaveformPage);
+  press(WXK_TAB);
+  press(WXK_RIGHT);
+  EXPECT_EQ(organ().mainLoop()->start, start) << "not yet";
+  wxCommandEvent event(wxEVT_MENU, wxID_UNDO);
+  window().ProcessWindowEvent(event);
+  EXPECT_EQ(organ().mainLoop()->start, start);
+  EXPECT_EQ(document().history().redoName(), u"Move loop");
+  press(WXK_RIGHT);
+  createWaveform(document().collection(), u"Another");
+  document().selectWaveforms({document().collection().all<Waveform>().at(1)->id()});
+  EXPECT_EQ(organ().mainLoop()->start, start + 1) << "before another waveform is shown";
+}
+
+TEST_F(Editing, PartsThatCannotBeMadeAreTold) {
+  wxPanel part;  // without a window
+  EXPECT_FALSE(isMade(&part, u"Couldn't create split window"));
+  EXPECT_TRUE(isMade(&window(), u"Couldn't create status bar"));
+  EXPECT_EQ(takeMessages(), std::vector<wxString>{"Couldn't create split window"});
 }
 
 }  // namespace

@@ -100,6 +100,7 @@ void ArticulationPage::showGroup() {
   slots_->Scroll(0, 0);
   slots_->Thaw();
   Layout();
+  tellNames(*slots_);
 }
 
 void ArticulationPage::addSlot(wxFlexGridSizer& grid, Slot slot) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "app/gui/accessible.h"
 #include "app/gui/icons.h"
 #include "app/gui/labels.h"
 #include "app/gui/text.h"
@@ -24,6 +25,7 @@ CollectionTree::CollectionTree(wxWindow* parent, app::Document& document)
                      wxTR_FULL_ROW_HIGHLIGHT | wxBORDER_NONE),
       document_(document) {
   SetName("Collection");
+  setAccessibleRole(*this, "tree");
   showIcons();
   Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
     showIcons();
@@ -106,6 +108,17 @@ void CollectionTree::showSelection() {
   }
   if (first.IsOk()) EnsureVisible(first);
   showing_ = false;
+  tellReaders();
+}
+
+// The lines draw themselves; what is selected is part of the name, which is read when it changes.
+void CollectionTree::tellReaders() {
+  const auto& selected = document_.selectedItems();
+  const Item* first = selected.empty() ? nullptr : document_.find(selected.front());
+  wxString name = "Collection";
+  if (first) name += ": " + shown(displayWord(first->kind())) + " " + treeText(*first);
+  if (selected.size() > 1) name += wxString::Format(", %zu selected", selected.size());
+  setAccessibleText(*this, name);
 }
 
 void CollectionTree::renameSelected() {
@@ -162,7 +175,7 @@ void CollectionTree::beginRename(wxTreeItemId node) {
   SetItemText(node, shown(item->name()));
   EnsureVisible(node);
   renaming_ = true;
-  EditLabel(node);
+  if (wxTextCtrl* text = EditLabel(node)) setAccessibleText(*text, "Name");
   renaming_ = false;
 }
 
@@ -202,6 +215,7 @@ void CollectionTree::tellSelection() {
   for (const wxTreeItemId node : nodes) items.push_back(itemOf(node));
   const std::size_t count = items.size();
   document_.selectItems(std::move(items));
+  tellReaders();
   if (document_.selectedItems().size() == count) return;
   // Sub-items were selected along; the keys stay where they are.
   const wxTreeItemId current = GetFocusedItem();

@@ -36,6 +36,7 @@ class CollectionTree : public wxTreeCtrl {
   void onEndDrag(wxTreeEvent& event);
   void selectionMayHaveChanged();
   void tellSelection();
+  void tellReaders();
 
   app::Document& document_;
   std::unordered_map<ItemId, wxTreeItemId> nodes_;

@@ -39,6 +39,7 @@ KeyMapView::KeyMapView(wxWindow* parent) {
   };
   Bind(wxEVT_SET_FOCUS, repaint);
   Bind(wxEVT_KILL_FOCUS, repaint);
+  setAccessibleRole(*this, "image");
   tellSelection();
   Bind(wxEVT_SYS_COLOUR_CHANGED, [this](wxSysColourChangedEvent& event) {
     picture_ = wxBitmap();

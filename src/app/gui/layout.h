@@ -5,6 +5,8 @@
 #include <wx/sizer.h>
 #include <wx/stattext.h>
 
+#include "app/gui/accessible.h"
+
 namespace vemko::gui {
 
 inline constexpr int kDialogMargin = 16, kRowGap = 8, kColumnGap = 12, kLabelWidth = 105;
@@ -52,6 +54,8 @@ inline void finishDialog(wxDialog& dialog, wxSizer* content, const wxString& okL
   sizer->Add(row, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, margin));
   dialog.SetSizerAndFit(sizer);
   dialog.CentreOnParent();
+  setAccessibleRole(dialog, "dialog");
+  tellNames(dialog);
 }
 
 }  // namespace vemko::gui

@@ -2,6 +2,7 @@
 
 #include <wx/settings.h>
 
+#include "app/gui/accessible.h"
 #include "app/gui/text.h"
 
 namespace vemko::gui {
@@ -16,6 +17,7 @@ LogPane::LogPane(wxWindow* parent)
     : wxTextCtrl(parent, wxID_ANY, {}, wxDefaultPosition, wxDefaultSize,
                  wxTE_MULTILINE | wxTE_READONLY | wxTE_RICH2 | wxBORDER_NONE) {
   SetName("Log");
+  setAccessibleText(*this, "Log");
   setLogSink([this](LogLevel level, std::u16string_view line) {
     std::lock_guard lock(guard_);
     if (pending_.size() >= kMostPending) return;

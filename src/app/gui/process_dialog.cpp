@@ -119,6 +119,7 @@ void ProcessDialog::showTool() {
   page_->SetSizer(sizer);
   page_->FitInside();
   page_->Layout();
+  tellNames(*page_);
   enableOffered();
 }
 

@@ -7,6 +7,7 @@
 #include <wx/statbmp.h>
 #include <wx/stattext.h>
 
+#include "app/gui/accessible.h"
 #include "app/gui/text.h"
 
 namespace vemko::gui {
@@ -47,6 +48,7 @@ QuestionDialog::QuestionDialog(wxWindow* parent, const wxString& title, std::u16
   sizer->Add(row, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, FromDIP(16)));
   SetSizerAndFit(sizer);
   CentreOnParent();
+  setAccessibleRole(*this, "dialog");
 }
 
 void QuestionDialog::addCheck(std::u16string_view label, std::u16string_view hint) {

@@ -46,6 +46,7 @@ WaveCanvas::WaveCanvas(wxWindow* parent) : peaks_([this] { CallAfter([this] { Re
   });
   bindMouse();
   bindKeys();
+  setAccessibleRole(*this, "image");
   setAccessibleText(*this, "Waveform");
 }
 

@@ -4,6 +4,7 @@
 #include <unordered_map>
 
 #include "app/app_settings.h"
+#include "app/gui/accessible.h"
 #include "app/gui/icons.h"
 #include "app/gui/labels.h"
 #include "app/gui/text.h"
@@ -111,6 +112,21 @@ void WaveformList::showSelection() {
     EnsureVisible(first);
   }
   showing_ = false;
+  tellReaders();
+}
+
+// As the tree does; the list's lines are drawn by a window of their own.
+void WaveformList::tellReaders() {
+  const auto& selected = document_.selectedWaveforms();
+  const auto* first = selected.empty() ? nullptr : document_.collection().find<Waveform>(selected.front());
+  wxString name = "Waveforms";
+  for (const Column& column : kColumns)
+    if (first) name += (&column == kColumns ? ": " : ", ") + column.text(*first);
+  if (selected.size() > 1) name += wxString::Format(", %zu selected", selected.size());
+  for (wxWindow* part : GetChildren()) {
+    setAccessibleText(*part, name);
+    setAccessibleRole(*part, "table");
+  }
 }
 
 void WaveformList::renameSelected() {
@@ -195,6 +211,7 @@ void WaveformList::tellSelection() {
     if (static_cast<std::size_t>(row) < rows_.size())
       selected.push_back(rows_[static_cast<std::size_t>(row)]);
   document_.selectWaveforms(std::move(selected));
+  tellReaders();
 }
 
 }  // namespace vemko::gui

@@ -36,6 +36,7 @@ class WaveformList : public wxListCtrl {
   /// After the events of one click or key, however many, the selection is told once.
   void selectionMayHaveChanged();
   void tellSelection();
+  void tellReaders();
 
   app::Document& document_;
   std::vector<ItemId> rows_;

@@ -10,6 +10,7 @@
 #include <wx/tglbtn.h>
 
 #include "app/app_settings.h"
+#include "app/gui/accessible.h"
 #include "app/gui/icons.h"
 #include "app/gui/wave_canvas.h"
 
@@ -78,6 +79,7 @@ wxWindow* WaveformView::makeBar() {
 template <class Button>
 void WaveformView::fit(Button* button, const char* iconName, const char* name) {
   button->SetToolTip(name);
+  setAccessibleText(*button, name);
   button->SetMinSize(FromDIP(wxSize(kButtonSize, kButtonSize)));
   button->GetParent()->GetSizer()->Add(button, 0, wxTOP | wxBOTTOM, FromDIP(1));
   button->Bind(wxEVT_SYS_COLOUR_CHANGED, [button, iconName](wxSysColourChangedEvent& event) {
