@@ -1,40 +1,96 @@
 #!/usr/bin/env bash
-# scripts/screenshots.sh [BANK] [OUTPUT FOLDER]: drives the program on a screen of its own and takes the pictures of
-# docs/guide.md. Without a bank the example instrument is shown. Needs xvfb, xdotool, imagemagick.
+# scripts/screenshots.sh [BANK] [OUTPUT FOLDER]: drives the program on a screen of its own through its views and
+# dialogs, light and dark, and takes a picture of each. Without a bank Debian's General MIDI bank is shown, or the
+# example where that is not installed. The pictures that docs/guide.md shows are copied to docs/pictures.
+# Needs xvfb, xdotool, imagemagick, openbox.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
-bank=${1:-$here/examples/organ.wav}
-out=${2:-$here/docs/pictures}
+bank=${1:-/usr/share/sounds/sf2/default-GM.sf2}
+[ -f "$bank" ] || bank=$here/examples/organ.wav
+out=${2:-$here/build/pictures}
 program=${VEMKO_STUDIO:-$here/build/release/vemko-studio}
-for tool in Xvfb xdotool import; do
-  command -v "$tool" >/dev/null || { echo "$tool is missing: apt-get install xvfb xdotool imagemagick" >&2; exit 1; }
+shown_in_guide=(main waveform articulation properties process save preferences dark)
+for tool in Xvfb xdotool import openbox; do
+  command -v "$tool" >/dev/null || { echo "$tool is missing: apt-get install xvfb xdotool imagemagick openbox" >&2; exit 1; }
 done
 work=$(mktemp -d)
 mkdir -p "$out"
 export XDG_CONFIG_HOME=$work/config NO_AT_BRIDGE=1
 studio=
-Xvfb -displayfd 3 -screen 0 1100x720x24 3>"$work/display" >/dev/null 2>&1 & screen=$!
-trap 'kill $studio $screen 2>/dev/null; rm -rf "$work"' EXIT
-
+Xvfb -displayfd 3 -screen 0 1120x780x24 3>"$work/display" >/dev/null 2>&1 & screen=$!
+manager=
+trap 'kill $studio $manager $screen 2>/dev/null; rm -rf "$work"' EXIT
 until [ -s "$work/display" ]; do sleep 0.1; done
 export DISPLAY=:$(cat "$work/display")
-cp "$bank" "$work/"
-"$program" "$work/$(basename "$bank")" & studio=$!
+openbox >/dev/null 2>&1 & manager=$!
 
-picture() { sleep "${2:-1}"; import -window root +dither -colors 200 "$out/$1.png"; }
-at() { xdotool mousemove "$1" "$2" click 1; sleep 0.5; }
+# The program with files; settings are of the form NAME=VALUE.
+start() {
+  local settings=()
+  while [[ ${1:-} == app.* || ${1:-} == load.* ]]; do settings+=("$1"); shift; done
+  mkdir -p "$XDG_CONFIG_HOME"
+  for each in "${settings[@]}"; do
+    "${VEMKO:-$here/build/release/vemko}" config set "${each%%=*}" "${each#*=}" >/dev/null
+  done
+  "$program" "$@" & studio=$!
+  sleep "${VEMKO_START_SECONDS:-3}"
+  window=$(xdotool search --onlyvisible --name 'Vemko Studio$' | head -n 1)
+}
+stop() { kill "$studio" 2>/dev/null; wait "$studio" 2>/dev/null || true; studio=; }
+picture() { sleep "${2:-0.8}"; import -window root +dither -colors 220 "$out/$1.png"; }
+at() { xdotool mousemove --window "$window" "$1" "$2" click 1; sleep 0.5; }
 keys() { xdotool key "$@"; sleep 0.5; }
+# Every page of the dialog in front, the first one named first.
+pages() {
+  local first=1
+  for name in "$@"; do
+    [ $first = 1 ] || keys ctrl+Next
+    first=0
+    picture "$name"
+  done
+}
+instrument() { at 130 129; }
+waveform() { at 330 103; }
+shut() { keys Escape; }
 
-sleep "${VEMKO_START_SECONDS:-4}"
-at 130 129                      # the first instrument
-keys Right
+start "$bank"
+instrument; keys Right
 picture main
-at 330 103                      # the first waveform in sight
-keys Down Down
+waveform; keys Down Down
 picture waveform
-keys alt+Return; picture properties; keys Escape
-keys ctrl+p; picture process; keys Escape
-at 130 129
-keys alt+Return; keys Tab ctrl+Next; picture articulation; keys Escape
-keys ctrl+shift+s; picture save; keys Escape
-keys ctrl+comma; picture preferences; keys Escape
+keys ctrl+3; picture log; keys ctrl+1
+at 130 129; keys Right Down; picture layer; keys Right Down; picture region
+keys alt+Return; keys Tab; pages region-parameters region-articulation region-texts; shut
+waveform; keys alt+Return Tab
+pages properties loops source texts image; shut
+waveform; keys shift+Down shift+Down; keys alt+Return Tab; pages several several-source several-texts; shut
+waveform; keys ctrl+p; picture process; keys Down Down Down Down; picture process-normalize; shut
+instrument; keys alt+Return; keys Tab ctrl+Next; picture articulation
+keys Tab Down Down; picture articulation-filter; shut
+instrument; keys ctrl+shift+s; picture save; shut
+keys alt+f; picture menu; keys l; picture save-all; shut
+keys ctrl+comma; keys Tab; pages preferences preferences-opening preferences-display preferences-saving preferences-all
+shut
+keys ctrl+d; picture information; shut
+keys alt+h; keys a; picture about; shut
+keys ctrl+o; picture open 1.5; shut
+instrument; keys F2; xdotool type "Another name"; keys Return; picture renamed
+keys ctrl+q; picture unsaved; shut
+stop
+
+head -c 3000 /dev/urandom >"$work/unknown.xyz"
+printf '<region> sample=gone.wav key=60\n' >"$work/missing.sfz"
+start "$work/unknown.xyz"; picture raw-question; keys Return; sleep 1
+waveform; keys alt+Return Tab ctrl+Next ctrl+Next; picture raw-source; shut
+stop
+start "$work/missing.sfz"; picture missing-file 1.5; shut; stop
+start load.bConfirm=1 "$bank"; picture fixup; shut; stop
+start load.bConfirm=0 app.eDarkMode=2 "$bank"
+instrument; keys Right Down; picture dark
+waveform; keys Down; picture dark-waveform
+keys ctrl+p; picture dark-process; shut
+keys alt+Return Tab ctrl+Next; picture dark-loops; shut
+stop
+if [ "$out" = "$here/build/pictures" ]; then
+  for name in "${shown_in_guide[@]}"; do cp "$out/$name.png" "$here/docs/pictures/"; done
+fi

@@ -4,6 +4,7 @@
 
 #include "app/document/document.h"
 #include "core/parameters.h"
+#include "core/play_rules.h"
 #include "support.h"
 
 namespace vemko::app {
@@ -34,6 +35,13 @@ ItemId fill(Collection& collection) {
   region.delaySeconds = 0.5f;
   region.section = {5, 45};
   region.articulation.set(slots::VEnv, 0.5f);
+  PlayRules rules;
+  rules.sequenceLength = 3;
+  rules.randomHigh = 0.5f;
+  rules.stopsNaturally = true;
+  rules.velocityFade = FadeCurve::Gain;
+  rules.controllers = {{64, 1, 100}, {1, 2, 3}};
+  region.rules = std::make_shared<const PlayRules>(rules);
   return instrument.id();
 }
 
@@ -57,6 +65,8 @@ TEST(Clipboard, ItemsComeBackAsTheyWere) {
   const Region& original = *regionsOf(from.collection()).at(0);
   EXPECT_TRUE(playsAlike(region, original));
   EXPECT_EQ(region.articulation, original.articulation);
+  ASSERT_TRUE(region.rules);
+  EXPECT_EQ(*region.rules, *original.rules);
   ASSERT_NE(region.waveform(), nullptr);
   const Waveform& wave = *region.waveform();
   EXPECT_EQ(wave.rate, 48000u);

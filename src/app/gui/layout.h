@@ -1,5 +1,7 @@
 #pragma once
 // The spacing that all dialogs share, in pixels at 100 %.
+#include <algorithm>
+#include <wx/bookctrl.h>
 #include <wx/button.h>
 #include <wx/dialog.h>
 #include <wx/sizer.h>
@@ -22,7 +24,7 @@ inline wxFlexGridSizer* makeFieldGrid(wxWindow* parent) {
 inline void addField(wxFlexGridSizer& grid, const wxString& label, wxWindow* control,
                      wxSizer* inside = nullptr) {
   auto* text = new wxStaticText(control->GetParent(), wxID_ANY, label);
-  text->SetMinSize(wxSize(text->FromDIP(kLabelWidth), -1));
+  text->SetMinSize(wxSize(std::max(text->GetBestSize().x, text->FromDIP(kLabelWidth)), -1));
   text->MoveBeforeInTabOrder(control);
   control->SetName(wxControl::RemoveMnemonics(label).BeforeFirst(':'));
   grid.Add(text, wxSizerFlags().CenterVertical());
@@ -30,6 +32,17 @@ inline void addField(wxFlexGridSizer& grid, const wxString& label, wxWindow* con
     grid.Add(inside, wxSizerFlags().Expand());
   else
     grid.Add(control, wxSizerFlags().Expand());
+}
+
+/// Ctrl with Page Up and Page Down goes from page to page, also where a list has the keys.
+inline void turnPagesByKey(wxDialog& dialog, wxBookCtrlBase& book) {
+  dialog.Bind(wxEVT_CHAR_HOOK, [&book](wxKeyEvent& event) {
+    const int key = event.GetKeyCode();
+    if (event.GetModifiers() == wxMOD_CONTROL && (key == WXK_PAGEUP || key == WXK_PAGEDOWN))
+      book.AdvanceSelection(key == WXK_PAGEDOWN);
+    else
+      event.Skip();
+  });
 }
 
 /// The content with the dialog's margin and its buttons below, sized to fit and centred. The affirmative

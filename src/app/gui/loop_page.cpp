@@ -22,10 +22,10 @@ LoopPage::LoopPage(wxWindow* parent, Waveform& waveform)
       records_(waveform.records),
       mainLoopId_(waveform.mainLoopId),
       frames_(waveform.frames) {
-  list_ = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(540, 240)),
+  list_ = new wxListCtrl(this, wxID_ANY, wxDefaultPosition, FromDIP(wxSize(590, 240)),
                          wxLC_REPORT | wxLC_SINGLE_SEL);
   list_->SetName("Loops and markers");
-  list_->AppendColumn("Name", wxLIST_FORMAT_LEFT, FromDIP(130));
+  list_->AppendColumn("Name", wxLIST_FORMAT_LEFT, FromDIP(170));
   list_->AppendColumn("Type", wxLIST_FORMAT_LEFT, FromDIP(120));
   list_->AppendColumn("Start", wxLIST_FORMAT_RIGHT, FromDIP(90));
   list_->AppendColumn("End", wxLIST_FORMAT_RIGHT, FromDIP(90));

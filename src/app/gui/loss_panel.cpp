@@ -28,6 +28,7 @@ LossPanel::LossPanel(wxWindow* parent) : wxPanel(parent) {
   auto* sizer = new wxBoxSizer(wxVERTICAL);
   sizer->Add(title_, wxSizerFlags().Expand());
   sizer->Add(lines_, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kRowGap)));
+  sizer->SetMinSize(sizer->CalcMin());  // also while there is nothing to tell
   SetSizer(sizer);
 }
 
@@ -35,7 +36,8 @@ void LossPanel::show(std::span<const Item* const> items, int row, const io::Save
   const wxString text = linesOf(io::lossesOfSaving(items, row, options));
   title_->SetLabel(text.empty() ? "This save loses nothing." : "This save loses:");
   lines_->SetValue(text);
-  lines_->Enable(!text.empty());
+  lines_->Show(!text.empty());
+  Layout();
 }
 
 }  // namespace vemko::gui

@@ -31,6 +31,7 @@
 namespace vemko::gui {
 namespace {
 
+constexpr int kLeastWidth = 480, kLeastHeight = 320;
 constexpr std::size_t kMostRecentFiles = 12;
 
 class FileTarget : public wxFileDropTarget {
@@ -74,7 +75,36 @@ MainWindow::MainWindow()
   restorePlacement();
   showTitle();
   selectionChanged();
-  tree_->SetFocus();
+  showPartsWithWindow();
+}
+
+// Where a window manager has its say the window is first shown with next to no size, and the toolkit
+// complains of each part that it has to lay out in that.
+void MainWindow::showPartsWithWindow() {
+  const auto show = [this](bool visible) {
+    for (wxWindow* part : {static_cast<wxWindow*>(GetMenuBar()), static_cast<wxWindow*>(GetToolBar()),
+                           static_cast<wxWindow*>(status_), static_cast<wxWindow*>(columns_)})
+      part->Show(visible);
+  };
+  const auto showWhenSized = [this, show] {
+    if (columns_->IsShown() || !IsShown() || GetClientSize().y < FromDIP(kLeastHeight)) return;
+    columns_->SetSize(GetClientSize());
+    columns_->UpdateSize();
+    rows_->UpdateSize();
+    show(true);
+    SendSizeEvent();
+    tree_->SetFocus();
+  };
+  show(false);
+  SetMinSize(FromDIP(wxSize(kLeastWidth, kLeastHeight)));
+  Bind(wxEVT_SHOW, [this, showWhenSized](wxShowEvent& event) {
+    event.Skip();
+    CallAfter(showWhenSized);
+  });
+  Bind(wxEVT_SIZE, [this, showWhenSized](wxSizeEvent& event) {
+    event.Skip();
+    if (!columns_->IsShown()) CallAfter(showWhenSized);
+  });
 }
 
 MainWindow::~MainWindow() {

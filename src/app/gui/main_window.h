@@ -57,6 +57,7 @@ class MainWindow : public wxFrame {
   void storePlacement();
 
   // main_window.cpp
+  void showPartsWithWindow();
   void documentChanged(const app::DocumentChange& change);
   void selectionChanged();
   void showSelectedItems();

@@ -71,6 +71,7 @@ class PreferencesDialog : public wxDialog {
     auto* content = new wxBoxSizer(wxVERTICAL);
     content->Add(book_, wxSizerFlags(1).Expand());
     finishDialog(*this, content, "&OK");
+    turnPagesByKey(*this, *book_);
   }
 
   bool apply() {

@@ -49,6 +49,7 @@ class PropertiesDialog : public wxDialog {
     auto* content = new wxBoxSizer(wxVERTICAL);
     content->Add(book_, wxSizerFlags(1).Expand());
     finishDialog(*this, content, "&OK");
+    turnPagesByKey(*this, *book_);
     Bind(wxEVT_BUTTON, &PropertiesDialog::onOk, this, wxID_OK);
   }
 

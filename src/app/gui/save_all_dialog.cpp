@@ -11,6 +11,7 @@
 #include "app/gui/layout.h"
 #include "app/gui/loss_panel.h"
 #include "app/gui/question_dialog.h"
+#include "app/gui/save_dialog.h"
 #include "app/gui/text.h"
 #include "app/save_formats.h"
 
@@ -46,10 +47,9 @@ SaveAllDialog::SaveAllDialog(wxWindow* parent, Collection& collection)
       std::ranges::find(kKinds, static_cast<ItemKind>(settings.saveAllMode - kModeOfWaveforms));
   kind_->SetSelection(chosen == std::end(kKinds) ? 0 : static_cast<int>(chosen - kKinds));
   addField(*fields, "&Save:", kind_);
-  const Path folder =
-      settings.lastPathOut.empty() ? collection.file.parent_path() : pathOf(settings.lastPathOut);
+  const Path folder = folderToSaveIn(collection);
   folder_ = new wxDirPickerCtrl(this, wxID_ANY, shownPath(folder), "Folder", wxDefaultPosition,
-                                FromDIP(wxSize(400, -1)), wxDIRP_USE_TEXTCTRL | wxDIRP_SMALL);
+                                FromDIP(wxSize(480, -1)), wxDIRP_USE_TEXTCTRL);
   addField(*fields, "Fol&der:", folder_);
   baseName_ = new wxTextCtrl(this, wxID_ANY, shownPath(collection.file.stem()));
   baseName_->SetToolTip("Files are named \"Base name - Item name\"; empty: after their items alone");

@@ -3,8 +3,10 @@
 #include <wx/button.h>
 #include <wx/choice.h>
 #include <wx/filedlg.h>
+#include <wx/filename.h>
 #include <wx/msgdlg.h>
 #include <wx/textctrl.h>
+#include <wx/utils.h>
 
 #include "app/app_settings.h"
 #include "app/gui/format_panel.h"
@@ -23,15 +25,20 @@ wxString itemLabel(const Item& item) {
 }
 
 Path proposedPath(const Item& item, int row) {
-  const std::u16string& folder = app::appSettings().shell.lastPathOut;
   const Path& origin = item.collection().file;
   const bool sameStem = item.kind() == ItemKind::Collection && !origin.empty();
   const std::u16string stem = io::safeStem(sameStem ? textOf(origin.stem()) : item.displayName());
   const Path name = io::autoFileName({}, stem, io::extensionOf(row));
-  return (folder.empty() ? origin.parent_path() : pathOf(folder)) / name;
+  return folderToSaveIn(item.collection()) / name;
 }
 
 }  // namespace
+
+Path folderToSaveIn(const Collection& collection) {
+  const std::u16string& last = app::appSettings().shell.lastPathOut;
+  const Path folder = last.empty() ? collection.file.parent_path() : pathOf(last);
+  return wxFileName::IsDirWritable(shownPath(folder)) ? folder : pathFrom(wxGetHomeDir());
+}
 
 SaveDialog::SaveDialog(wxWindow* parent, std::vector<Item*> items)
     : wxDialog(parent, wxID_ANY, "Save as", wxDefaultPosition, wxDefaultSize,

@@ -14,6 +14,10 @@ namespace vemko::gui {
 class FormatPanel;
 class LossPanel;
 
+/// Where the user saved last, or beside the file that the collection came from; the home folder where neither
+/// can be written to.
+Path folderToSaveIn(const Collection& collection);
+
 /// "Save as": which item, in which format, where; and, before anything is written, what that loses.
 class SaveDialog : public wxDialog {
  public:

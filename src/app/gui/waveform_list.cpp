@@ -60,6 +60,14 @@ WaveformList::WaveformList(wxWindow* parent, app::Document& document)
   for (std::size_t i = 0; i < std::size(kColumns); ++i)
     InsertColumn(static_cast<long>(i), kColumns[i].title, kColumns[i].format,
                  i < widths.size() ? FromDIP(widths[i]) : FromDIP(90));
+  Bind(wxEVT_SIZE, [this](wxSizeEvent& event) {
+    event.Skip();
+    CallAfter(&WaveformList::fillWidth);
+  });
+  Bind(wxEVT_LIST_COL_END_DRAG, [this](wxListEvent& event) {
+    event.Skip();
+    CallAfter(&WaveformList::fillWidth);
+  });
   Bind(wxEVT_LIST_ITEM_SELECTED, [this](wxListEvent&) { selectionMayHaveChanged(); });
   Bind(wxEVT_LIST_ITEM_DESELECTED, [this](wxListEvent&) { selectionMayHaveChanged(); });
   Bind(wxEVT_LIST_ITEM_FOCUSED, [this](wxListEvent&) { selectionMayHaveChanged(); });
@@ -76,6 +84,14 @@ void WaveformList::showIcons() {
   wxVector<wxBitmapBundle> images;
   images.push_back(icon("waveform", 16));
   SetSmallImages(images);
+}
+
+void WaveformList::fillWidth() {
+  constexpr int kLast = static_cast<int>(std::size(kColumns)) - 1;
+  int rest = GetClientSize().x;
+  for (int column = 0; column < kLast; ++column) rest -= GetColumnWidth(column);
+  rest = std::max(rest, FromDIP(90));
+  if (rest != GetColumnWidth(kLast)) SetColumnWidth(kLast, rest);
 }
 
 void WaveformList::onFocus(wxChildFocusEvent& event) {

@@ -27,6 +27,7 @@ class WaveformList : public wxListCtrl {
   wxString OnGetItemText(long row, long column) const override;
   int OnGetItemImage(long) const override { return 0; }
   void showIcons();
+  void fillWidth();  // by the last column
   const Waveform* waveformAt(long row) const;
   long nextSelected(long row) const { return GetNextItem(row, wxLIST_NEXT_ALL, wxLIST_STATE_SELECTED); }
   void sortRows();
