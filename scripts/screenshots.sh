@@ -17,7 +17,7 @@ work=$(mktemp -d)
 mkdir -p "$out"
 export XDG_CONFIG_HOME=$work/config NO_AT_BRIDGE=1
 studio=
-Xvfb -displayfd 3 -screen 0 1120x780x24 3>"$work/display" >/dev/null 2>&1 & screen=$!
+Xvfb -displayfd 3 -screen 0 1102x740x24 3>"$work/display" >/dev/null 2>&1 & screen=$!
 manager=
 trap 'kill $studio $manager $screen 2>/dev/null; rm -rf "$work"' EXIT
 until [ -s "$work/display" ]; do sleep 0.1; done
@@ -35,10 +35,13 @@ start() {
   "$program" "$@" & studio=$!
   sleep "${VEMKO_START_SECONDS:-3}"
   window=$(xdotool search --onlyvisible --name 'Vemko Studio$' | head -n 1)
+  xdotool windowmove "$window" 0 0
+  sleep 0.5
 }
 stop() { kill "$studio" 2>/dev/null; wait "$studio" 2>/dev/null || true; studio=; }
 picture() { sleep "${2:-0.8}"; import -window root +dither -colors 220 "$out/$1.png"; }
 at() { xdotool mousemove --window "$window" "$1" "$2" click 1; sleep 0.5; }
+within() { xdotool mousemove --window "$(xdotool getactivewindow)" "$1" "$2" click 1; sleep 0.5; }
 keys() { xdotool key "$@"; sleep 0.5; }
 # Every page of the dialog in front, the first one named first.
 pages() {
@@ -59,17 +62,17 @@ picture main
 waveform; keys Down Down
 picture waveform
 keys ctrl+3; picture log; keys ctrl+1
-at 130 129; keys Right Down; picture layer; keys Right Down; picture region
-keys alt+Return; keys Tab; pages region-parameters region-articulation region-texts; shut
-waveform; keys alt+Return Tab
+instrument; keys Right Right; picture layer; keys Right Right; picture region
+keys alt+Return; pages region-parameters region-articulation region-texts; shut
+waveform; keys alt+Return
 pages properties loops source texts image; shut
-waveform; keys shift+Down shift+Down; keys alt+Return Tab; pages several several-source several-texts; shut
+at 330 126; keys shift+Down shift+Down; keys alt+Return; pages several several-source several-texts; shut
 waveform; keys ctrl+p; picture process; keys Down Down Down Down; picture process-normalize; shut
-instrument; keys alt+Return; keys Tab ctrl+Next; picture articulation
-keys Tab Down Down; picture articulation-filter; shut
+at 130 175; keys alt+Return ctrl+Next; picture articulation
+within 54 126; picture articulation-filter; shut
 instrument; keys ctrl+shift+s; picture save; shut
 keys alt+f; picture menu; keys l; picture save-all; shut
-keys ctrl+comma; keys Tab; pages preferences preferences-opening preferences-display preferences-saving preferences-all
+keys ctrl+comma; pages preferences preferences-opening preferences-display preferences-saving preferences-all
 shut
 keys ctrl+d; picture information; shut
 keys alt+h; keys a; picture about; shut
@@ -81,7 +84,7 @@ stop
 head -c 3000 /dev/urandom >"$work/unknown.xyz"
 printf '<region> sample=gone.wav key=60\n' >"$work/missing.sfz"
 start "$work/unknown.xyz"; picture raw-question; keys Return; sleep 1
-waveform; keys alt+Return Tab ctrl+Next ctrl+Next; picture raw-source; shut
+waveform; keys alt+Return ctrl+Next ctrl+Next; picture raw-source; shut
 stop
 start "$work/missing.sfz"; picture missing-file 1.5; shut; stop
 start load.bConfirm=1 "$bank"; picture fixup; shut; stop
@@ -89,7 +92,7 @@ start load.bConfirm=0 app.eDarkMode=2 "$bank"
 instrument; keys Right Down; picture dark
 waveform; keys Down; picture dark-waveform
 keys ctrl+p; picture dark-process; shut
-keys alt+Return Tab ctrl+Next; picture dark-loops; shut
+keys alt+Return ctrl+Next; picture dark-loops; shut
 stop
 if [ "$out" = "$here/build/pictures" ]; then
   for name in "${shown_in_guide[@]}"; do cp "$out/$name.png" "$here/docs/pictures/"; done

@@ -22,6 +22,8 @@ const Path kOrgan = Path(VEMKO_EXAMPLES) / "organ.wav";
 
 Waveform& organ() { return *document().collection().all<Waveform>().at(0); }
 
+std::size_t collectionSize() { return document().collection().count(ItemKind::Waveform); }
+
 TEST_F(Files, SaveAsTellsTheLossAndWritesTheFile) {
   open({kOrgan});
   const Path target = folder_ / "out.wav";
@@ -87,6 +89,59 @@ TEST_F(Files, SaveAllAsksOnceWhatToDoWithExistingFiles) {
                }});
   EXPECT_EQ(filesIn(folder_.path()),
             (std::vector<std::string>{"Organ A3 (2).wav", "Organ A3.wav", "Second (2).wav", "Second.wav"}));
+}
+
+// What people really have: names in their own language, damaged files, places where nobody may write.
+TEST_F(Files, OddNamesAndDamagedFilesAreNoTrouble) {
+  const std::string content = contentOf(kOrgan);
+  std::string longName(240, 'x');
+  for (const std::string& name :
+       {std::string("with  spaces & signs %s #1.wav"), std::string("\xE6\x97\xA5\xE6\x9C\xAC \xC3\xBC.wav"),
+        std::string("no utf-8 \xFF\xFE.wav"), longName + ".wav"}) {
+    SCOPED_TRACE(name);
+    putFile(folder_ / name, content);
+    document().startNew();
+    open({folder_ / name});
+    ASSERT_EQ(collectionSize(), 1u);
+    const std::u16string odd = u"a\u0627\u0644 \U0001F3B9 && \t|" + std::u16string(5000, u'n');
+    document().rename(organ().id(), odd);
+    settle();
+    EXPECT_FALSE(window().list().GetItemText(0, 0).empty());
+    press('S', wxMOD_CONTROL);
+    EXPECT_NE(window().GetTitle()[0], '*');
+    EXPECT_EQ(window().recentFiles().GetHistoryFile(0), shownPath(folder_ / name));
+  }
+  EXPECT_TRUE(takeMessages().empty());
+  struct Case {
+    const char* name;
+    std::string content;
+    wxString message;
+  };
+  const Case cases[] = {{"empty.wav", "", "File is of zero size"},
+                        {"none.wav", "-", "Could not open file"},
+                        {"cut.sf2", content.substr(0, 4) + "xxxxsfbk", {}}};
+  for (const Case& each : cases) {
+    SCOPED_TRACE(each.name);
+    document().startNew();
+    if (each.content != "-") putFile(folder_ / each.name, each.content);
+    open({folder_ / each.name});
+    const auto messages = takeMessages();
+    ASSERT_EQ(messages.size(), 1u);
+    EXPECT_TRUE(messages[0].StartsWith(shownPath(folder_ / each.name)));
+    EXPECT_TRUE(messages[0].EndsWith(each.message)) << messages[0];
+    EXPECT_EQ(collectionSize(), 0u);
+  }
+}
+
+TEST_F(Files, AFailedSaveTellsWhy) {
+  open({kOrgan});
+  withDialogs([] { press('S', wxMOD_CONTROL | wxMOD_SHIFT); }, {[&](wxDialog& dialog) {
+                choose(control<wxChoice>(dialog, "Item"), "Waveform: Organ A3");
+                control<wxTextCtrl>(dialog, "File name").SetValue(shownPath(folder_ / "no folder" / "a.wav"));
+                click(button(dialog, "Save"));
+              }});
+  EXPECT_EQ(takeMessages(), std::vector<wxString>{"Could not create file"});
+  EXPECT_TRUE(filesIn(folder_.path()).empty());
 }
 
 TEST_F(Files, ClosingWithChangesAsks) {

@@ -5,6 +5,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "app/app_settings.h"
 #include "app/gui/clipboard.h"
 #include "app/gui/collection_tree.h"
 #include "app/gui/waveform_list.h"
@@ -29,6 +30,10 @@ class OtherInstance {
     ::_exit(127);
   }
   ~OtherInstance() { kill(); }
+  bool hasEnded() {
+    if (child_ > 0 && ::waitpid(child_, nullptr, WNOHANG) == child_) child_ = -1;
+    return child_ <= 0;
+  }
   void takeKeys() const {
     wxUIActionSimulator user;
     user.MouseMove(wxPoint(300, 103));  // its first row
@@ -65,6 +70,39 @@ TEST_F(Instances, ExchangeItemsByTheClipboard) {
   EXPECT_NE(wave.mainLoop(), nullptr);
 }
 
+TEST_F(Instances, PlacesAndSizesAreKept) {
+  const app::AppSettings before = app::appSettings();
+  app::ShellSettings& shell = app::appSettings().shell;
+  shell.windowPosition = app::ScreenPair{30, 20};
+  shell.windowSize = app::ScreenPair{1000, 650};
+  shell.leftPaneWidth = 260;
+  shell.listHeight = 190;
+  shell.waveformColumnWidths = {180, 90, 85, 75, 95};
+  const auto told = [] {
+    const app::ShellSettings& now = app::appSettings().shell;
+    std::vector<int> all{now.windowPosition->x, now.windowPosition->y, now.windowSize->x,
+                         now.windowSize->y,     now.leftPaneWidth,     now.listHeight};
+    all.insert(all.end(), now.waveformColumnWidths.begin(), now.waveformColumnWidths.end());
+    return all;
+  };
+  const std::vector<int> expected = told();
+  SettingsStore store;
+  ASSERT_TRUE(app::saveSettings(store)) << toUtf8(lastError());
+  {
+    OtherInstance other(kOrgan);
+    for (int i = 0; i < 400 && !other.hasEnded(); ++i) {
+      settle();
+      if (i % 20 == 19) wxUIActionSimulator().Char('Q', wxMOD_CONTROL);
+    }
+    EXPECT_TRUE(other.hasEnded());
+  }
+  app::appSettings() = {};
+  SettingsStore written;
+  app::loadSettings(written);
+  EXPECT_EQ(told(), expected);
+  app::appSettings() = before;
+}
+
 double millisecondsOf(const std::function<void()>& work) {
   const auto start = std::chrono::steady_clock::now();
   work();
@@ -80,7 +118,7 @@ constexpr int kSlower = 1;
 
 TEST_F(Instances, TenThousandItemsShowNoDelay) {
   Collection& collection = document().collection();
-  constexpr int kItems = 10000;  // of both kinds
+  constexpr int kItems = 5000;  // of both kinds, ten thousand in all
   for (int i = 0; i < kItems; ++i) {
     createWaveform(collection, toUtf16("Wave " + std::to_string(i * 7919 % kItems)));
     createInstrument(collection, toUtf16("Instrument " + std::to_string(i * 7919 % kItems)));

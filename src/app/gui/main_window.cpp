@@ -83,7 +83,7 @@ MainWindow::MainWindow()
 void MainWindow::showPartsWithWindow() {
   const auto show = [this](bool visible) {
     for (wxWindow* part : {static_cast<wxWindow*>(GetMenuBar()), static_cast<wxWindow*>(GetToolBar()),
-                           static_cast<wxWindow*>(status_), static_cast<wxWindow*>(columns_)})
+                           static_cast<wxWindow*>(columns_)})
       part->Show(visible);
   };
   const auto showWhenSized = [this, show] {
@@ -94,6 +94,7 @@ void MainWindow::showPartsWithWindow() {
     show(true);
     SendSizeEvent();
     tree_->SetFocus();
+    if (onShown) CallAfter(std::exchange(onShown, {}));
   };
   show(false);
   SetMinSize(FromDIP(wxSize(kLeastWidth, kLeastHeight)));

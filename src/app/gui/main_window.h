@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <wx/filehistory.h>
 #include <wx/frame.h>
 #include <wx/notebook.h>
@@ -27,6 +28,9 @@ class MainWindow : public wxFrame {
   ~MainWindow() override;
   /// False when a part of the window could not be made. The user has been told, and the window is of no use.
   bool isComplete() const { return isComplete_; }
+
+  /// Called once, when the window and all its parts are first seen.
+  std::function<void()> onShown;
 
   app::Document& document() { return document_; }
   const app::Document& document() const { return document_; }

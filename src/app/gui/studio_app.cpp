@@ -37,7 +37,6 @@ bool StudioApp::OnInit() {
   }
   SetTopWindow(window_);
   installDecisionDialogs(*window_);
-  window_->Show();
 
   std::vector<Path> files;
   for (const wxString& file : files_) files.push_back(pathFrom(file));
@@ -45,7 +44,8 @@ bool StudioApp::OnInit() {
   if (files.empty() && shell.reopenLastSession && !shell.lastFiles.empty())
     files.push_back(pathOf(shell.lastFiles.front()));
   // The window is seen before the first file is read.
-  if (!files.empty()) window_->CallAfter([this, files] { openFiles(*window_, files); });
+  if (!files.empty()) window_->onShown = [this, files] { openFiles(*window_, files); };
+  window_->Show();
   return true;
 }
 
