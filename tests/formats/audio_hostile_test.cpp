@@ -157,6 +157,31 @@ TEST(AudioHostile, SilencesWhatIsDamagedInTheMiddle) {
   }
 }
 
+// Samples of formats that hold them, which some encoders take for impossible.
+TEST(AudioHostile, WritesWhatIsFarBeyondFullScale) {
+  const TempFolder folder;
+  constexpr std::size_t kFrames = 20000;
+  std::vector<float> samples = music(kFrames);
+  for (std::size_t i = 0; i < kFrames; ++i) samples[i] *= i % 2000 < 1000 ? 30000.0f : 1;
+  samples[500] = std::numeric_limits<float>::quiet_NaN();
+  samples[501] = std::numeric_limits<float>::infinity();
+  samples[502] = -1e30f;
+  for (int row : waveformWritingRows()) {
+    if (isMissing(row)) continue;
+    SCOPED_TRACE(toUtf8(io::descriptionOf(row)));
+    Collection collection;
+    Waveform& waveform = createWaveform(collection, u"loud");
+    fill(waveform, samples);
+    waveform.rate = io::extensionOf(row) == u"gsm" ? 8000 : 48000;
+    const Path path = folder / ("loud." + toUtf8(io::extensionOf(row)));
+    ASSERT_TRUE(io::saveItem(&waveform, row, path, io::saveOptionsFor(row, 0))) << toUtf8(lastError());
+    const Opened opened = openWaveform(path);
+    if (opened.waveform) {
+      EXPECT_NEAR(static_cast<double>(samplesOf(*opened.waveform).size()), kFrames, 8000);
+    }
+  }
+}
+
 TEST(AudioHostile, RefusesWhatGivesNothing) {
   const TempFolder folder;
   const int row = io::findWritingRowByDescription(u"Free lossless audio codec (default)");
