@@ -15,7 +15,7 @@ namespace {
 // 66976 / 256 Hz is middle C to a hundredth of a cent.
 constexpr std::uint32_t kPeriodFrames = 256, kPeriodRate = 66976;
 constexpr std::uint32_t kNoiseFrames = 88200, kNoiseRate = 44100;
-constexpr int kHarmonics = 60;  // up to about 16 kHz at middle C
+constexpr std::size_t kHarmonics = 60;  // up to about 16 kHz at middle C
 
 using Amplitude = double (*)(int harmonic);
 
@@ -36,12 +36,21 @@ constexpr Generator kGenerators[] = {{"sine", sine},         {"saw", saw},      
                                      {"triangle", triangle}, {"tri", triangle}, {"noise", nullptr},
                                      {"silence", silence}};
 
+// A period of the sine in so many steps, from one quarter of it: zeros are zeros, equal values are equal, and
+// what the systems' libraries compute differently in the last bit is gone when it is rounded.
+double sineAt(std::size_t step) {
+  constexpr std::size_t kQuarter = kPeriodFrames / 4;
+  const std::size_t inHalf = step % (2 * kQuarter);
+  const std::size_t inQuarter = inHalf <= kQuarter ? inHalf : 2 * kQuarter - inHalf;
+  const double value = std::sin(std::numbers::pi / 2 * static_cast<double>(inQuarter) / kQuarter);
+  return step % kPeriodFrames < 2 * kQuarter ? value : -value;
+}
+
 void fillPeriod(std::span<float> samples, Amplitude amplitude) {
   for (std::size_t i = 0; i < samples.size(); ++i) {
-    const double phase = 2 * std::numbers::pi * static_cast<double>(i) / kPeriodFrames;
     double value = 0;
-    for (int harmonic = 1; harmonic <= kHarmonics; ++harmonic)
-      value += amplitude(harmonic) * std::sin(phase * harmonic);
+    for (std::size_t harmonic = 1; harmonic <= kHarmonics; ++harmonic)
+      value += amplitude(static_cast<int>(harmonic)) * sineAt(i * harmonic);
     samples[i] = static_cast<float>(0.5 * value);
   }
 }
