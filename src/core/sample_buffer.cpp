@@ -6,6 +6,8 @@
 #include <limits>
 #include <new>
 
+#include "base/last_error.h"
+
 namespace vemko {
 namespace {
 
@@ -56,6 +58,15 @@ bool fitsAddressSpace(std::uint64_t frames, std::uint32_t channels, int addressB
   const std::uint64_t limit =
       addressBits >= 64 ? std::numeric_limits<std::uint64_t>::max() : (std::uint64_t{1} << addressBits) - 1;
   return channels == 0 || frames <= limit / sizeof(float) / channels;
+}
+
+bool mayLoad(std::uint64_t frames, std::uint32_t channels, int addressBits) {
+  return fitsAddressSpace(frames, channels, addressBits) || fail(u"Wave too big - use 64-bit version!");
+}
+
+bool mayGrowTo(std::uint64_t frames, std::uint32_t channels, int addressBits) {
+  return (frames <= UINT32_MAX && fitsAddressSpace(frames, channels, addressBits)) ||
+         fail(u"Wave would be too big for the 32-bit app");
 }
 
 }  // namespace vemko

@@ -46,5 +46,11 @@ inline constexpr int kAddressBits = static_cast<int>(sizeof(void*)) * 8;
 /// Whether frames x channels float samples, computed in 64 bits, can be addressed by a program whose pointers
 /// have `addressBits` bits. The parameter lets the answers of the 32-bit program be tested anywhere.
 bool fitsAddressSpace(std::uint64_t frames, std::uint32_t channels, int addressBits = kAddressBits);
+/// Whether samples that are to be loaded fit. Fails with "Wave too big - use 64-bit version!"; what does not
+/// need all of them at once, as converting, works all the same.
+bool mayLoad(std::uint64_t frames, std::uint32_t channels, int addressBits = kAddressBits);
+/// Whether a waveform may become so long. Fails with "Wave would be too big for the 32-bit app", also for
+/// more frames than a waveform can count.
+bool mayGrowTo(std::uint64_t frames, std::uint32_t channels, int addressBits = kAddressBits);
 
 }  // namespace vemko

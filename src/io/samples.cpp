@@ -49,7 +49,7 @@ enum class Threads { One, All };
 bool load(Waveform& waveform, Threads threads) {
   if (waveform.buffer) return true;
   if (!waveform.source) return fail(u"No wave data import procedure");
-  if (!fitsAddressSpace(waveform.frames, waveform.channels)) return fail(u"Wave is too big!");
+  if (!mayLoad(waveform.frames, waveform.channels)) return false;
   auto buffer = SampleBuffer::allocate(waveform.frames, waveform.channels, waveform.rate);
   if (!buffer) return fail(u"Out of memory");
   const bool sliced = threads == Threads::All && waveform.frames > kSliceFrames && waveform.source->canSeek();

@@ -8,8 +8,8 @@ namespace vemko::io {
 
 /// Makes the waveform's samples present as floats. Unless `quiet`, more than 250000 frames show the wait
 /// cursor and "Reading: " with the waveform's name. Fails with "No wave data import procedure", "Could not
-/// open file", "Wave is too big!", "Out of memory" or the source's own message; the waveform stays without
-/// samples then.
+/// open file", "Wave too big - use 64-bit version!" (in a program of 32 bits), "Out of memory" or the
+/// source's own message; the waveform stays without samples then.
 bool loadSamples(Waveform& waveform, bool quiet);
 
 /// loadSamples for several waveforms, each listed once, on all processors and quietly.

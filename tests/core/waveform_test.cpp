@@ -71,6 +71,13 @@ TEST(SampleBuffer, KnowsWhatTheAddressSpaceHolds) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(fitsAddressSpace(c.frames, c.channels, c.bits), c.fits);
+    setLastError(u"");
+    EXPECT_EQ(mayLoad(c.frames, c.channels, c.bits), c.fits);
+    EXPECT_EQ(toUtf8(lastError()), c.fits ? "" : "Wave too big - use 64-bit version!");
+    setLastError(u"");
+    const bool mayGrow = c.fits && c.frames <= UINT32_MAX;
+    EXPECT_EQ(mayGrowTo(c.frames, c.channels, c.bits), mayGrow);
+    EXPECT_EQ(toUtf8(lastError()), mayGrow ? "" : "Wave would be too big for the 32-bit app");
   }
 }
 

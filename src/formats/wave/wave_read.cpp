@@ -163,6 +163,10 @@ void readTexts(const WaveFile& file, const Path& path, Waveform& waveform) {
 
 bool readMapped(InputFile& input, Bytes& bytes) {
   bytes = input.bytes();
+  // A program of 32 bits has no room for a large file, whatever part of it is the header.
+  constexpr std::uint64_t kLargeFor32Bits = 1 << 28;
+  if (bytes.empty() && kAddressBits == 32 && input.size() >= kLargeFor32Bits)
+    return fail(u"Wave too big - use 64-bit version!");
   return !bytes.empty() || input.size() == 0;
 }
 

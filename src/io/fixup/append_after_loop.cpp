@@ -23,9 +23,7 @@ std::uint32_t frameBehind(const Span& loop, std::uint32_t steps, bool alternatin
 
 bool append(Waveform& waveform, const Span& loop, bool alternating) {
   const std::uint64_t frames = std::uint64_t{loop.end} + kFramesAfterLoop;
-  if (frames > UINT32_MAX || !fitsAddressSpace(frames, waveform.channels))
-    return fail(u"Wave would be too big for the 32-bit app");
-  if (!loadSamples(waveform, true)) return false;
+  if (!mayGrowTo(frames, waveform.channels) || !loadSamples(waveform, true)) return false;
   auto longer =
       SampleBuffer::allocate(static_cast<std::uint32_t>(frames), waveform.channels, waveform.buffer->rate());
   if (!longer) return fail(u"Out of memory");

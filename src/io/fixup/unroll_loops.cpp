@@ -108,9 +108,7 @@ void insertReversedLoops(std::span<const float> from, std::span<float> to, const
 
 bool growSamples(Waveform& waveform, const Unrolled& unrolled, std::uint32_t inserted) {
   const std::uint64_t frames = std::uint64_t{waveform.frames} + inserted;
-  if (frames > UINT32_MAX || !fitsAddressSpace(frames, waveform.channels))
-    return fail(u"Wave would be too big for the 32-bit app");
-  if (!loadSamples(waveform, true)) return false;
+  if (!mayGrowTo(frames, waveform.channels) || !loadSamples(waveform, true)) return false;
   auto longer =
       SampleBuffer::allocate(static_cast<std::uint32_t>(frames), waveform.channels, waveform.buffer->rate());
   if (!longer) return fail(u"Out of memory");
