@@ -1,8 +1,9 @@
 # Sourced: builds the libraries that the Windows programs are linked with, once, outside the tree. They come from the
 # source packages of the distribution, so that both systems' programs have the same versions.
 #
-#   build_core_libraries WIDTH     what vemko and the tests need
+#   build_core_libraries WIDTH     what vemko needs
 #   build_window_libraries WIDTH   what vemko-studio needs beyond that
+#   build_test_libraries WIDTH     what the tests need beyond that
 # WIDTH is x64 or x86.
 
 WINDOWS_LIBRARIES=${VEMKO_WINDOWS_LIBRARIES:-${XDG_CACHE_HOME:-$HOME/.cache}/vemko}
@@ -86,9 +87,11 @@ build_wxwidgets() {
     nice make -j"$(nproc)" && make install
 }
 
-link_headers() {
-  local include name folder; include=$(windows_prefix "$1")/include
-  mkdir -p "$include"
+# Of zlib only the static library is to be found.
+link_what_is_there() {
+  local prefix include name folder; prefix=$(windows_prefix "$1") include=$(windows_prefix "$1")/include
+  mkdir -p "$include" "$prefix/lib"
+  ln -sfn "/usr/$(windows_host "$1")/lib/libz.a" "$prefix/lib/libz.a"
   for name in "${WINDOWS_HEADERS[@]}"; do
     for folder in /usr/include "/usr/include/$(dpkg-architecture -q DEB_HOST_MULTIARCH)"; do
       [ ! -e "$folder/$name" ] || ln -sfn "$folder/$name" "$include/$name"
@@ -97,9 +100,11 @@ link_headers() {
 }
 
 build_core_libraries() {
-  link_headers "$1"
-  build_library "$1" taglib build_taglib && build_library "$1" googletest build_googletest
+  link_what_is_there "$1"
+  build_library "$1" taglib build_taglib
 }
+
+build_test_libraries() { build_library "$1" googletest build_googletest; }
 
 build_window_libraries() {
   build_library "$1" libpng1.6 build_libpng && build_library "$1" libjpeg-turbo build_libjpeg &&

@@ -20,6 +20,8 @@ set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_LIBDIR} ${VEMKO_WINDOWS_PREFIX}/lib/pkgconfig)
 
+set(wxWidgets_CONFIG_EXECUTABLE ${VEMKO_WINDOWS_PREFIX}/bin/wx-config)
+
 # One file to hand on: neither the compiler's libraries nor ours come as DLLs.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_CXX_FLAGS_INIT "-DTAGLIB_STATIC")
