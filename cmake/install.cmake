@@ -1,6 +1,7 @@
 # What `cmake --install` brings to a system. The manual page and the completion are printed by the program itself,
 # from the tables that its options are parsed with.
 include(GNUInstallDirs)
+set(CMAKE_INSTALL_DOCDIR ${CMAKE_INSTALL_DATADIR}/doc/vemko-studio)
 
 install(TARGETS vemko RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(FILES LICENSE README.md DESTINATION ${CMAKE_INSTALL_DOCDIR})

@@ -9,9 +9,14 @@ RUN_PACKAGES=(shared-mime-info libflac12 libvorbisfile3 libvorbisenc2 libopusfil
 # The tests compare our files with what independent programs make of them.
 TEST_PACKAGES=(libgtest-dev ccache sndfile-programs sox ffmpeg flac vorbis-tools opus-tools lame mpg123 wavpack awesfx
   fluid-soundfont-gm fluidsynth gigtools python3-numpy xvfb xauth)
-# Only for the Windows programs: the compilers, what unpacks the source packages of their libraries, and the icon's tools.
-WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev dpkg-dev librsvg2-bin icoutils)
+# Only for the Windows programs: the compilers, and what unpacks the source packages of their libraries.
+WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev dpkg-dev make)
 WINE_PACKAGES=(wine wine64)
+# What scripts/package.sh packs with, and what scripts/test-packages.sh looks at the result with.
+PACKAGE_PACKAGES=(dpkg-dev nsis zip python3)
+PACKAGE_TEST_PACKAGES=(debootstrap unzip)
+
+join_with() { local joint=$1 all; shift; printf -v all "%s$joint" "$@"; printf '%s' "${all%"$joint"}"; }
 
 say() { printf '%s\n' "$*" >&2; }
 
