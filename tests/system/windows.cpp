@@ -75,8 +75,14 @@ ProcessId startProcess(const Path& program, const std::vector<std::string>& argu
   start.hStdOutput = createInheritable(options.folder / ".out");
   start.hStdError = createInheritable(options.folder / ".err");
   PROCESS_INFORMATION started{};
-  const bool ok = ::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
-                                   options.folder.c_str(), &start, &started);
+  bool ok = false;
+  // A busy Wine that has just lost a process now and then fails to start the next one.
+  for (int attempt = 0; attempt < 5 && !ok; ++attempt) {
+    if (attempt > 0) ::Sleep(200);
+    ok = ::CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, 0, nullptr,
+                          options.folder.c_str(), &start, &started);
+    if (!ok && ::GetLastError() != ERROR_INTERNAL_ERROR) break;
+  }
   ::CloseHandle(start.hStdOutput);
   ::CloseHandle(start.hStdError);
   setEnvironment(variable, nullptr);
