@@ -39,7 +39,7 @@ start() {
   sleep 0.5
 }
 stop() { kill "$studio" 2>/dev/null; wait "$studio" 2>/dev/null || true; studio=; }
-picture() { sleep "${2:-0.8}"; import -window root +dither -colors 220 "$out/$1.png"; }
+picture() { sleep "${2:-0.8}"; import -window root -trim +repage +dither -colors 220 "$out/$1.png"; }
 at() { xdotool mousemove --window "$window" "$1" "$2" click 1; sleep 0.5; }
 within() { xdotool mousemove --window "$(xdotool getactivewindow)" "$1" "$2" click 1; sleep 0.5; }
 keys() { xdotool key "$@"; sleep 0.5; }

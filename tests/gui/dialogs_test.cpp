@@ -10,6 +10,7 @@
 #include "app/app_settings.h"
 #include "app/gui/actions.h"
 #include "app/gui/commands.h"
+#include "app/gui/labels.h"
 #include "app/gui/waveform_list.h"
 #include "codecs/raw_samples.h"
 #include "core/parameters.h"
@@ -90,6 +91,50 @@ TEST_F(Dialogs, SeveralWaveformsAreChangedInOneStep) {
   press('Z', wxMOD_CONTROL);
   EXPECT_EQ(waveform(0).fineTuneCents, 0);
   EXPECT_EQ(waveform(1).text(TextProperty::Product), u"");
+}
+
+TEST_F(Dialogs, EveryFieldOfARegionComesBack) {
+  Layer& layer = createLayer(createInstrument(collection(), {}), {});
+  const ItemId id = createRegion(layer, u"Region").id();
+  window().settingsChanged();
+  document().selectItems({id});
+  settle();
+  struct Case {
+    const char* page;
+    const char* field;
+    const char* value;
+  };
+  const Case cases[] = {
+      {"Parameters", "Lowest key", "C3"},        {"Parameters", "Highest key", "50"},
+      {"Parameters", "Lowest velocity", "10"},   {"Parameters", "Highest velocity", "100"},
+      {"Parameters", "Root key", "A4"},          {"Parameters", "Fixed velocity", "99"},
+      {"Parameters", "Exclusive group", "3"},    {"Parameters", "Delay", "0.5"},
+      {"Parameters", "Plays from", "1000"},      {"Parameters", "Plays to", "2000"},
+      {"Cross-fades", "Keys, fade in to", "60"}, {"Cross-fades", "Velocities, fade out from", "90"}};
+  for (int round : {0, 1})
+    editSelected([&](wxDialog& dialog) {
+      for (const Case& each : cases) {
+        SCOPED_TRACE(each.field);
+        showPage(dialog, each.page);
+        auto& text = field<wxTextCtrl>(dialog, each.field);
+        if (round == 0) write(text, each.value);
+        if (round == 1) {
+          EXPECT_TRUE(text.GetValue() == each.value ||
+                      keyFromText(text.GetValue()) == keyFromText(each.value));
+        }
+      }
+      click(button(dialog, "OK"));
+    });
+  const Region& region = *collection().find<Region>(id);
+  EXPECT_EQ(region.keys, (MidiRange{48, 50}));
+  EXPECT_EQ(region.rootKey, 69);
+  EXPECT_EQ(region.fixedVelocity, 99);
+  EXPECT_EQ(region.fixedKey, Region::kNotSet) << "left empty";
+  EXPECT_EQ(region.section, (PlaySection{1000, 2000}));
+  EXPECT_EQ(region.fadeInKeys, (MidiRange{0, 60}));
+  EXPECT_EQ(region.fadeOutVelocities, (MidiRange{90, 127}));
+  EXPECT_EQ(document().history().undoName(), u"Change properties of region");
+  EXPECT_EQ(document().history().stepCount(), 1u) << "the second time nothing was changed";
 }
 
 TEST_F(Dialogs, ArticulationOfSeveralLevels) {

@@ -15,22 +15,26 @@ namespace {
 
 constexpr int kFieldWidth = 110;
 
+bool mayBeNone(FieldType type) { return type == FieldType::KeyOrNone || type == FieldType::WholeOrNone; }
+
 wxString fieldText(const ItemField& field, double value) {
-  if (field.type == FieldType::Whole) return wxString::Format("%.0f", value);
+  if (mayBeNone(field.type) && value > field.maximum) return {};
+  if (field.type == FieldType::Whole || field.type == FieldType::WholeOrNone)
+    return wxString::Format("%.0f", value);
   if (field.type == FieldType::Decimal) return wxString::Format("%g", value);
-  return value <= 127 ? keyText(static_cast<int>(value)) : wxString();
+  return keyText(static_cast<int>(value));
 }
 
 // Nothing for what is no value of the field.
 std::optional<double> fieldValue(const ItemField& field, const wxString& text) {
   double value = 0;
-  if (field.type == FieldType::KeyOrNone && text.Strip(wxString::both).empty()) return Region::kNotSet;
+  if (mayBeNone(field.type) && text.Strip(wxString::both).empty()) return Region::kNotSet;
   if (field.type == FieldType::Key || field.type == FieldType::KeyOrNone)
     value = keyFromText(text);
   else if (!text.ToDouble(&value) && !text.ToCDouble(&value))
     return std::nullopt;
   if (value < field.minimum || value > field.maximum) return std::nullopt;
-  if (field.type == FieldType::Whole && value != static_cast<double>(static_cast<long long>(value)))
+  if (field.type != FieldType::Decimal && value != static_cast<double>(static_cast<long long>(value)))
     return std::nullopt;
   return value;
 }

@@ -8,7 +8,8 @@ class wxSizer;
 
 namespace vemko::gui {
 
-enum class FieldType { Whole, Decimal, Key, KeyOrNone, Check, Choice };
+/// An empty field of the types "OrNone" is stored as 255.
+enum class FieldType { Whole, WholeOrNone, Decimal, Key, KeyOrNone, Check, Choice };
 
 /// One number of an item: how it is shown, its bounds, and the field it stands for.
 struct ItemField {
@@ -24,6 +25,8 @@ struct ItemField {
 
 /// The fields that the items have in common; none for items that have only texts.
 std::span<const ItemField> fieldsOf(std::span<Item* const> items);
+/// Cross-fades of regions; none for other kinds.
+std::span<const ItemField> fadeFieldsOf(std::span<Item* const> items);
 /// Whether they are waveforms whose samples are raw data of a file.
 bool haveRawSamples(std::span<Item* const> items);
 /// The format in which raw data are taken.

@@ -50,6 +50,44 @@ void setPatch(Item& item, int shift, std::uint32_t mask, double value) {
   word = (word & ~(mask << shift)) | (static_cast<std::uint32_t>(value) & mask) << shift;
 }
 
+constexpr const char* kEffects[] = {"None", "Chorus", "Reverb"};
+
+template <int send>
+constexpr ItemField sendField(const char* label) {
+  return {label,
+          "",
+          FieldType::Choice,
+          0,
+          2,
+          [](const Item& i) { return static_cast<double>(as<Instrument>(i).sendEffects[send]); },
+          [](Item& i, double v) { as<Instrument>(i).sendEffects[send] = static_cast<SendEffect>(v); },
+          kEffects};
+}
+
+/// One end of a cross-fade.
+template <MidiRange Region::*fade, std::uint8_t MidiRange::*end>
+constexpr ItemField fadeField(const char* label, FieldType type) {
+  return {label,
+          "",
+          type,
+          0,
+          127,
+          [](const Item& i) { return static_cast<double>(as<Region>(i).*fade.*end); },
+          [](Item& i, double v) { (as<Region>(i).*fade).*end = static_cast<std::uint8_t>(v); }};
+}
+
+/// The part of the waveform that a region plays.
+template <std::uint32_t PlaySection::*end>
+constexpr ItemField sectionField(const char* label, const char* note) {
+  return {label,
+          note,
+          FieldType::Whole,
+          0,
+          4294967295.0,
+          [](const Item& i) { return static_cast<double>(as<Region>(i).section.*end); },
+          [](Item& i, double v) { as<Region>(i).section.*end = static_cast<std::uint32_t>(v); }};
+}
+
 constexpr const char* kTriggers[] = {"Attack", "Release", "First note", "Legato"};
 constexpr double kMost32 = 4294967295.0;
 constexpr double kMostHeader = 9007199254740991.0;  // whole numbers that a double holds
@@ -108,6 +146,7 @@ constexpr ItemField kInstrumentFields[] = {
      [](const Item& i) { return static_cast<double>(as<Instrument>(i).patch.program()); }, [](Item& i, double v) { setPatch(i, 0, 127, v); }},
     {"Drum kit flag", "Separate address space for drum channels", Check, 0, 1,
      [](const Item& i) { return as<Instrument>(i).patch.isDrumKit() ? 1.0 : 0.0; }, [](Item& i, double v) { setPatch(i, 21, 1, v); }},
+    sendField<0>("Send channel 1:"), sendField<1>("Send channel 2:"), sendField<2>("Send channel 3:"), sendField<3>("Send channel 4:"),
 };
 
 constexpr ItemField kRegionFields[] = {
@@ -121,9 +160,19 @@ constexpr ItemField kRegionFields[] = {
      [](Item& i, double v) { setRange(as<Region>(i).velocities, as<Region>(i).setFields, region_fields::Velocities, false, v); }},
     memberField<Region, &Region::rootKey>("Root key:", "empty: the waveform's", KeyOrNone, 0, 127),
     memberField<Region, &Region::fixedKey>("Fixed key:", "every note sounds as this key", KeyOrNone, 0, 127),
+    memberField<Region, &Region::fixedVelocity>("Fixed velocity:", "and at this velocity", WholeOrNone, 0, 127),
     memberField<Region, &Region::exclusiveGroup>("Exclusive group:", "0: none", Whole, 0, 255),
     memberField<Region, &Region::trigger>("Trigger:", "", Choice, 0, 3, kTriggers),
     memberField<Region, &Region::delaySeconds>("Delay:", "s", Decimal, 0, 100),
+    sectionField<&PlaySection::start>("Plays from:", "frame"),
+    sectionField<&PlaySection::end>("Plays to:", "frame; both 0: as the waveform says"),
+};
+
+constexpr ItemField kFadeFields[] = {
+    fadeField<&Region::fadeInKeys, &MidiRange::low>("Keys, fade in from:", Key), fadeField<&Region::fadeInKeys, &MidiRange::high>("Keys, fade in to:", Key),
+    fadeField<&Region::fadeOutKeys, &MidiRange::low>("Keys, fade out from:", Key), fadeField<&Region::fadeOutKeys, &MidiRange::high>("Keys, fade out to:", Key),
+    fadeField<&Region::fadeInVelocities, &MidiRange::low>("Velocities, fade in from:", Whole), fadeField<&Region::fadeInVelocities, &MidiRange::high>("Velocities, fade in to:", Whole),
+    fadeField<&Region::fadeOutVelocities, &MidiRange::low>("Velocities, fade out from:", Whole), fadeField<&Region::fadeOutVelocities, &MidiRange::high>("Velocities, fade out to:", Whole),
 };
 
 constexpr ItemField kWaveformFields[] = {
@@ -155,6 +204,12 @@ constexpr ItemField kRawFields[] = {
 }  // namespace
 
 std::span<const ItemField> rawSampleFields() { return kRawFields; }
+
+std::span<const ItemField> fadeFieldsOf(std::span<Item* const> items) {
+  const auto isRegion = [](const Item* item) { return item->kind() == ItemKind::Region; };
+  return std::ranges::all_of(items, isRegion) ? std::span<const ItemField>(kFadeFields)
+                                              : std::span<const ItemField>();
+}
 
 bool haveRawSamples(std::span<Item* const> items) {
   return std::ranges::all_of(items, [](const Item* item) {

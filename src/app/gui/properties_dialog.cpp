@@ -59,6 +59,8 @@ class PropertiesDialog : public wxDialog {
     const auto hasLevel = [](Item* item) { return app::articulationOf(*item) != nullptr; };
     if (const auto fields = fieldsOf(items_); !fields.empty())
       addPage(new FieldPage(book_, items_, fields), "Parameters");
+    if (const auto fields = fadeFieldsOf(items_); !fields.empty())
+      addPage(new FieldPage(book_, items_, fields), "Cross-fades");
     if (std::ranges::all_of(items_, hasLevel)) addPage(new ArticulationPage(book_, items_), "Articulation");
     if (std::ranges::all_of(items_, isWaveform)) {
       if (items_.size() == 1)

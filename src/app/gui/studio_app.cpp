@@ -1,8 +1,11 @@
 #include "app/gui/studio_app.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <new>
 #include <wx/cmdline.h>
 #include <wx/image.h>
+#include <wx/msgdlg.h>
 
 #include "app/app_settings.h"
 #include "app/gui/actions.h"
@@ -47,6 +50,17 @@ bool StudioApp::OnInit() {
   if (!files.empty()) window_->onShown = [this, files] { openFiles(*window_, files); };
   window_->Show();
   return true;
+}
+
+// What needs memory and knows no way on ends here; everything else fails with a message of its own.
+bool StudioApp::OnExceptionInMainLoop() {
+  try {
+    throw;
+  } catch (const std::bad_alloc&) {
+    reserve_.reset();  // for the box
+    wxMessageBox("Out of memory - Vemko Studio will terminate", "Error!", wxOK | wxICON_ERROR);
+    std::_Exit(EXIT_FAILURE);
+  }
 }
 
 int StudioApp::OnExit() {

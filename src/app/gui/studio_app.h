@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <memory>
 #include <vector>
 #include <wx/app.h>
@@ -21,11 +22,13 @@ class StudioApp : public wxApp {
  protected:
   void OnInitCmdLine(wxCmdLineParser& parser) override;
   bool OnCmdLineParsed(wxCmdLineParser& parser) override;
+  bool OnExceptionInMainLoop() override;
 
  private:
   std::unique_ptr<SettingsStore> store_;
   MainWindow* window_ = nullptr;
   std::vector<wxString> files_;
+  std::unique_ptr<std::byte[]> reserve_ = std::make_unique<std::byte[]>(1 << 20);
 };
 
 }  // namespace vemko::gui
