@@ -68,22 +68,6 @@ TEST_F(Instances, ExchangeItemsByTheClipboard) {
   EXPECT_EQ(wave.name(), u"Organ A3");
   EXPECT_EQ(wave.frames, 26460u);
   EXPECT_NE(wave.mainLoop(), nullptr);
-
-  // And the loop alone, from the page of loops.
-  std::optional<std::vector<LoopRecord>> loop;
-  for (int i = 0; i < 5 && !loop; ++i) {
-    other.takeKeys();
-    press(WXK_RETURN, wxMOD_ALT);
-    for (int wait = 0; wait < 10; ++wait) settle();
-    press(WXK_PAGEDOWN, wxMOD_CONTROL);
-    press('O', wxMOD_ALT);
-    for (int wait = 0; wait < 5; ++wait) settle();
-    loop = recordsFromClipboard(app::ClipboardFormat::Loop);
-    press(WXK_ESCAPE);
-  }
-  ASSERT_TRUE(loop) << toUtf8(lastError());
-  EXPECT_EQ(loop->at(0).name, u"Main Loop");
-  EXPECT_EQ(loop->at(0).end, wave.mainLoop()->end);
 }
 
 TEST_F(Instances, PlacesAndSizesAreKept) {

@@ -57,8 +57,8 @@ bool Document::open(const Path& file, io::OpenMode mode) {
   selectedItems_.clear();
   selectedWaveforms_.clear();
   const bool opened = io::openWithMode(collection_, file, mode, true);
-  pastRevisions_.clear();
-  futureRevisions_.clear();
+  past_.clear();
+  future_.clear();
   savedRevision_ = revision_ = ++lastRevision_;
   tell({.structure = true, .items = {}});
   return opened;
@@ -69,8 +69,8 @@ void Document::startNew() {
   history_.clear();
   selectedItems_.clear();
   selectedWaveforms_.clear();
-  pastRevisions_.clear();
-  futureRevisions_.clear();
+  past_.clear();
+  future_.clear();
   savedRevision_ = revision_ = ++lastRevision_;
   tell({.structure = true, .items = {}});
 }
@@ -105,7 +105,7 @@ void Document::whileSaving(const std::function<void()>& work) {
   std::erase_if(created, [&](ItemId id) { return known.contains(id); });
   snapshot.addAbsent(created);
   history_.add(u"Tidy up before saving", std::move(snapshot));
-  takeStep();
+  takeStep({.structure = true, .items = {}});
 }
 
 std::u16string Document::title() const {
@@ -114,19 +114,19 @@ std::u16string Document::title() const {
 
 bool Document::undo() {
   if (!history_.undo(collection_)) return false;
-  futureRevisions_.push_back(revision_);
-  revision_ = pastRevisions_.back();
-  pastRevisions_.pop_back();
-  tell({.structure = true, .items = {}});
+  const Revision step = std::move(past_.back());
+  past_.pop_back();
+  future_.push_back({std::exchange(revision_, step.number), step.change});
+  tell(step.change);
   return true;
 }
 
 bool Document::redo() {
   if (!history_.redo(collection_)) return false;
-  pastRevisions_.push_back(revision_);
-  revision_ = futureRevisions_.back();
-  futureRevisions_.pop_back();
-  tell({.structure = true, .items = {}});
+  const Revision step = std::move(future_.back());
+  future_.pop_back();
+  past_.push_back({std::exchange(revision_, step.number), step.change});
+  tell(step.change);
   return true;
 }
 
@@ -137,8 +137,9 @@ bool Document::edit(std::u16string stepName, std::span<const ItemId> items, Touc
   if (!change(created)) return false;
   before.addAbsent(created);
   history_.add(std::move(stepName), std::move(before));
-  takeStep();
-  tell({.structure = touches == Touches::Structure, .items = {items.begin(), items.end()}});
+  const DocumentChange told{.structure = touches == Touches::Structure, .items = {items.begin(), items.end()}};
+  takeStep(told);
+  tell(told);
   return true;
 }
 
@@ -170,15 +171,16 @@ bool Document::applyTool(const tools::ToolEntry& tool, tools::ToolContext& conte
   context.history = &history_;
   const bool applied = tools::applyTool(tool, context);
   if (context.processedCount > 0) {
-    takeStep();
-    tell({.structure = true, .items = {}});
+    const DocumentChange told{.structure = true, .items = {}};
+    takeStep(told);
+    tell(told);
   }
   return applied;
 }
 
-void Document::takeStep() {
-  pastRevisions_.push_back(revision_);
-  futureRevisions_.clear();
+void Document::takeStep(DocumentChange change) {
+  past_.push_back({revision_, std::move(change)});
+  future_.clear();
   revision_ = ++lastRevision_;
 }
 

@@ -134,7 +134,7 @@ class Document {
   std::vector<ItemId> placeCopies(CopiedItems& copied, std::span<const PastePlace> places, bool own,
                                   Created& created);
   void whileSaving(const std::function<void()>& work);
-  void takeStep();
+  void takeStep(DocumentChange change);
   void tell(DocumentChange change);
   void dropGoneSelection();
   std::vector<ItemId> withNewSubItems(std::vector<ItemId> items) const;
@@ -148,7 +148,12 @@ class Document {
 
   // Every state of the collection has a number; undo and redo go back and forth between them.
   std::uint64_t revision_ = 0, savedRevision_ = 0, lastRevision_ = 0;
-  std::vector<std::uint64_t> pastRevisions_, futureRevisions_;
+  // On the other side of a step, and what the step changes either way.
+  struct Revision {
+    std::uint64_t number;
+    DocumentChange change;
+  };
+  std::vector<Revision> past_, future_;
 };
 
 }  // namespace vemko::app

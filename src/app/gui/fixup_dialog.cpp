@@ -23,7 +23,7 @@ bool confirmFixups(wxWindow* parent) {
     content->Add(check, wxSizerFlags().Border(wxTOP, dialog.FromDIP(kRowGap)));
     checks.emplace_back(&step, check);
   }
-  finishDialog(dialog, content, "&OK");
+  finishDialog(dialog, content, "OK");
   if (dialog.ShowModal() != wxID_OK) return false;
   for (const auto& [step, check] : checks) io::fixupOptions().*step->option = check->GetValue();
   return true;

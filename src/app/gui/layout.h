@@ -57,7 +57,7 @@ inline void finishDialog(wxDialog& dialog, wxSizer* content, const wxString& okL
   if (cancel)
     row->Add(new wxButton(&dialog, wxID_CANCEL), wxSizerFlags().Border(wxLEFT, dialog.FromDIP(kRowGap)));
 #else
-  if (cancel) row->Add(new wxButton(&dialog, wxID_CANCEL, "&Cancel"));
+  if (cancel) row->Add(new wxButton(&dialog, wxID_CANCEL, "Cancel"));
   row->Add(ok, wxSizerFlags().Border(wxLEFT, dialog.FromDIP(kRowGap)));
 #endif
   ok->SetDefault();

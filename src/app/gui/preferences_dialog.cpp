@@ -70,7 +70,7 @@ class PreferencesDialog : public wxDialog {
     book_->AddPage(all_, "All settings");
     auto* content = new wxBoxSizer(wxVERTICAL);
     content->Add(book_, wxSizerFlags(1).Expand());
-    finishDialog(*this, content, "&OK");
+    finishDialog(*this, content, "OK");
     turnPagesByKey(*this, *book_);
   }
 

@@ -65,7 +65,7 @@ ProcessDialog::ProcessDialog(wxWindow* parent, app::Document& document,
   auto* content = new wxBoxSizer(wxVERTICAL);
   content->Add(fields, wxSizerFlags().Expand());
   content->Add(panes, wxSizerFlags(1).Expand().Border(wxTOP, FromDIP(kDialogMargin)));
-  finishDialog(*this, content, "&OK");
+  finishDialog(*this, content, "OK");
 
   list_->Bind(wxEVT_CHOICE, [this](wxCommandEvent&) { showList(); });
   tools_->Bind(wxEVT_LISTBOX, [this](wxCommandEvent&) { showTool(); });

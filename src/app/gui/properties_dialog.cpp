@@ -48,7 +48,7 @@ class PropertiesDialog : public wxDialog {
     addPages();
     auto* content = new wxBoxSizer(wxVERTICAL);
     content->Add(book_, wxSizerFlags(1).Expand());
-    finishDialog(*this, content, "&OK");
+    finishDialog(*this, content, "OK");
     turnPagesByKey(*this, *book_);
     Bind(wxEVT_BUTTON, &PropertiesDialog::onOk, this, wxID_OK);
   }

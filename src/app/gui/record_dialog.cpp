@@ -61,7 +61,7 @@ bool editRecord(wxWindow* parent, LoopRecord& record, std::uint32_t frames) {
   };
   type->Bind(wxEVT_CHOICE, [enable](wxCommandEvent&) { enable(); });
   enable();
-  finishDialog(dialog, grid, "&OK");
+  finishDialog(dialog, grid, "OK");
   if (dialog.ShowModal() != wxID_OK) return false;
 
   record.name = textFrom(name->GetValue());
