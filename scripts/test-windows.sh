@@ -18,17 +18,18 @@ build release vemko
 programs=build/windows-tests
 
 work=$(mktemp -d)
-export WINEPREFIX=$work/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
+# Wine takes arguments for text of the locale.
+export WINEPREFIX=$work/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml=" LC_ALL=C.UTF-8
 unset DISPLAY
-trap '"$wine"server -k 2>/dev/null || true; rm -rf "$work"' EXIT
+trap 'wineserver -k 2>/dev/null || true; rm -rf "$work"' EXIT
 say "Preparing Wine"
 "$wine" wineboot --init >/dev/null 2>&1
 # A crash ends the program; no debugger looks at it.
 "$wine" reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false /f >/dev/null
 
 say "Running the tests under Wine"
-# What POSIX systems alone have is not built: tests/*/posix. What is skipped says why.
-"$wine" "$programs/vemko-tests.exe" --gtest_brief=1 --gtest_filter="${1:-*}" | tr -d '\r'
+# What POSIX systems alone have is not built: tests/*/posix. What is skipped says why. The corpus is for the comparison.
+env -u VEMKO_CORPUS "$wine" "$programs/vemko-tests.exe" --gtest_brief=1 --gtest_filter="${1:-*}" | tr -d '\r'
 
 say "Looking at the settings"
 key='HKCU\Software\Quorvel-Labs\Vemko Studio'
@@ -37,7 +38,7 @@ settings aio.nLatency -2
 settings app.bShowNoteNames 0
 settings app.wszWave 'C:\Größe\editor.exe'
 "$wine" reg query "$key" | tr -d '\r' >"$work/stored"
-expect() { grep -qE "$1" "$work/stored" || { cat "$work/stored" >&2; say "The registry lacks: $1"; exit 1; }; }
+expect() { LC_ALL=C grep -qaE "$1" "$work/stored" || { cat "$work/stored" >&2; say "The registry lacks: $1"; exit 1; }; }
 expect '^ +VersionNumber +REG_SZ +12\.13$'
 expect '^ +aio\.nLatency +REG_DWORD +0xfffffffe$'
 expect '^ +app\.bShowNoteNames +REG_BINARY +00$'
