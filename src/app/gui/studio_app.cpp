@@ -31,6 +31,7 @@ bool StudioApp::OnInit() {
   SetAppName("vemko-studio");
   SetAppDisplayName(kProductName);
   if (!wxApp::OnInit()) return false;
+  if (isDone_) return true;
   wxInitAllImageHandlers();
   applyColourScheme();
   window_ = new MainWindow;
@@ -63,6 +64,8 @@ bool StudioApp::OnExceptionInMainLoop() {
   }
 }
 
+int StudioApp::OnRun() { return isDone_ ? 0 : wxApp::OnRun(); }
+
 int StudioApp::OnExit() {
   if (store_ && !app::saveSettings(*store_)) logWarning(lastError());
   return wxApp::OnExit();
@@ -77,7 +80,8 @@ void StudioApp::OnInitCmdLine(wxCmdLineParser& parser) {
 bool StudioApp::OnCmdLineParsed(wxCmdLineParser& parser) {
   if (parser.Found("version")) {
     std::printf("%s %s\n", kProductName, kVersion);
-    return false;
+    isDone_ = true;  // a refusal to start would be a failure
+    return true;
   }
   for (std::size_t i = 0; i < parser.GetParamCount(); ++i) files_.push_back(parser.GetParam(i));
   return wxApp::OnCmdLineParsed(parser);

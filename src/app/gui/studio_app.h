@@ -15,6 +15,7 @@ class StudioApp : public wxApp {
  public:
   bool Initialize(int& count, wxChar** values) override;
   bool OnInit() override;
+  int OnRun() override;
   int OnExit() override;
 
   MainWindow* window() const { return window_; }
@@ -28,6 +29,7 @@ class StudioApp : public wxApp {
   std::unique_ptr<SettingsStore> store_;
   MainWindow* window_ = nullptr;
   std::vector<wxString> files_;
+  bool isDone_ = false;  // the command line asked for no window
   std::unique_ptr<std::byte[]> reserve_ = std::make_unique<std::byte[]>(1 << 20);
 };
 
