@@ -137,7 +137,8 @@ bool Document::edit(std::u16string stepName, std::span<const ItemId> items, Touc
   if (!change(created)) return false;
   before.addAbsent(created);
   history_.add(std::move(stepName), std::move(before));
-  const DocumentChange told{.structure = touches == Touches::Structure, .items = {items.begin(), items.end()}};
+  const DocumentChange told{.structure = touches == Touches::Structure,
+                            .items = {items.begin(), items.end()}};
   takeStep(told);
   tell(told);
   return true;

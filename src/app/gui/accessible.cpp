@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <wx/control.h>
 #include <wx/window.h>
 
 #include "platform/shared_library.h"
@@ -91,8 +92,10 @@ void tellNames(wxWindow& parent) {
   }
 }
 #else
-// Windows takes a window's text for its name, and a label that stands before a control.
+// Windows takes the text of a window that draws itself for its name. The system's own controls tell about
+// themselves, and take their names from the labels before them.
 void setAccessibleText(wxWindow& window, const wxString& name, const wxString& description) {
+  if (window.IsKindOf(wxCLASSINFO(wxControl))) return;
   window.SetLabel(description.empty() ? name : name + ", " + description);
 }
 void setAccessibleRole(wxWindow&, const char*) {}

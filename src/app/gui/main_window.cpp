@@ -31,7 +31,7 @@
 namespace vemko::gui {
 namespace {
 
-constexpr int kLeastWidth = 480, kLeastHeight = 320;
+constexpr int kLeastWidth = 480, kLeastHeight = 160;  // the height of what is in the frame
 constexpr std::size_t kMostRecentFiles = 12;
 
 class FileTarget : public wxFileDropTarget {
@@ -78,33 +78,37 @@ MainWindow::MainWindow()
   showPartsWithWindow();
 }
 
-// Where a window manager has its say the window is first shown with next to no size, and the toolkit
-// complains of each part that it has to lay out in that.
+// Where a window manager has its say the window is first shown with next to no size, and GTK complains of
+// each part that it has to lay out in that. The status line, which minds nothing, stays.
+void MainWindow::showParts(bool visible) {
+#ifdef __WXGTK__
+  for (wxWindow* part : {static_cast<wxWindow*>(GetMenuBar()), static_cast<wxWindow*>(GetToolBar()),
+                         static_cast<wxWindow*>(columns_)})
+    part->Show(visible);
+#endif
+  partsAreShown_ = visible;
+}
+
 void MainWindow::showPartsWithWindow() {
-  const auto show = [this](bool visible) {
-    for (wxWindow* part : {static_cast<wxWindow*>(GetMenuBar()), static_cast<wxWindow*>(GetToolBar()),
-                           static_cast<wxWindow*>(columns_)})
-      part->Show(visible);
-  };
-  const auto showWhenSized = [this, show] {
-    if (columns_->IsShown() || !IsShown() || GetClientSize().y < FromDIP(kLeastHeight)) return;
+  const auto showWhenSized = [this] {
+    if (partsAreShown_ || !IsShown() || GetClientSize().y < FromDIP(kLeastHeight)) return;
     columns_->SetSize(GetClientSize());
     columns_->UpdateSize();
     rows_->UpdateSize();
-    show(true);
+    showParts(true);
     SendSizeEvent();
     tree_->SetFocus();
     if (onShown) CallAfter(std::exchange(onShown, {}));
   };
-  show(false);
-  SetMinSize(FromDIP(wxSize(kLeastWidth, kLeastHeight)));
+  showParts(false);
+  SetMinSize(FromDIP(wxSize(kLeastWidth, 2 * kLeastHeight)));
   Bind(wxEVT_SHOW, [this, showWhenSized](wxShowEvent& event) {
     event.Skip();
     CallAfter(showWhenSized);
   });
   Bind(wxEVT_SIZE, [this, showWhenSized](wxSizeEvent& event) {
     event.Skip();
-    if (!columns_->IsShown()) CallAfter(showWhenSized);
+    if (!partsAreShown_) CallAfter(showWhenSized);
   });
 }
 

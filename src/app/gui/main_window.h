@@ -61,6 +61,7 @@ class MainWindow : public wxFrame {
   void storePlacement();
 
   // main_window.cpp
+  void showParts(bool visible);
   void showPartsWithWindow();
   void documentChanged(const app::DocumentChange& change);
   void selectionChanged();
@@ -72,7 +73,7 @@ class MainWindow : public wxFrame {
   void onColoursChanged(wxSysColourChangedEvent& event);
   void onClose(wxCloseEvent& event);
 
-  bool isComplete_ = false;
+  bool isComplete_ = false, partsAreShown_ = false;
   app::Document document_;
   app::SampleLoader loader_;
   wxFileHistory recentFiles_;
