@@ -39,7 +39,7 @@ start() {
   sleep 0.5
 }
 stop() { kill "$studio" 2>/dev/null; wait "$studio" 2>/dev/null || true; studio=; }
-picture() { sleep "${2:-0.8}"; import -window root -trim +repage +dither -colors 220 "$out/$1.png"; }
+picture() { xdotool mousemove 1098 738; sleep "${2:-0.8}"; import -window root -trim +repage +dither -colors 220 "$out/$1.png"; }
 at() { xdotool mousemove --window "$window" "$1" "$2" click 1; sleep 0.5; }
 within() { xdotool mousemove --window "$(xdotool getactivewindow)" "$1" "$2" click 1; sleep 0.5; }
 keys() { xdotool key "$@"; sleep 0.5; }
@@ -57,19 +57,18 @@ waveform() { at 330 103; }
 shut() { keys Escape; }
 
 start "$bank"
-instrument; keys Right
+at 130 152; keys alt+Return ctrl+Next; picture articulation-pitch; within 54 126; picture articulation; shut
+instrument; keys Right Right Right Right; keys Down Down Down Down Down Down
 picture main
 waveform; keys Down Down
 picture waveform
 keys ctrl+3; picture log; keys ctrl+1
-instrument; keys Right Right; picture layer; keys Right Right; picture region
-keys alt+Return; pages region-parameters region-articulation region-texts; shut
+instrument; keys Right; picture layer; keys Right Right; picture region
+keys alt+Return; pages region-parameters region-fades region-articulation region-texts; shut
 waveform; keys alt+Return
 pages properties loops source texts image; shut
 at 330 126; keys shift+Down shift+Down; keys alt+Return; pages several several-source several-texts; shut
 waveform; keys ctrl+p; picture process; keys Down Down Down Down; picture process-normalize; shut
-at 130 175; keys alt+Return ctrl+Next; picture articulation
-within 54 126; picture articulation-filter; shut
 instrument; keys ctrl+shift+s; picture save; shut
 keys alt+f; picture menu; keys l; picture save-all; shut
 keys ctrl+comma; pages preferences preferences-opening preferences-display preferences-saving preferences-all
