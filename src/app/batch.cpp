@@ -5,7 +5,6 @@
 
 #include "base/last_error.h"
 #include "base/text.h"
-#include "io/loss_report.h"
 #include "io/open.h"
 
 namespace vemko::app {
@@ -38,13 +37,9 @@ ItemKind kindToSave(const Collection& collection, const BatchTarget& target) {
   return collection.count(ItemKind::Song) > 0 ? ItemKind::Song : ItemKind::Waveform;
 }
 
-std::vector<std::u16string> lossTexts(const Item& item, const BatchTarget& target,
-                                      const io::SaveOptions& options) {
-  std::vector<std::u16string> texts;
-  if (target.reportLosses)
-    for (const io::Loss& loss : io::lossesOfSaving(item, target.row, options))
-      texts.push_back(lossText(loss));
-  return texts;
+using Losses = std::vector<io::Loss>;
+Losses lossesOf(const Item& item, const BatchTarget& target, const io::SaveOptions& options) {
+  return target.reportLosses ? io::lossesOfSaving(item, target.row, options) : Losses();
 }
 
 void saveOne(Item& item, Path file, const BatchTarget& target, const io::SaveOptions& options,
@@ -62,7 +57,7 @@ void saveOne(Item& item, Path file, const BatchTarget& target, const io::SaveOpt
     }
     if (target.onExists == OnExists::Rename) file = io::freeFileName(file, fileExists);
   }
-  std::vector<std::u16string> losses = lossTexts(item, target, options);
+  Losses losses = lossesOf(item, target, options);
   result.ok = io::saveWithBackup(&item, file, target.row, options, false);
   if (result.ok) {
     result.outputs.push_back({.file = file, .skipped = false, .losses = std::move(losses)});
@@ -110,9 +105,7 @@ void saveSeveral(Collection& collection, ItemKind kind, const BatchTask& task, c
     const bool skipped = std::exchange(exists, false);
     if (saved || (skipped && target.onExists == OnExists::Skip))
       result.outputs.push_back(
-          {.file = file,
-           .skipped = skipped,
-           .losses = skipped ? std::vector<std::u16string>{} : lossTexts(item, target, options)});
+          {.file = file, .skipped = skipped, .losses = skipped ? Losses() : lossesOf(item, target, options)});
     else
       failures.add(skipped ? std::u16string_view(u"File already exists") : lastError(), file);
   };
@@ -126,6 +119,7 @@ void saveItems(Collection& collection, const BatchTask& task, const BatchTarget&
                BatchResult& result) {
   const ItemKind kind = kindToSave(collection, target);
   io::SaveOptions options = io::saveOptionsFor(target.row, target.requested);
+  options.tellsLosses = !target.reportLosses;
   options.extra = static_cast<std::uint32_t>(target.sampleFiles);
   options.setting = target.setting;
   if (kind == ItemKind::Song)

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "io/companion_files.h"
+#include "io/loss_report.h"
 #include "io/save.h"
 
 namespace vemko::app {
@@ -24,7 +25,7 @@ struct BatchTarget {
   io::SampleFiles sampleFiles = io::SampleFiles::Wav;
   OnExists onExists = OnExists::Overwrite;
   bool allowRawImport = false;
-  bool reportLosses = false;
+  bool reportLosses = false;  ///< In the result instead of the log.
 };
 
 /// One input, or several that are merged into one collection, with the names that are its own in the run.
@@ -37,7 +38,7 @@ struct BatchTask {
 struct BatchOutput {
   Path file;
   bool skipped = false;
-  std::vector<std::u16string> losses;
+  std::vector<io::Loss> losses;  ///< Where they are asked for.
 };
 
 struct BatchResult {

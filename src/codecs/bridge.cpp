@@ -100,8 +100,8 @@ bool MemorySink::writeAt(std::uint64_t offset, Bytes data) {
   return true;
 }
 
-EncoderBlocks::EncoderBlocks(const EncoderInput& input, std::size_t framesPerBlock)
-    : input_(input), block_(framesPerBlock * input.channels) {}
+EncoderBlocks::EncoderBlocks(const EncoderInput& input, std::size_t framesPerBlock, float limit)
+    : input_(input), block_(framesPerBlock * input.channels), limit_(limit) {}
 
 std::optional<std::span<const float>> EncoderBlocks::next() {
   const std::size_t blockFrames = block_.size() / input_.channels;
@@ -114,6 +114,8 @@ std::optional<std::span<const float>> EncoderBlocks::next() {
     setLastError(u"Reading from file failed");
     return std::nullopt;
   }
+  if (limit_ > 0)
+    for (float& sample : samples) sample = sample == sample ? std::clamp(sample, -limit_, limit_) : 0;
   constexpr std::uint64_t kProgressFrames = 1'000'000;
   if (done_ / kProgressFrames != (done_ + wanted) / kProgressFrames)
     showProgress(static_cast<double>(done_) / static_cast<double>(input_.frames));

@@ -110,7 +110,9 @@ struct EncoderInput {
 /// Hands an encoder's input out in blocks and shows the progress.
 class EncoderBlocks {
  public:
-  EncoderBlocks(const EncoderInput& input, std::size_t framesPerBlock);
+  /// Samples beyond `limit`, full scale being 1, are clipped to it, and what is no number becomes 0, for
+  /// encoders that stumble over them; 0: samples stay as they are.
+  EncoderBlocks(const EncoderInput& input, std::size_t framesPerBlock, float limit = 0);
   /// The next frames, a full block but for the last one; empty at the end; nothing, with the last error
   /// message set, when they cannot be read.
   std::optional<std::span<const float>> next();
@@ -119,6 +121,7 @@ class EncoderBlocks {
   const EncoderInput& input_;
   std::uint64_t done_ = 0;
   std::vector<float> block_;
+  float limit_;
 };
 
 /// Reorders the channels of each frame in place; order[i] is the present place of the channel that becomes

@@ -146,7 +146,7 @@ bool encode(const EncoderInput& input, const EncodeOptions& options, ByteSink& s
     return fail(u"MPEG audio can not hold this sample rate");
 
   const std::uint64_t start = sink.size();
-  EncoderBlocks blocks(input, kBlockFrames);
+  EncoderBlocks blocks(input, kBlockFrames, 1);
   std::vector<unsigned char> coded(kBlockFrames * 5 / 4 + 7200);  // the library's own bound
   std::vector<float> limited;
   for (bool isEnd = false; !isEnd;) {

@@ -65,7 +65,8 @@ bool encode(const EncoderInput& input, std::uint32_t bitsPerSecond, const std::v
               OPE_SET_SERIALNO(static_cast<opus_int32>(input.frames * 2654435761u ^ input.rate)));
 
   setLastError(u"Writing to file failed");  // unless the source or the sink says more
-  EncoderBlocks blocks(input, kBlockFrames);
+  constexpr float kLimit = 8;               // peaks a little beyond full scale come back as they were
+  EncoderBlocks blocks(input, kBlockFrames, kLimit);
   std::vector<float> reordered;
   for (;;) {
     const auto samples = blocks.next();

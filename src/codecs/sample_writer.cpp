@@ -1,11 +1,15 @@
 #include "codecs/sample_writer.h"
 
 #include <algorithm>
+#include <cmath>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "base/last_error.h"
+#include "base/log.h"
 #include "base/progress.h"
+#include "base/text.h"
 
 namespace vemko {
 namespace {
@@ -53,6 +57,33 @@ class ChannelStream final : public SampleStream {
   std::vector<float> block_;
 };
 
+class WatchedStream final : public SampleStream {
+ public:
+  WatchedStream(std::unique_ptr<SampleStream> stream, std::u16string name, std::size_t channels)
+      : stream_(std::move(stream)), name_(std::move(name)), channels_(channels) {}
+  ~WatchedStream() override {
+    if (beyond_ == 0) return;
+    logWarning(u"Samples beyond full scale are clipped: " + toUtf16(std::to_string(beyond_)) + u" of \"" +
+               name_ + u"\"");
+  }
+
+  std::optional<std::size_t> read(std::span<float> out) override {
+    const auto frames = stream_->read(out);
+    for (float sample : out.first(frames.value_or(0) * channels_)) beyond_ += std::fabs(sample) > 1;
+    return frames;
+  }
+
+ private:
+  std::unique_ptr<SampleStream> stream_;
+  std::u16string name_;
+  std::size_t channels_;
+  std::size_t beyond_ = 0;
+};
+
+bool isFloat(SampleEncoding encoding) {
+  return encoding == SampleEncoding::Float32 || encoding == SampleEncoding::Float64;
+}
+
 bool isSameFormat(const StoredSamples& stored, const PcmFormat& format) {
   return stored.encoding == format.encoding && stored.bigEndian == format.bigEndian &&
          stored.signed8 == format.signed8;
@@ -92,6 +123,14 @@ std::unique_ptr<SampleStream> withChannels(std::unique_ptr<SampleStream> stream,
   return std::make_unique<ChannelStream>(std::move(stream), from, to);
 }
 
+std::unique_ptr<SampleStream> watchClipping(std::unique_ptr<SampleStream> stream, const Waveform& waveform,
+                                            std::uint8_t channels) {
+  const bool canGoBeyond = !waveform.sourceIsIntact() || isFloat(waveform.source->encoding()) ||
+                           waveform.source->encoding() == SampleEncoding::Codec;
+  if (!stream || !canGoBeyond) return stream;
+  return std::make_unique<WatchedStream>(std::move(stream), waveform.displayName(), channels);
+}
+
 bool writeSamples(const Waveform& waveform, const PcmFormat& format, std::uint8_t channels,
                   BlockWriter& out) {
   const std::uint64_t bytes = std::uint64_t{waveform.frames} * channels * bytesPerSample(format);
@@ -100,6 +139,7 @@ bool writeSamples(const Waveform& waveform, const PcmFormat& format, std::uint8_
         stored && isSameFormat(*stored, format) && stored->byteCount == bytes)
       return copyStored(*waveform.source, *stored, out);
   auto stream = withChannels(openSamples(waveform), waveform.channels, channels);
+  if (!isFloat(format.encoding)) stream = watchClipping(std::move(stream), waveform, channels);
   return stream && encodeStream(*stream, waveform.frames, format, channels, out);
 }
 

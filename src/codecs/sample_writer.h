@@ -17,6 +17,11 @@ namespace vemko {
 std::unique_ptr<SampleStream> withChannels(std::unique_ptr<SampleStream> stream, std::uint8_t from,
                                            std::uint8_t to);
 
+/// The stream of samples that a writer clips at full scale, as all but floats do: when it goes, it tells in
+/// the log how many of them lay beyond. The same stream where none can.
+std::unique_ptr<SampleStream> watchClipping(std::unique_ptr<SampleStream> stream, const Waveform& waveform,
+                                            std::uint8_t channels);
+
 /// Appends all frames of the waveform with that many channels; exactly frames x channels x bytesPerSample
 /// bytes. Shows progress. False with the last error message set.
 bool writeSamples(const Waveform& waveform, const PcmFormat& format, std::uint8_t channels, BlockWriter& out);

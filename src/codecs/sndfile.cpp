@@ -224,6 +224,16 @@ void convert(std::span<const float> floats, const SubtypeRow& row, std::vector<s
     value = static_cast<std::int32_t>(static_cast<std::uint32_t>(value) << shift);
 }
 
+// The library does not read a file whose 24-bit samples fill one block alone: silence fills a second one.
+bool fillSecondBlock(SNDFILE* file, const EncoderInput& input, int format) {
+  constexpr std::uint64_t kBlockFrames = 10;
+  if (format != (SF_FORMAT_PAF | SF_FORMAT_PCM_24) || input.frames > kBlockFrames) return true;
+  const auto frames = static_cast<std::size_t>(kBlockFrames + 1 - input.frames);
+  const std::vector<std::int32_t> silence(frames * input.channels);
+  return functions().writeIntegers(file, silence.data(), static_cast<sf_count_t>(frames)) ==
+         static_cast<sf_count_t>(frames);
+}
+
 bool writeBlocks(SNDFILE* file, const EncoderInput& input, const SubtypeRow& row) {
   const bool isFloat = row.encoding == SampleEncoding::Float32 || row.encoding == SampleEncoding::Float64;
   EncoderBlocks blocks(input, std::max<std::size_t>(1, kRunSamples / input.channels));
@@ -286,7 +296,7 @@ bool encode(const EncoderInput& input, Container container, SampleEncoding encod
   // It would hold the time of day.
   functions().command(handle.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
   setLastError(u"Writing to file failed");  // unless the source or the sink says more
-  const bool ok = writeBlocks(handle.get(), input, *row);
+  const bool ok = writeBlocks(handle.get(), input, *row) && fillSecondBlock(handle.get(), input, info.format);
   return functions().close(handle.release()) == 0 && ok && output.ok;
 }
 

@@ -148,7 +148,8 @@ bool encode(const EncoderInput& input, float quality, const std::vector<std::str
   if (!functions().require()) return false;
   Encoder encoder;
   if (!encoder.start(input, quality) || !encoder.writeHeaders(comments, sink)) return false;
-  EncoderBlocks blocks(input, kBlockFrames);
+  constexpr float kLimit = 8;  // peaks a little beyond full scale come back as they were
+  EncoderBlocks blocks(input, kBlockFrames, kLimit);
   std::vector<float> reordered;
   for (;;) {
     const auto samples = blocks.next();

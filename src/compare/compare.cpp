@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <optional>
 
 #include "base/parallel_for.h"
 #include "compare/differences.h"
@@ -20,10 +21,20 @@ std::u16string placeOf(const Item& item) {
   return word + u" \"" + item.displayName() + u"\"";
 }
 
+/// The side of a pair may have been split off.
+FeatureMask featureOfSide(const Item& item) {
+  const auto* waveform = dynamic_cast<const Waveform*>(&item);
+  return waveform && waveform->side != StereoSide::None ? featureBit(features::PannedStereo) : FeatureMask();
+}
+
 template <class T>
 void addMissing(const Matched<T>& matched, std::vector<Difference>& differences) {
-  for (const T* item : matched.onlyFirst) differences.push_back({placeOf(*item), u"missing", u"yes", u"no"});
-  for (const T* item : matched.onlySecond) differences.push_back({placeOf(*item), u"missing", u"no", u"yes"});
+  const auto add = [&](const T& item, bool isFirst) {
+    differences.push_back(
+        {placeOf(item), u"missing", isFirst ? u"yes" : u"no", isFirst ? u"no" : u"yes", featureOfSide(item)});
+  };
+  for (const T* item : matched.onlyFirst) add(*item, true);
+  for (const T* item : matched.onlySecond) add(*item, false);
 }
 
 template <class T>
@@ -47,13 +58,15 @@ class Comparison {
  private:
   void compareWaveforms() {
     const auto a = allOf<Waveform>(first_), b = allOf<Waveform>(second_);
-    const auto matched = matchWaveforms(a, b);
-    for (const auto& [mine, other] : matched.pairs) partners_[mine->id()] = other->id();
+    auto matched = matchWaveforms(a, b);
+    classes_.emplace(matched);
     std::vector<std::vector<Difference>> found(matched.pairs.size());
     parallelFor(found.size(), [&](std::size_t i) {
       const auto& [mine, other] = matched.pairs[i];
       Differences differences(options_, placeOf(*mine));
       compare::compareWaveforms(*mine, *other, differences);
+      if (first_.count(ItemKind::Instrument) == 0 || second_.count(ItemKind::Instrument) == 0)
+        compareRootKeys(*mine, *other, differences);
       found[i] = differences.take();
       return true;
     });
@@ -64,7 +77,7 @@ class Comparison {
 
   void compareInstruments() {
     const auto a = allOf<Instrument>(first_), b = allOf<Instrument>(second_);
-    const auto matched = matchInstruments(a, b);
+    const auto matched = matchInstruments(a, b, *classes_);
     addMissing(matched, report_.differences);
     for (const auto& [mine, other] : matched.pairs) compareInstrument(*mine, *other);
     report_.instruments = matched.pairs.size();
@@ -78,21 +91,24 @@ class Comparison {
     differences.whole(u"bank MSB", mine.patch.bankMsb(), other.patch.bankMsb());
     differences.whole(u"bank LSB", mine.patch.bankLsb(), other.patch.bankLsb());
     differences.whole(u"drum kit", mine.patch.isDrumKit(), other.patch.isDrumKit());
-    const auto regions = matchRegions(mine, other, partners_);
+    const auto regions = matchRegions(mine, other, *classes_);
     append(report_.differences, differences.take());
     for (const Region* region : regions.onlyFirst) addMissingRegion(*region, true);
     for (const Region* region : regions.onlySecond) addMissingRegion(*region, false);
     for (const auto& [a, b] : regions.pairs) {
       Differences ofPair(options_, compare::placeOf(*a));
-      compareRegions(*a, *b, partners_, ofPair);
+      compareRegions(*a, *b, *classes_, ofPair);
       append(report_.differences, ofPair.take());
     }
     report_.regions += regions.pairs.size();
   }
 
   void addMissingRegion(const Region& region, bool isFirst) {
-    report_.differences.push_back(
-        {compare::placeOf(region), u"missing region", isFirst ? u"yes" : u"no", isFirst ? u"no" : u"yes"});
+    constexpr FeatureMask kLeavesOut = featureBits({features::SilentRegions, features::TriggerTypes});
+    FeatureMask features = featuresOf(region) & kLeavesOut;
+    if (region.waveform()) features |= featureOfSide(*region.waveform());
+    report_.differences.push_back({compare::placeOf(region), u"missing region", isFirst ? u"yes" : u"no",
+                                   isFirst ? u"no" : u"yes", features});
   }
 
   void compareSongs() {
@@ -106,23 +122,14 @@ class Comparison {
   void compareSong(const Song& mine, const Song& other) {
     Differences differences(options_, placeOf(mine));
     compareTexts(mine, other, differences);
-    differences.whole(u"settings", mine.settings, other.settings);
-    differences.whole(u"tracks", std::ssize(mine.children), std::ssize(other.children));
-    for (std::size_t i = 0; i < std::min(mine.children.size(), other.children.size()); ++i) {
-      const auto* a = first_.find<Track>(mine.children[i]);
-      const auto* b = second_.find<Track>(other.children[i]);
-      if (!a || !b) continue;
-      differences.text(u"track name", a->name(), b->name());
-      if (!std::ranges::equal(a->events(), b->events()))
-        differences.add(u"track events", decimalText(a->eventCount()), decimalText(b->eventCount()));
-    }
+    compareMusic(mine, other, differences);
     append(report_.differences, differences.take());
   }
 
   const Collection& first_;
   const Collection& second_;
   const Options& options_;
-  WaveformPartners partners_;
+  std::optional<WaveformClasses> classes_;
   Report report_;
 };
 

@@ -14,9 +14,13 @@ namespace vemko::compare {
 struct Options {
   /// How far apart values may be, in the smallest steps that a listener could tell: a cent, a tenth of a
   /// decibel, 1 % of a frequency or multiplier, 1 % of a time but at least 1 ms, 0.01 of a fraction, a
-  /// hundredth of a frame of a loop, one step of 16 bits of a sample. 0: exactly equal.
+  /// hundredth of a frame of a loop, a millisecond of a marker, one step of 16 bits of a sample. 0: exactly
+  /// equal.
   double tolerance = 0;
   bool samples = true;  ///< Compare the sample data too.
+  /// What the files of either side are called, without folder and extension: an item whose only name this is
+  /// has none of its own, and another one on the other side is no difference.
+  std::vector<std::u16string> fileNames = {};
 };
 
 struct Difference {
@@ -25,7 +29,7 @@ struct Difference {
   std::u16string first;  ///< The value in the first collection, with its unit; may be empty.
   std::u16string second;
   /// Features that a format must have to keep what differs here; 0 where every format should.
-  FeatureMask features = 0;
+  FeatureMask features = {};
 };
 
 struct Report {

@@ -4,6 +4,7 @@
 #include "base/text.h"
 #include "compare/differences.h"
 #include "core/filter.h"
+#include "core/key_rules.h"
 #include "core/parameters.h"
 #include "core/slot_values.h"
 
@@ -29,7 +30,7 @@ constexpr UnitRow kUnits[] = {
     {Unit::None,              u"",            0,     0},
     {Unit::Semitones,         u"semitones",   0.01,  0},
     {Unit::Decibels,          u"dB",          0.1,   0},
-    {Unit::Hertz,             u"Hz",          0,     0.01},
+    {Unit::Hertz,             u"Hz",          0.001, 0.01},
     {Unit::Seconds,           u"s",           0.001, 0.01},
     {Unit::Fraction,          u"",            0.01,  0},
     {Unit::Percent,           u"%",           1,     0},
@@ -44,12 +45,12 @@ const UnitRow& rowOf(Unit unit) {
   return *std::ranges::find_if(kUnits, [unit](const UnitRow& row) { return row.unit == unit; });
 }
 
-void compareSlot(Slot slot, float first, float second, Differences& differences) {
+void compareSlot(Slot slot, float first, float second, FeatureMask used, Differences& differences) {
   const Parameter& row = parameter(slot);
   if (row.reserved()) return;
   const UnitRow& unit = rowOf(row.unit);
   const double larger = std::max(std::fabs(double{first}), std::fabs(double{second}));
-  differences.need(featuresOfSlot(slot));
+  differences.need(featuresOfSlot(slot) & used);
   differences.number(row.name, first, second, std::max(unit.step, unit.proportion * larger), unit.text);
   differences.need(0);
 }
@@ -65,21 +66,38 @@ constexpr CarrierGroup kCarrierGroups[] = {
     {Carrier::XEnv, SlotGroup::XEnvelope},
 };
 
-/// Defaults in place of settings that do nothing, so that they are no difference.
-SlotValues soundingValues(const Region& region) {
-  SlotValues values = valuesOf(effective(region));
-  if (filterTypeOf(values) == FilterType::Off) resetGroup(values, SlotGroup::Filter);
+/// What the region plays with; with defaults in place of settings that do nothing, so that they are no
+/// difference.
+SlotValues soundingValues(const Region& region, bool isSettled) {
+  ArticulationBlock block = effective(region);
+  if (isSettled) settleFixedNote(region, block);
+  SlotValues values = valuesOf(block);
+  if (filterTypeOf(values) == FilterType::Off || isWideOpen(values)) resetGroup(values, SlotGroup::Filter);
   for (const CarrierGroup& row : kCarrierGroups)
     if (!isInUse(values, row.carrier)) resetGroup(values, row.group);
   return values;
 }
 
-/// Pitch at key 0 in cents, as far as it comes from the root key and the tunings: where two regions say the
-/// same pitch in different words there is no difference.
-double tuningCents(const Region& region, const SlotValues& values) {
+/// Whether more than pitch and volume hangs on the key or the velocity.
+bool dependsOnNote(const SlotValues& values) {
+  using namespace features;
+  constexpr FeatureMask kOnNotes =
+      featureBit(KeyVelocityToCutoff) | featureBit(KeyToVolumePan) | featureBit(KeyToAttackRelease) |
+      featureBit(features::KeyToDecay) | featureBit(VelocityToAttack1) | featureBit(VelocityToAttack2) |
+      featureBit(VelocityToDecay) | featureBit(VelocityToRelease) | featureBit(VelocityToEnvelopes);
+  for (int slot = 0; slot < kSlotCount; ++slot)
+    if (const auto at = static_cast<Slot>(slot);
+        values[at] != initialValues()[at] && (featuresOfSlot(at) & kOnNotes))
+      return true;
+  return false;
+}
+
+/// As far as it comes from the root key and the tunings: where two regions say the same pitch in different
+/// words there is no difference.
+double pitchCents(const Region& region, const SlotValues& values, int key) {
   const Waveform* waveform = region.waveform();
-  return 100.0 * values[slots::MasterTuning] + (waveform ? waveform->fineTuneCents : 0) -
-         100.0 * values[slots::KeyToPitch] * effectiveRootKey(region);
+  return 100.0 * values[slots::MasterTuning] + (waveform ? waveform->fineTuneCents : 0) +
+         100.0 * values[slots::KeyToPitch] * (key - effectiveRootKey(region));
 }
 
 double volumeDecibels(const Region& region, const SlotValues& values) {
@@ -94,9 +112,18 @@ std::u16string tuningText(const Region& region, const SlotValues& values) {
 }
 
 void compareTuning(const Region& first, const SlotValues& a, const Region& second, const SlotValues& b,
-                   Differences& differences) {
-  const double apart = std::fabs(tuningCents(first, a) - tuningCents(second, b));
-  if (apart > differences.options().tolerance + 1e-3)
+                   FeatureMask needed, Differences& differences) {
+  auto apart = [&](int key) { return pitchCents(second, b, key) - pitchCents(first, a, key); };
+  const double step = differences.options().tolerance + 1e-3;
+  const double low = apart(first.keys.low), high = apart(first.keys.high);
+  const bool isOtherScale = std::fabs(high - low) > step;
+  if (isOtherScale) {
+    differences.need(featuresOfSlot(slots::KeyToPitch) | needed);
+    differences.add(parameter(slots::KeyToPitch).name, decimalText(a[slots::KeyToPitch]) + u" semitones",
+                    decimalText(b[slots::KeyToPitch]) + u" semitones");
+    differences.need(0);
+  }
+  if (std::fabs(isOtherScale ? apart(effectiveRootKey(first)) : low) > step)
     differences.add(u"tuning", tuningText(first, a), tuningText(second, b));
 }
 
@@ -115,35 +142,69 @@ std::u16string placeOf(const Region& region) {
 }
 
 void compareArticulation(const Region& first, const Region& second, Differences& differences) {
-  const SlotValues a = soundingValues(first), b = soundingValues(second);
-  compareTuning(first, a, second, b, differences);
+  const bool sameNotes = first.fixedKey == second.fixedKey && first.fixedVelocity == second.fixedVelocity;
+  SlotValues a = soundingValues(first, !sameNotes), b = soundingValues(second, !sameNotes);
+  for (const CarrierGroup& row : kCarrierGroups)  // what leads nowhere on one side, its depths tell
+    if (!isInUse(a, row.carrier) || !isInUse(b, row.carrier)) {
+      resetGroup(a, row.group);
+      resetGroup(b, row.group);
+    }
+  if (!sameNotes && (dependsOnNote(a) || dependsOnNote(b))) {
+    differences.need(featureBit(features::FixedKey));
+    differences.whole(u"fixed key", first.fixedKey, second.fixedKey);
+    differences.whole(u"fixed velocity", first.fixedVelocity, second.fixedVelocity);
+    differences.need(0);
+  }
+  compareTuning(first, a, second, b, sameNotes ? 0 : featureBit(features::FixedKey), differences);
   differences.number(parameter(slots::MasterVolume).name, volumeDecibels(first, a), volumeDecibels(second, b),
                      0.1, u"dB");
+  const FeatureMask used = featuresOf(first) | featuresOf(second);
   for (int slot = 0; slot < kSlotCount; ++slot)
-    if (slot != slots::MasterTuning && slot != slots::MasterVolume) {
+    if (slot != slots::MasterTuning && slot != slots::KeyToPitch && slot != slots::MasterVolume) {
       const auto at = static_cast<Slot>(slot);
-      if (a[at] != b[at]) compareSlot(at, a[at], b[at], differences);
+      if (a[at] != b[at]) compareSlot(at, a[at], b[at], used, differences);
     }
 }
 
-void compareRegions(const Region& first, const Region& second, const WaveformPartners& partners,
+void compareRules(const PlayRules& first, const PlayRules& second, Differences& differences) {
+  auto list = [](const std::vector<ControllerRange>& ranges) {
+    std::u16string text;
+    for (const ControllerRange& range : ranges)
+      text += (text.empty() ? u"" : u", ") + decimalText(range.controller) + u": " +
+              rangeText({range.low, range.high});
+    return text.empty() ? u"none" : text;
+  };
+  differences.need(featureBit(features::PlayRules));
+  differences.whole(u"round robin length", first.sequenceLength, second.sequenceLength);
+  differences.whole(u"round robin position", first.sequencePosition, second.sequencePosition);
+  differences.number(u"random from", first.randomLow, second.randomLow, 0.001);
+  differences.number(u"random to", first.randomHigh, second.randomHigh, 0.001);
+  differences.whole(u"group", first.group, second.group);
+  differences.whole(u"stopped by group", first.stoppedBy, second.stoppedBy);
+  differences.whole(u"stops naturally", first.stopsNaturally, second.stopsNaturally);
+  differences.whole(u"plays to its end", first.playsToEnd, second.playsToEnd);
+  differences.whole(u"ignores keys", first.ignoresKeys, second.ignoresKeys);
+  differences.text(u"controllers", list(first.controllers), list(second.controllers));
+  differences.text(u"started by controllers", list(first.starts), list(second.starts));
+  differences.need(featureBit(features::CrossFades));
+  differences.whole(u"key fade curve", static_cast<int>(first.keyFade), static_cast<int>(second.keyFade));
+  differences.whole(u"velocity fade curve", static_cast<int>(first.velocityFade),
+                    static_cast<int>(second.velocityFade));
+  differences.need(0);
+}
+
+void compareRegions(const Region& first, const Region& second, const WaveformClasses& classes,
                     Differences& differences) {
   compareRanges(u"keys", first.keys, second.keys, differences);
   compareRanges(u"velocities", first.velocities, second.velocities, differences);
-  const auto partner = partners.find(first.waveformId);
-  const bool samePlayed = partner == partners.end()
-                              ? first.waveform() == nullptr && second.waveform() == nullptr
-                              : partner->second == second.waveformId;
-  if (!samePlayed) differences.add(u"waveform", waveformText(first), waveformText(second));
+  if (classes.of(first, true) != classes.of(second, false))
+    differences.add(u"waveform", waveformText(first), waveformText(second));
   differences.need(featureBit(features::PlaySections));
   const PlaySection a = effectivePlaySection(first), b = effectivePlaySection(second);
   differences.whole(u"play start", a.start, b.start);
   differences.whole(u"play end", a.end, b.end);
   differences.need(featureBit(features::ExclusiveGroups));
   differences.whole(u"exclusive group", first.exclusiveGroup, second.exclusiveGroup);
-  differences.need(featureBit(features::FixedKey));
-  differences.whole(u"fixed key", first.fixedKey, second.fixedKey);
-  differences.whole(u"fixed velocity", first.fixedVelocity, second.fixedVelocity);
   differences.need(featureBit(features::TriggerTypes));
   differences.whole(u"trigger", static_cast<int>(first.trigger), static_cast<int>(second.trigger));
   differences.need(featureBit(features::DelayTime));
@@ -154,6 +215,7 @@ void compareRegions(const Region& first, const Region& second, const WaveformPar
   compareRanges(u"fade-in velocities", first.fadeInVelocities, second.fadeInVelocities, differences);
   compareRanges(u"fade-out velocities", first.fadeOutVelocities, second.fadeOutVelocities, differences);
   differences.need(0);
+  if (first.rules != second.rules) compareRules(rulesOf(first), rulesOf(second), differences);
   compareArticulation(first, second, differences);
 }
 

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <string>
 
 #include "base/last_error.h"
@@ -11,11 +12,11 @@ namespace {
 
 constexpr double kFrameStep = 0.01, kCentStep = 1, kDecibelStep = 0.1, kSampleStep = 1 / 32768.0;
 
-std::vector<const LoopRecord*> recordsOf(const Waveform& waveform, bool loops) {
-  std::vector<const LoopRecord*> records;
-  for (const LoopRecord& record : waveform.records)
-    if ((record.type == RecordType::Loop) == loops && record.id != waveform.mainLoopId)
-      records.push_back(&record);
+bool isOff(const LoopRecord& record) {
+  return record.type == RecordType::Loop && record.play == LoopPlay::Off;
+}
+
+std::vector<const LoopRecord*> inOrder(std::vector<const LoopRecord*> records) {
   std::ranges::stable_sort(records, [](const LoopRecord* a, const LoopRecord* b) {
     return a->startFrames() != b->startFrames() ? a->startFrames() < b->startFrames()
                                                 : a->endFrames() < b->endFrames();
@@ -23,13 +24,34 @@ std::vector<const LoopRecord*> recordsOf(const Waveform& waveform, bool loops) {
   return records;
 }
 
+std::vector<const LoopRecord*> otherLoopsOf(const Waveform& waveform) {
+  std::vector<const LoopRecord*> loops;
+  for (const LoopRecord& record : waveform.records)
+    if (record.type == RecordType::Loop && !isOff(record) && record.id != waveform.mainLoopId)
+      loops.push_back(&record);
+  return inOrder(std::move(loops));
+}
+
+// Without sections that say what is an idle loop of the other one.
+std::vector<const LoopRecord*> markersOf(const Waveform& waveform, const Waveform& other) {
+  std::vector<const LoopRecord*> markers;
+  for (const LoopRecord& record : waveform.records) {
+    const bool isIdleLoop = std::ranges::any_of(other.records, [&](const LoopRecord& loop) {
+      return isOff(loop) && loop.start == record.start && loop.end == record.end;
+    });
+    if (record.type != RecordType::Loop && !isIdleLoop) markers.push_back(&record);
+  }
+  return inOrder(std::move(markers));
+}
+
 FeatureMask neededBy(const LoopRecord& first, const LoopRecord& second) {
   const auto isEither = [&](auto test) { return test(first) || test(second); };
-  FeatureMask needed = 0;
+  FeatureMask needed;
   if (isEither([](const LoopRecord& r) { return r.startHundredths != 0 || r.endHundredths != 0; }))
     needed |= featureBit(features::FractionalLoops);
   if (first.type == RecordType::SectionMarker) needed |= featureBit(features::SectionEnds);
-  if (first.type != RecordType::Loop) return needed | featureBit(features::Markers);
+  if (first.type != RecordType::Loop)
+    return needed | featureBits({features::Markers, features::PlaySections});
   needed |= featureBit(features::Loops);
   if (isEither([](const LoopRecord& r) { return r.play > LoopPlay::Forward; }))
     needed |= featureBit(features::ReverseLoops);
@@ -40,13 +62,32 @@ FeatureMask neededBy(const LoopRecord& first, const LoopRecord& second) {
   return needed;
 }
 
-void compareRecords(std::u16string_view what, const LoopRecord& first, const LoopRecord& second,
+/// Positions in frames of the second waveform's rate: where the rate was converted, they moved with it.
+struct Scale {
+  double factor = 1;
+  double step = kFrameStep;
+  double markerStep;  // a millisecond
+
+  Scale(const Waveform& first, const Waveform& second) : markerStep(second.rate / 1000.0) {
+    if (first.rate == second.rate || first.rate == 0) return;
+    factor = static_cast<double>(second.rate) / first.rate;
+    step = 1;
+  }
+};
+
+void comparePosition(std::u16string_view what, double first, double second, double step, Scale scale,
+                     Differences& differences) {
+  differences.number(what, first * scale.factor, second, std::max(step, scale.step), u"frames");
+}
+
+void compareRecords(std::u16string_view what, const LoopRecord& first, const LoopRecord& second, Scale scale,
                     Differences& differences) {
   const std::u16string word = std::u16string(what) + u" ";
+  const double step = first.type == RecordType::Loop ? kFrameStep : scale.markerStep;
   differences.need(neededBy(first, second));
-  differences.number(word + u"start", first.startFrames(), second.startFrames(), kFrameStep, u"frames");
+  comparePosition(word + u"start", first.startFrames(), second.startFrames(), step, scale, differences);
   if (first.type != RecordType::PositionMarker || second.type != RecordType::PositionMarker)
-    differences.number(word + u"end", first.endFrames(), second.endFrames(), kFrameStep, u"frames");
+    comparePosition(word + u"end", first.endFrames(), second.endFrames(), step, scale, differences);
   if (first.type != second.type)
     differences.add(word + u"type", std::u16string(displayWord(first.type)),
                     std::u16string(displayWord(second.type)));
@@ -64,29 +105,45 @@ void compareRecords(std::u16string_view what, const LoopRecord& first, const Loo
   differences.need(0);
 }
 
-void compareLists(std::u16string_view what, std::u16string_view plural, const Waveform& first,
-                  const Waveform& second, bool loops, Differences& differences) {
-  const auto a = recordsOf(first, loops), b = recordsOf(second, loops);
-  differences.need(featureBit(loops ? features::MoreLoops : features::Markers));
-  if (a.size() != b.size())
-    differences.whole(plural, static_cast<std::int64_t>(a.size()), static_cast<std::int64_t>(b.size()));
-  differences.need(0);
-  for (std::size_t i = 0; a.size() == b.size() && i < a.size(); ++i)
-    compareRecords(what, *a[i], *b[i], differences);
+void compareLists(std::u16string_view what, const std::vector<const LoopRecord*>& first,
+                  const std::vector<const LoopRecord*>& second, FeatureMask needed, Scale scale,
+                  Differences& differences) {
+  if (first.size() != second.size()) {
+    differences.need(needed);
+    differences.whole(std::u16string(what) + u"s", std::ssize(first), std::ssize(second));
+    return differences.need(0);
+  }
+  for (std::size_t i = 0; i < first.size(); ++i)
+    compareRecords(what, *first[i], *second[i], scale, differences);
 }
 
 bool plays(const LoopRecord* loop) { return loop && loop->play != LoopPlay::Off; }
 
+// Where zones say whether a loop is on, a waveform that none plays has its place alone.
+bool isOfZones(const Waveform& waveform, const LoopRecord* first, const LoopRecord* second) {
+  if (!first || !second || first->start != second->start || first->end != second->end) return false;
+  bool isPlayed = waveform.collection().count(ItemKind::Instrument) == 0;
+  waveform.collection().forEach<Region>([&](const Region& region) {
+    isPlayed = isPlayed || (region.waveformId == waveform.id() && soundsOnAttack(region));
+  });
+  return !isPlayed;
+}
+
 void compareLoops(const Waveform& first, const Waveform& second, Differences& differences) {
   const LoopRecord *a = first.mainLoop(), *b = second.mainLoop();
   if (plays(a) && plays(b)) {
-    compareRecords(u"loop", *a, *b, differences);
-  } else if (plays(a) != plays(b)) {
+    compareRecords(u"loop", *a, *b, {first, second}, differences);
+  } else if (plays(a) != plays(b) && !isOfZones(first, a, b)) {
     differences.need(featureBit(features::Loops));
     differences.add(u"loop", plays(a) ? u"yes" : u"no", plays(b) ? u"yes" : u"no");
   }
-  compareLists(u"other loop", u"other loops", first, second, true, differences);
-  compareLists(u"marker", u"markers", first, second, false, differences);
+  const Scale scale(first, second);
+  compareLists(u"other loop", otherLoopsOf(first), otherLoopsOf(second),
+               featureBits({features::MoreLoops, features::Loops}), scale, differences);
+  // What a format keeps no loop for may come back as marks.
+  constexpr FeatureMask kMarks =
+      featureBits({features::Markers, features::PlaySections, features::MoreLoops});
+  compareLists(u"marker", markersOf(first, second), markersOf(second, first), kMarks, scale, differences);
 }
 
 // The same stored bytes need no decoding.
@@ -96,11 +153,17 @@ bool isSameSource(const Waveform& first, const Waveform& second) {
 
 void compareSamples(const Waveform& first, const Waveform& second, Differences& differences) {
   if (first.frames == 0 || second.frames == 0 || isSameSource(first, second)) return;
+  if (first.rate != second.rate) return;  // nothing lies at the same place
   const auto found = differenceOf(first, second);
   if (!found) return differences.add(u"samples", u"unreadable: " + lastError(), u"");
-  if (found->largest <= kSampleStep * differences.options().tolerance && found->shift == 0) return;
+  const double step = kSampleStep * differences.options().tolerance;
+  if (found->largest <= step && found->shift == 0) return;
   std::u16string text =
-      found->largest == 0 ? u"equal" : u"SNR " + toUtf16(formatted("%.1f dB", found->snrDecibels));
+      found->largest == 0
+          ? u"equal"
+          : toUtf16(formatted("SNR %.1f dB, up to %.3g apart", found->snrDecibels, found->largest));
+  if (found->largest > found->largestInside && found->largestInside <= std::max(step, kSampleStep))
+    text += u", clipped at full scale";
   if (found->shift != 0) text += u", shifted by " + toUtf16(std::to_string(found->shift)) + u" frames";
   differences.add(u"samples", u"", std::move(text));
 }
@@ -109,11 +172,25 @@ void compareSamples(const Waveform& first, const Waveform& second, Differences& 
 
 void compareWaveforms(const Waveform& first, const Waveform& second, Differences& differences) {
   compareTexts(first, second, differences);
-  differences.whole(u"frames", first.frames, second.frames);
+  if (first.rate == second.rate) differences.whole(u"frames", first.frames, second.frames);
   differences.whole(u"sample rate", first.rate, second.rate);
+  differences.need(first.channels != second.channels ? featureBit(features::PannedStereo) : FeatureMask());
   differences.whole(u"channels", first.channels, second.channels);
+  differences.need(0);
   compareLoops(first, second, differences);
   if (differences.options().samples) compareSamples(first, second, differences);
+}
+
+void compareRootKeys(const Waveform& first, const Waveform& second, Differences& differences) {
+  differences.need(featureBit(features::RootKeys));
+  auto cents = [](const Waveform& w) { return w.fineTuneCents - 100.0 * w.rootKey; };
+  if (std::fabs(cents(first) - cents(second)) > kCentStep * differences.options().tolerance) {
+    differences.whole(u"root key", first.rootKey, second.rootKey);
+    differences.number(u"fine tune", first.fineTuneCents, second.fineTuneCents, 0, u"cents");
+  }
+  differences.number(u"volume adjustment", first.volumeAdjustmentDb, second.volumeAdjustmentDb, kDecibelStep,
+                     u"dB");
+  differences.need(0);
 }
 
 }  // namespace vemko::compare

@@ -1,5 +1,6 @@
 #include "compare/differences.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 
@@ -35,14 +36,31 @@ void Differences::number(std::u16string_view what, double first, double second, 
   add(what, decimalText(first) + behind, decimalText(second) + behind);
 }
 
+FeatureMask featureOfTexts(const Item& item) {
+  if (item.kind() == ItemKind::Waveform) return featureBit(features::WaveTexts);
+  return featureBit(item.kind() == ItemKind::Instrument ? features::InstrumentTexts : features::Texts);
+}
+
+// The sides of a stereo waveform that was split have names of their own.
+FeatureMask featureOfName(const Item& first, const Item& second) {
+  const auto *a = dynamic_cast<const Waveform*>(&first), *b = dynamic_cast<const Waveform*>(&second);
+  return a && b && a->channels != b->channels ? featureBit(features::PannedStereo) : FeatureMask();
+}
+
 void compareTexts(const Item& first, const Item& second, Differences& differences) {
+  // Names in files may lose spaces at their ends.
+  const auto isOfFile = [&](std::u16string_view name) {
+    return std::ranges::any_of(differences.options().fileNames,
+                               [&](std::u16string_view each) { return trimmed(each) == trimmed(name); });
+  };
   for (TextProperty property : kTextProperties) {
     if (property == TextProperty::SourceFile || property == TextProperty::Image) continue;
-    differences.need(property == TextProperty::Name ? 0 : featureBit(features::Texts));
+    if (property == TextProperty::Name && (isOfFile(first.name()) || isOfFile(second.name()))) continue;
+    differences.need(property == TextProperty::Name ? featureOfName(first, second) : featureOfTexts(first));
     differences.text(property == TextProperty::Name ? u"name" : textPropertyLabel(property),
                      first.text(property), second.text(property));
   }
-  differences.need(featureBit(features::Texts));
+  differences.need(featureBit(features::Images));
   if (!std::ranges::equal(first.image(), second.image()))
     differences.add(u"Image", decimalText(static_cast<double>(first.image().size())) + u" bytes",
                     decimalText(static_cast<double>(second.image().size())) + u" bytes");

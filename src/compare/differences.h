@@ -35,8 +35,12 @@ std::u16string placeOf(const Region& region);
 
 void compareTexts(const Item& first, const Item& second, Differences& differences);
 void compareWaveforms(const Waveform& first, const Waveform& second, Differences& differences);
+/// What regions otherwise say: root key, fine tune and volume adjustment.
+void compareRootKeys(const Waveform& first, const Waveform& second, Differences& differences);
+/// The events of all tracks together: how they are spread over tracks is not heard.
+void compareMusic(const Song& first, const Song& second, Differences& differences);
 /// Everything that decides how the region sounds; whether the waveforms are each other's partners included.
-void compareRegions(const Region& first, const Region& second, const WaveformPartners& partners,
+void compareRegions(const Region& first, const Region& second, const WaveformClasses& classes,
                     Differences& differences);
 /// Slots of what does nothing on either side are passed over, and so are those of tuning and volume, which
 /// are compared together with the waveform's.

@@ -1,6 +1,7 @@
 #include "compare/match.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <deque>
 #include <functional>
@@ -67,12 +68,33 @@ std::uint64_t fingerprintOf(const Waveform& w) {
   return hash;
 }
 
+std::u16string_view lastPart(std::u16string_view name) {
+  constexpr std::u16string_view kBetween = u" - ";
+  const std::size_t at = name.rfind(kBetween);
+  return at == name.npos ? name : name.substr(at + kBetween.size());
+}
+
+std::uint64_t loopPlaceOf(const Waveform& w) {
+  const LoopRecord* loop = w.mainLoop();
+  return loop && loop->play != LoopPlay::Off ? mixed(loop->start, loop->end) : 0;
+}
+
+// Waveforms of one name are told apart by numbers, which come in another order after another way.
+std::u16string_view withoutNumber(std::u16string_view name) {
+  const std::size_t end = name.find_last_not_of(u"0123456789");
+  return end != name.npos && end > 0 && name[end] == u' ' ? name.substr(0, end) : name;
+}
+
 // Variants of one recording differ in their loops.
 std::uint64_t loopOf(const Waveform& w) {
   const LoopRecord* loop = w.mainLoop();
   if (!loop || loop->play == LoopPlay::Off) return 0;
-  return mixed(mixed(loop->start, loop->end),
+  return mixed(loopPlaceOf(w),
                static_cast<std::uint64_t>(loop->play) << 1 | static_cast<std::uint64_t>(loop->count));
+}
+
+std::uint64_t rangesOf(const Region& r) {
+  return std::uint64_t{r.keys.low} << 24 | r.keys.high << 16 | r.velocities.low << 8 | r.velocities.high;
 }
 
 template <class T>
@@ -86,24 +108,17 @@ Matched<Waveform> matchWaveforms(std::span<const Waveform* const> first,
                                  std::span<const Waveform* const> second) {
   const Key<Waveform> keys[] = {
       [](const Waveform& w, bool) { return mixed(mixed(sizeOf(w), hashOf(w.name())), loopOf(w)); },
+      [](const Waveform& w, bool) {
+        return mixed(mixed(sizeOf(w), hashOf(withoutNumber(w.name()))), loopOf(w));
+      },
       [](const Waveform& w, bool) { return mixed(fingerprintOf(w), loopOf(w)); },
       [](const Waveform& w, bool) { return fingerprintOf(w); },
-      [](const Waveform& w, bool) { return mixed(sizeOf(w), w.rate); },
       [](const Waveform& w, bool) { return hashOf(w.name()); },
+      [](const Waveform& w, bool) { return hashOf(lastPart(w.name())); },
+      [](const Waveform& w, bool) { return mixed(sizeOf(w), w.rate); },
       inOrder<Waveform>,
   };
   return matchInPasses<Waveform>(first, second, keys);
-}
-
-Matched<Instrument> matchInstruments(std::span<const Instrument* const> first,
-                                     std::span<const Instrument* const> second) {
-  const Key<Instrument> keys[] = {
-      [](const Instrument& i, bool) { return mixed(i.patch.word, hashOf(i.name())); },
-      [](const Instrument& i, bool) -> std::uint64_t { return i.patch.word; },
-      [](const Instrument& i, bool) { return hashOf(i.name()); },
-      inOrder<Instrument>,
-  };
-  return matchInPasses<Instrument>(first, second, keys);
 }
 
 Matched<Song> matchSongs(std::span<const Song* const> first, std::span<const Song* const> second) {
@@ -111,24 +126,83 @@ Matched<Song> matchSongs(std::span<const Song* const> first, std::span<const Son
   return matchInPasses<Song>(first, second, keys);
 }
 
+namespace {
+
+// From the closest likeness to the loosest: content with the loop, with its place, by itself.
+std::array<std::uint64_t, 3> likenessesOf(const Waveform& waveform) {
+  const std::uint64_t content = fingerprintOf(waveform);
+  return {mixed(content, loopOf(waveform)), mixed(content, ~loopPlaceOf(waveform)), content};
+}
+
+}  // namespace
+
+WaveformClasses::WaveformClasses(Matched<Waveform>& matched) {
+  using Pair = std::pair<const Waveform*, const Waveform*>;
+  auto& pairs = matched.pairs;
+  const std::size_t count = pairs.size();
+  for (std::size_t i = 0; i < count; ++i)
+    first_[pairs[i].first->id()] = second_[pairs[i].second->id()] = i + 1;
+  auto join = [&](std::vector<const Waveform*>& left, auto& classes, auto side) {
+    if (left.empty()) return;
+    std::unordered_map<std::uint64_t, std::size_t> known;
+    for (std::size_t i = 0; i < count; ++i)
+      for (std::uint64_t key : likenessesOf(*(pairs[i].*side))) known.emplace(key, i);
+    std::erase_if(left, [&](const Waveform* waveform) {
+      auto same = known.end();
+      for (std::uint64_t key : likenessesOf(*waveform))
+        if (same == known.end()) same = known.find(key);
+      if (same == known.end()) return false;
+      classes[waveform->id()] = same->second + 1;
+      Pair pair = pairs[same->second];
+      pair.*side = waveform;
+      pairs.push_back(pair);
+      return true;
+    });
+  };
+  join(matched.onlyFirst, first_, &Pair::first);
+  join(matched.onlySecond, second_, &Pair::second);
+}
+
+std::size_t WaveformClasses::of(const Region& region, bool isFirst) const {
+  const auto& classes = isFirst ? first_ : second_;
+  const auto found = classes.find(region.waveformId);
+  return found == classes.end() ? 0 : found->second;
+}
+
+Matched<Instrument> matchInstruments(std::span<const Instrument* const> first,
+                                     std::span<const Instrument* const> second,
+                                     const WaveformClasses& classes) {
+  std::unordered_map<const Instrument*, std::uint64_t> contents;
+  auto regions = [&](const Instrument& instrument, bool isFirst) {
+    const auto [content, isNew] = contents.try_emplace(&instrument, 0);
+    if (isNew)  // in any order
+      for (const Region* region : regionsOf(instrument))
+        content->second += mixed(rangesOf(*region), classes.of(*region, isFirst));
+    return content->second;
+  };
+  const Key<Instrument> keys[] = {
+      [](const Instrument& i, bool) { return mixed(i.patch.word, hashOf(i.name())); },
+      [](const Instrument& i, bool) { return hashOf(i.name()); },
+      [&](const Instrument& i, bool isFirst) {
+        return mixed(hashOf(lastPart(i.name())), regions(i, isFirst));
+      },
+      regions,
+      [](const Instrument& i, bool) -> std::uint64_t { return i.patch.word; },
+      inOrder<Instrument>,
+  };
+  return matchInPasses<Instrument>(first, second, keys);
+}
+
 Matched<Region> matchRegions(const Instrument& first, const Instrument& second,
-                             const WaveformPartners& partners) {
-  auto ranges = [](const Region& r) {
-    return std::uint64_t{r.keys.low} << 24 | r.keys.high << 16 | r.velocities.low << 8 | r.velocities.high;
-  };
-  // A waveform of the first collection goes by its partner's id.
-  auto waveform = [&](const Region& r, bool isFirst) -> std::uint64_t {
-    if (!isFirst) return r.waveformId;
-    const auto found = partners.find(r.waveformId);
-    return found == partners.end() ? kNoItem : found->second;
-  };
+                             const WaveformClasses& classes) {
+  auto waveform = [&](const Region& r, bool isFirst) -> std::uint64_t { return classes.of(r, isFirst); };
   const Key<Region> keys[] = {
       [&](const Region& r, bool isFirst) {
-        return mixed(mixed(ranges(r), waveform(r, isFirst)), effective(r).hash());
+        return mixed(mixed(rangesOf(r), waveform(r, isFirst)), effective(r).hash());
       },
-      [&](const Region& r, bool isFirst) { return mixed(ranges(r), waveform(r, isFirst)); },
-      [&](const Region& r, bool) { return ranges(r); },
-      [&](const Region& r, bool isFirst) { return waveform(r, isFirst); },
+      [&](const Region& r, bool isFirst) { return mixed(rangesOf(r), waveform(r, isFirst)); },
+      [](const Region& r, bool) { return rangesOf(r); },
+      waveform,
       inOrder<Region>,
   };
   const std::vector<Region*> inFirst = regionsOf(first), inSecond = regionsOf(second);

@@ -41,8 +41,13 @@ class Frames {
 };
 
 struct Sums {
-  double largest = 0, signal = 0, noise = 0;
+  double largest = 0, largestInside = 0, signal = 0, noise = 0;
 };
+
+bool isClipped(float a, float b) {
+  constexpr float kFullScale = 1 - 1 / 128.0f;  // of 8 bits
+  return (a >= kFullScale && b >= kFullScale) || (a <= -kFullScale && b <= -kFullScale);
+}
 
 void addBlock(std::span<const float> a, std::span<const float> b, Sums& sums) {
   if (std::equal(a.begin(), a.end(), b.begin())) {
@@ -52,6 +57,7 @@ void addBlock(std::span<const float> a, std::span<const float> b, Sums& sums) {
   for (std::size_t i = 0; i < a.size(); ++i) {
     const double difference = double{a[i]} - b[i];
     sums.largest = std::max(sums.largest, std::fabs(difference));
+    if (!isClipped(a[i], b[i])) sums.largestInside = std::max(sums.largestInside, std::fabs(difference));
     sums.signal += double{a[i]} * a[i];
     sums.noise += difference * difference;
   }
@@ -90,7 +96,7 @@ std::optional<SampleDifference> differenceAt(const Waveform& first, const Wavefo
   }
   const double snr = sums.noise > 0 ? 10 * std::log10(std::max(sums.signal, 1e-30) / sums.noise)
                                     : std::numeric_limits<double>::infinity();
-  return SampleDifference{sums.largest, snr, shift};
+  return SampleDifference{sums.largest, sums.largestInside, snr, shift};
 }
 
 /// Some frames of the first channel; shorter at the end, empty when they cannot be read.

@@ -8,7 +8,9 @@
 namespace vemko::compare {
 
 struct SampleDifference {
-  double largest = 0;      ///< Of the differences, full scale being 1.
+  double largest = 0;  ///< Of the differences, full scale being 1.
+  /// The same, leaving out what one side has at full scale and the other one at or beyond it.
+  double largestInside = 0;
   double snrDecibels = 0;  ///< Signal to difference; infinite where `largest` is 0.
   std::int64_t shift = 0;  ///< The second lags by so many frames; the other figures are taken so aligned.
 };

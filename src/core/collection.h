@@ -85,6 +85,8 @@ PlaySection effectivePlaySection(const Region& region);
 int effectiveRootKey(const Region& region);
 /// The region's rules, the defaults where it has none.
 const PlayRules& rulesOf(const Region& region);
+/// Whether the start of a note plays a sample of it, which is all that sound banks know.
+bool soundsOnAttack(const Region& region);
 /// Equal in everything that decides when and how a region plays its waveform; the waveform and the
 /// articulation are not looked at. A field that Region gains belongs here too.
 bool playsAlike(const Region& a, const Region& b);

@@ -57,41 +57,16 @@ constexpr std::u16string_view kFeatureNames[] = {
 };
 static_assert(std::size(kFeatureNames) == kFeatureCount);
 
-constexpr FeatureProfile kProfiles[] = {
-    {u"All parameters supported by Vemko Studio",       0xFFFFFFFFFFFFFFFF},
-    {u"Akai S1000-series (.P)",                         0x0B42740C4E88},
-    {u"Akai S3000-series (.P)",                         0x0B43740D4E88},
-    {u"Akai new MPC-line (.XPM)",                       0x0783C41D2108},
-    {u"DLS level 1 melodic (.DLS)",                     0x0000040C0002},
-    {u"DLS level 2 (.DLS)",                             0x022A442C420A},
-    {u"DLS level 2+ (.DLS)",                            0x022A442C422A},
-    {u"DLS level 2++ (.DLS)",                           0x0A6F5F2C422A},
-    {u"GigaStudio (.GIG)",                              0x0300400C6608},
-    {u"Gravis UltraSound GF1 (.PAT)",                   0x020000C04388},
-    {u"Kontakt (.NKI)",                                 0x3F5FFD2D6F2D},
-    {u"Korg Trinity (.PCG)",                            0x0B4EFF6F3404},
-    {u"Korg Triton (.PCG)",                             0x0B4FFF6F7C04},
-    {u"Korg Kronos/M3 (.PCG)",                          0x0B5FFF6F7C05},
-    {u"Kurzweil K2000-series (.KRZ)",                   0x0753DFEC4704},
-    {u"SFZ v1 (.SFZ)",                                  0x3F5BFF2E772D},
-    {u"SFZ v2 (.SFZ)",                                  0x3F5FFFEF7F2F},
-    {u"SoundFont 2.0 (.SF2)",                           0x02084428460C},
-    {u"SoundFont 2.01 (.SF2)",                          0x3B6F7F2C460C},
-    {u"Yamaha Motif/Motif ES (.W2V/.W7V)",              0x0B5FE46F5004},
-    {u"Yamaha Motif XS/Motif XF (.X0V/.X3V)",           0x0B5FE46F7404},
-    {u"Yamaha Montage/MODX/Montage M (.X7U/.X8U/.Y2U)", 0x3B7FE46F7404},
-    {u"Yamaha Tyros 2/3 normal voice (.TVN/.UVN)",      0x0A1FE66F5004},
-    {u"Minimal for portability",                        0x000000000000},
-};
 // clang-format on
 
 // A profile other than the first has only features that have a name.
 constexpr bool profilesAreSound() {
-  for (std::size_t i = 1; i < std::size(kProfiles); ++i)
+  for (std::size_t i = 1; i < std::size(kFeatureProfiles); ++i)
     for (int bit = 0; bit < 64; ++bit)
-      if (supportsFeature(kProfiles[i].features, bit) && (bit >= kFeatureCount || kFeatureNames[bit].empty()))
+      if (supportsFeature(kFeatureProfiles[i].features, bit) &&
+          (bit >= kFeatureCount || kFeatureNames[bit].empty()))
         return false;
-  return kProfiles[0].features == ~std::uint64_t{0} && std::rbegin(kProfiles)->features == 0;
+  return kFeatureProfiles[0].features == ~std::uint64_t{0} && std::rbegin(kFeatureProfiles)->features == 0;
 }
 static_assert(profilesAreSound());
 
@@ -100,7 +75,5 @@ static_assert(profilesAreSound());
 std::u16string_view featureName(int feature) {
   return feature >= 0 && feature < kFeatureCount ? kFeatureNames[feature] : std::u16string_view();
 }
-
-std::span<const FeatureProfile> featureProfiles() { return kProfiles; }
 
 }  // namespace vemko

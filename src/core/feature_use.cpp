@@ -12,15 +12,10 @@
 namespace vemko {
 namespace {
 
-constexpr FeatureMask maskOf(std::initializer_list<int> list) {
-  FeatureMask mask = 0;
-  for (int feature : list) mask |= featureBit(feature);
-  return mask;
-}
 using namespace features;
-constexpr FeatureMask kLevels = maskOf({OnInstruments, OnLayers, OnRegions});
+constexpr FeatureMask kLevels = featureBits({OnInstruments, OnLayers, OnRegions});
 constexpr FeatureMask kParticularsOfLoops =
-    maskOf({features::MoreLoops, FractionalLoops, ReverseLoops, SampledRelease, LoopTuning});
+    featureBits({features::MoreLoops, FractionalLoops, ReverseLoops, SampledRelease, LoopTuning});
 
 constexpr std::u16string_view kTexts[] = {
     u"Waves: Loops",
@@ -33,7 +28,18 @@ constexpr std::u16string_view kTexts[] = {
     u"Trigger: Rounds, random choice, controllers, one-shots",
     u"Architecture: Bank and program numbers",
     u"Architecture: Texts",
-    u"Waves: Volume adjustment",
+    u"Waves: Root key, fine tune and volume",
+    u"Architecture: Regions without a waveform",
+    u"LFOs: Aftertouch/Velocity to LFO",
+    u"LFOs: Fourth LFO",
+    u"Architecture: Texts of instruments",
+    u"Waves: Texts",
+    u"Architecture: Images",
+    u"Filter: Resonance above 22.5 dB",
+    u"Filter: More than two poles",
+    u"Effects: More than two sends",
+    u"Mixer: LFO/Envelope to Pan",
+    u"Waves: Stereo out of the centre",
 };
 static_assert(std::size(kTexts) == features::Count - kFeatureCount);
 
@@ -49,12 +55,15 @@ constexpr SlotRow kSlotRows[] = {
     {LfoControllers, 5}, {LfoControllers, 6}, {LfoControllers, 7}, {LfoControllers, 9}, {LfoControllers, 10},
     {LfoControllers, 11}, {LfoControllers, 20}, {LfoControllers, 21}, {LfoControllers, 22},
     {LfoControllers, 32}, {LfoControllers, 33}, {LfoControllers, 34},
+    {AftertouchToLfos, 6}, {AftertouchToLfos, 7}, {AftertouchToLfos, 10}, {AftertouchToLfos, 11},
+    {AftertouchToLfos, 21}, {AftertouchToLfos, 22}, {AftertouchToLfos, 33}, {AftertouchToLfos, 34},
     {VelocityToEnvelopes, 13}, {VelocityToEnvelopes, 36},
     {ControllersToCutoff, 28, Needs::Filter}, {ControllersToCutoff, 29, Needs::Filter},
     {KeyVelocityToCutoff, 26, Needs::Filter}, {KeyVelocityToCutoff, 27, Needs::Filter},
     {ToResonance, 38, Needs::Filter}, {ToResonance, 39, Needs::Filter}, {ToResonance, 40, Needs::Filter},
     {ControllersToFilter, 30, Needs::Filter}, {ControllersToFilter, 41, Needs::Filter},
     {SendLevels, 60}, {SendLevels, 62}, {SendLevels, 64}, {SendLevels, 66},
+    {MoreSends, 62}, {MoreSends, 66}, {PanModulation, 58}, {PanModulation, 59},
     {ChannelDepths, 56}, {ChannelDepths, 61}, {ChannelDepths, 63}, {ChannelDepths, 65}, {ChannelDepths, 67},
     {Equalizer, 44}, {Equalizer, 48}, {Equalizer, 52},
     {KeyToVolumePan, 16}, {KeyToVolumePan, 57},
@@ -79,6 +88,7 @@ constexpr StageRow kStageRows[] = {
     {ThreeReleases, Stage::Release3Level},
     {KeyToAttackRelease, Stage::KeyToAttack1}, {KeyToAttackRelease, Stage::KeyToAttack2},
     {KeyToAttackRelease, Stage::KeyToRelease1},
+    {SixStages, Stage::KeyToDecay1}, {SixStages, Stage::VelocityToDecay1},
     {features::KeyToDecay, Stage::KeyToDecay1}, {features::KeyToDecay, Stage::KeyToDecay2},
     {VelocityToAttack1, Stage::VelocityToAttack1}, {VelocityToAttack2, Stage::VelocityToAttack2},
     {VelocityToDecay, Stage::VelocityToDecay1}, {VelocityToDecay, Stage::VelocityToDecay2},
@@ -105,7 +115,7 @@ LfoSettings settingsOf(const SlotValues& values, const Lfo& lfo) {
 }
 
 FeatureMask lfosOf(const SlotValues& values) {
-  FeatureMask used = 0;
+  FeatureMask used;
   std::vector<LfoSettings> different, modulation;  // of all in use, and of those besides the pitch's own
   auto addNew = [](std::vector<LfoSettings>& list, const LfoSettings& settings) {
     if (std::ranges::find(list, settings) == list.end()) list.push_back(settings);
@@ -120,11 +130,12 @@ FeatureMask lfosOf(const SlotValues& values) {
   }
   if (different.size() > 1) used |= featureBit(TwoLfos);
   if (modulation.size() > 1) used |= featureBit(SeparateLfos);
+  if (isInUse(values, Carrier::XLfo)) used |= featureBit(FourthLfo);
   return used;
 }
 
 FeatureMask envelopesOf(const SlotValues& values) {
-  FeatureMask used = 0;
+  FeatureMask used;
   auto addStages = [&](Slot envelope) {
     for (const StageRow& row : kStageRows) {
       const Slot slot = envelopeSlot(envelope, row.stage);
@@ -144,6 +155,11 @@ FeatureMask envelopesOf(const SlotValues& values) {
   return used;
 }
 
+bool isSteep(FilterType type) {
+  using enum FilterType;
+  return type == LowPass3 || type == LowPass4 || type == LowPass6 || type == HighPass4;
+}
+
 FeatureMask articulationOf(const SlotValues& values) {
   const FilterType filter = filterTypeOf(values);
   FeatureMask used = lfosOf(values) | envelopesOf(values);
@@ -151,6 +167,9 @@ FeatureMask articulationOf(const SlotValues& values) {
     used |= featureBit(LowPassFilter);
   else if (filter != FilterType::Off)
     used |= featureBit(OtherFilters);
+  if (filter != FilterType::Off && values[slots::FilterResonance] > kModestResonanceDb)
+    used |= featureBit(HighResonance);
+  if (isSteep(filter)) used |= featureBit(SteepFilters);
   for (const SlotRow& row : kSlotRows)
     if (values[row.slot] != initialValues()[row.slot] &&
         (row.needs == Needs::Nothing || filter != FilterType::Off))
@@ -166,7 +185,7 @@ bool hasCrossFade(const Region& region) {
 
 /// Which levels of the instrument set anything, and whether regions or layers differ in what they set.
 FeatureMask levelsOf(const Instrument& instrument) {
-  FeatureMask used = 0;
+  FeatureMask used;
   if (!instrument.articulation.empty()) used |= featureBit(OnInstruments);
   const ArticulationBlock* first = nullptr;
   for (const Region* region : regionsOf(instrument)) {
@@ -187,23 +206,29 @@ bool isPlayMark(const LoopRecord& record) {
 bool hasTexts(const Item& item) {
   return std::ranges::any_of(kTextProperties, [&](TextProperty property) {
     const bool isOther = property != TextProperty::Name && property != TextProperty::SourceFile;
-    return isOther &&
-           (property == TextProperty::Image ? !item.image().empty() : !item.text(property).empty());
+    return isOther && property != TextProperty::Image && !item.text(property).empty();
   });
+}
+
+/// The texts and the image of an item.
+FeatureMask textsOf(const Item& item, int textFeature) {
+  FeatureMask used;
+  if (hasTexts(item)) used |= featureBit(textFeature);
+  if (!item.image().empty()) used |= featureBit(Images);
+  return used;
 }
 
 class Uses {
  public:
   void add(FeatureMask used, ItemId place) {
-    for (int feature = 0; used != 0; ++feature, used >>= 1)
-      if (used & 1) places_[static_cast<std::size_t>(feature)].push_back(place);
+    for (int feature = 0; used && feature < features::Count; ++feature)
+      if (used.has(feature)) places_[static_cast<std::size_t>(feature)].push_back(place);
   }
   /// The levels and the patch of an instrument, and its texts.
   void add(const Instrument& instrument) {
     FeatureMask used = levelsOf(instrument);
     if (instrument.patch.word != 0) used |= featureBit(Patches);
-    if (hasTexts(instrument)) used |= featureBit(Texts);
-    add(used, instrument.id());
+    add(used | textsOf(instrument, InstrumentTexts), instrument.id());
   }
   std::vector<FeatureUse> take() {
     std::vector<FeatureUse> uses;
@@ -215,7 +240,7 @@ class Uses {
   }
 
  private:
-  std::array<std::vector<ItemId>, 64> places_;
+  std::array<std::vector<ItemId>, features::Count> places_;
 };
 
 }  // namespace
@@ -227,7 +252,7 @@ std::u16string_view featureText(int feature) {
 
 FeatureMask featuresOfSlot(Slot slot) {
   auto isIn = [slot](SlotGroup group) { return slot >= slotsOf(group).first && slot <= slotsOf(group).last; };
-  FeatureMask needed = 0;
+  FeatureMask needed;
   for (const SlotRow& row : kSlotRows)
     if (row.slot == slot) needed |= featureBit(row.feature);
   for (const auto& [envelope, group] : {std::pair{slots::VEnv, SlotGroup::VEnvelope},
@@ -237,18 +262,23 @@ FeatureMask featuresOfSlot(Slot slot) {
       if (isIn(group) && envelopeSlot(envelope, row.stage) == slot) needed |= featureBit(row.feature);
   if (isIn(SlotGroup::PEnvelope) || isIn(SlotGroup::FEnvelope) || slot == slots::PEnvToPitch ||
       slot == slots::FEnvToCutoff)
-    needed |= maskOf({TwoEnvelopes, SeparateEnvelopes});
+    needed |= featureBits({TwoEnvelopes, SeparateEnvelopes});
   if (isIn(SlotGroup::XEnvelope) || slot == 59) needed |= featureBit(SeparateEnvelopes);
   for (const Lfo& lfo : kLfos) {
     if (slot < lfo.shape || slot > lfo.shape + 3) continue;
-    needed |= maskOf({TwoLfos, SeparateLfos});
+    needed |= featureBits({TwoLfos, SeparateLfos});
     if (slot == lfo.shape) needed |= featureBit(LfoShapes);
     if (slot == lfo.shape + 3) needed |= featureBit(LfoFades);
   }
   if (slot == 58) needed |= featureBit(SeparateLfos);
+  if (isIn(SlotGroup::XLfo) || (slot >= slots::XLfoToPitch && slot < slots::PEnvToPitch) || slot == 58)
+    needed |= featureBit(FourthLfo);
   if (isIn(SlotGroup::Eq)) needed |= featureBit(Equalizer);
-  if (slot == slots::FilterType || slot == slots::FilterCutoff || slot == slots::FilterResonance)
-    needed |= maskOf({LowPassFilter, OtherFilters});
+  if (isIn(SlotGroup::Filter) || isIn(SlotGroup::FLfo) || isIn(SlotGroup::FEnvelope))
+    needed |= featureBits({LowPassFilter, OtherFilters});
+  if (slot == slots::FilterResonance) needed |= featureBit(HighResonance);
+  if (slot == slots::Pan) needed |= featureBit(PannedStereo);
+  if (slot == slots::FilterType) needed |= featureBit(SteepFilters);
   return needed;
 }
 
@@ -262,12 +292,18 @@ FeatureMask featuresOf(const Region& region) {
   if (region.rules) used |= featureBit(features::PlayRules);
   if (region.fixedKey != Region::kNotSet || region.fixedVelocity != Region::kNotSet)
     used |= featureBit(features::FixedKey);
+  const Waveform* waveform = region.waveform();
+  if (!waveform)
+    used |= featureBit(SilentRegions);
+  else if (waveform->channels == 2 && effective(region).get(slots::Pan) != 0)
+    used |= featureBit(PannedStereo);
   return used;
 }
 
 FeatureMask featuresOf(const Waveform& waveform) {
-  FeatureMask used = waveform.volumeAdjustmentDb != 0 ? featureBit(features::VolumeAdjustment) : 0;
-  if (hasTexts(waveform)) used |= featureBit(Texts);
+  FeatureMask used = textsOf(waveform, WaveTexts);
+  if (waveform.rootKey != 60 || waveform.fineTuneCents != 0 || waveform.volumeAdjustmentDb != 0)
+    used |= featureBit(RootKeys);
   std::size_t loops = 0;
   for (const LoopRecord& record : waveform.records) {
     if (record.startHundredths != 0 || record.endHundredths != 0) used |= featureBit(FractionalLoops);
@@ -292,7 +328,7 @@ std::vector<FeatureUse> featuresUsed(const Item& item) {
   for (const Waveform* waveform : waveformsOf(item)) uses.add(featuresOf(*waveform), waveform->id());
   if (const auto* instrument = dynamic_cast<const Instrument*>(&item)) uses.add(*instrument);
   if (const auto* collection = dynamic_cast<const Collection*>(&item)) {
-    if (hasTexts(*collection)) uses.add(featureBit(Texts), kNoItem);
+    uses.add(textsOf(*collection, Texts), kNoItem);
     collection->forEach<Instrument>([&](const Instrument& each) { uses.add(each); });
   }
   return uses.take();
@@ -300,8 +336,12 @@ std::vector<FeatureUse> featuresUsed(const Item& item) {
 
 FeatureMask lostFeatures(FeatureMask used, FeatureMask held) {
   FeatureMask lost = used & ~held;
-  if (held & featureBit(OnRegions)) lost &= ~kLevels;
-  if (lost & featureBit(features::Loops)) lost &= ~kParticularsOfLoops;
+  if (held.has(OnRegions)) lost &= ~kLevels;
+  if (lost.has(features::Loops)) lost &= ~kParticularsOfLoops;
+  if (lost.has(LfoControllers)) lost &= ~featureBit(AftertouchToLfos);
+  if (lost.has(LowPassFilter)) lost &= ~featureBit(HighResonance);
+  if (lost.has(OtherFilters)) lost &= ~featureBit(SteepFilters);
+  if (lost.has(SendLevels)) lost &= ~featureBit(MoreSends);
   return lost;
 }
 

@@ -20,6 +20,8 @@ FilterType filterTypeOf(const SlotValues& values) {
   return number >= 1 && number <= 12 ? static_cast<FilterType>(static_cast<int>(number)) : FilterType::Off;
 }
 
+constexpr float kOpenHertz = 19900;
+
 bool isLowPass(FilterType type) {
   switch (type) {
     case FilterType::LowPass1:
@@ -34,8 +36,16 @@ bool isLowPass(FilterType type) {
   }
 }
 
+bool isWideOpen(const SlotValues& values) {
+  if (!isLowPass(filterTypeOf(values)) || values[slots::FilterCutoff] < kOpenHertz) return false;
+  const SlotRange filter = slotsOf(SlotGroup::Filter);
+  for (Slot slot = filter.first; slot <= filter.last; ++slot)
+    if (slot != slots::FilterType && slot != slots::FilterCutoff && values[slot] != 0) return false;
+  return true;
+}
+
 bool applyOpenFilterRule(SlotValues& values) {
-  if (values[slots::FilterCutoff] < 19900 || values[slots::FilterResonance] > 0) {
+  if (values[slots::FilterCutoff] < kOpenHertz || values[slots::FilterResonance] > 0) {
     values[slots::FilterType] = static_cast<float>(FilterType::LowPass2);
     return true;
   }

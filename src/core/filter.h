@@ -27,6 +27,8 @@ enum class FilterType : std::uint8_t {
 FilterType filterTypeOf(const SlotValues& values);
 bool isLowPass(FilterType type);
 
+/// A low-pass filter that is open to 19900 Hz or more, has no peak and never moves: it is not heard.
+bool isWideOpen(const SlotValues& values);
 /// A low-pass filter that is open to 19900 Hz or more and has no peak is none: the group goes back to its
 /// defaults and the answer is false. Otherwise the filter is a two-pole low-pass.
 bool applyOpenFilterRule(SlotValues& values);

@@ -146,6 +146,10 @@ const PlayRules& rulesOf(const Region& region) {
   return region.rules ? *region.rules : none;
 }
 
+bool soundsOnAttack(const Region& region) {
+  return region.waveform() && region.trigger != Trigger::Release && region.trigger != Trigger::Legato;
+}
+
 bool playsAlike(const Region& a, const Region& b) {
   auto played = [](const Region& r) {
     return std::tie(r.keys, r.velocities, r.rootKey, r.exclusiveGroup, r.trigger, r.delaySeconds,

@@ -3,6 +3,7 @@
 // with its undo; a writer undoes in the reverse order of its reader.
 #include <cstdint>
 
+#include "core/collection.h"
 #include "core/slot_values.h"
 
 namespace vemko {
@@ -19,5 +20,12 @@ float undoKeyToCutoff(SlotValues& values);
 void applyKeyToVolume(float slotValue, KeySource source, SlotValues& values);
 /// For a bipolar source. The volume moves back; the slot's value.
 float undoKeyToVolume(SlotValues& values);
+
+/// A region that always sounds as if one key were played, or with one velocity, says so in its articulation
+/// by what pitch and volume come to; for formats that have no fixed notes.
+void settleFixedNote(const Region& region, ArticulationBlock& articulation);
+/// Where one key plays, the scale of the keys comes to a tuning; for formats in which it is always 1
+/// semitone.
+void settleScaleOfOneKey(const Region& region, ArticulationBlock& articulation);
 
 }  // namespace vemko

@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "core/collection.h"
+#include "core/feature_use.h"
 #include "core/sample_encoding.h"
 #include "platform/files.h"
 
@@ -35,6 +36,7 @@ struct SaveOptions {
   /// The sample files that the saves of one run have written beside their targets; null: this save stands
   /// alone.
   CompanionFiles* companions = nullptr;
+  bool tellsLosses = true;  ///< In the log, when the file stands.
 };
 
 /// Scores how well the head of a file fits: 0 not this format, 2 could be, 6 certainly; the head is the first
@@ -53,6 +55,9 @@ using SettingDescriber = double (*)(int index, std::uint32_t variant, std::u16st
 /// empty when there is nothing missing.
 using MissingLibrary = std::u16string (*)(bool writing);
 
+/// The sample rate that a waveform of that rate is stored with, for formats that do not have every one.
+using StoredRate = std::uint32_t (*)(std::uint32_t rate);
+
 struct FormatEntry {
   std::u16string_view extension;  ///< Without the dot; "?" takes any one character, "*" the rest.
   FormatReader reader;
@@ -61,9 +66,13 @@ struct FormatEntry {
   std::u16string_view description;
   KindMask kinds;
   CapabilityMask capabilities;
+  /// What the writer keeps of the features that items may use. None where the row writes neither waveforms nor
+  /// instruments, of which nobody asks.
+  FeatureMask features;
   std::uint32_t variant;
   SettingDescriber settings;
   MissingLibrary missingLibrary = nullptr;  ///< Absent where no library is needed.
+  StoredRate storedRate = nullptr;          ///< Absent where every sample rate stays.
 };
 
 /// The library that reading (writing) with this row needs and lacks; empty where the row does neither.

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <map>
-#include <optional>
 #include <unordered_set>
 
 #include "base/text.h"
@@ -13,83 +12,6 @@
 
 namespace vemko::io {
 namespace {
-
-constexpr FeatureMask kLoops = featureBit(features::Loops), kMoreLoops = featureBit(features::MoreLoops),
-                      kMarkers = featureBit(features::Markers),
-                      kSectionEnds = featureBit(features::SectionEnds),
-                      kFractions = featureBit(features::FractionalLoops),
-                      kReverse = featureBit(features::ReverseLoops),
-                      kUntilRelease = featureBit(features::SampledRelease),
-                      kLoopTune = featureBit(features::LoopTuning);
-constexpr FeatureMask kAboutLoops =
-    kLoops | kMoreLoops | kFractions | kReverse | kUntilRelease | kLoopTune | kMarkers | kSectionEnds;
-
-struct Holding {
-  std::u16string_view description;
-  FeatureMask features;  // Of loops and markers; nobody asks a waveform's row for more.
-};
-// Every row that writes waveforms, by its description.
-constexpr Holding kHoldings[] = {
-    {u"Audio interchange", kLoops | kMarkers | kSectionEnds},
-    {u"Audio interchange (aiff)", kLoops | kMarkers | kSectionEnds},
-    {u"Audio interchange, compressed", kLoops | kMarkers | kSectionEnds},
-    {u"Sun/NeXT/DEC audio", 0},
-    {u"Audio Visual Research", kLoops},
-    {u"Apple CoreAudio", kLoops | kMoreLoops | kFractions | kReverse | kMarkers | kSectionEnds},
-    {u"Apple CoreAudio (caff)", kLoops | kMoreLoops | kFractions | kReverse | kMarkers | kSectionEnds},
-    {u"Free lossless audio codec (default)", kAllFeatures},
-    {u"Free lossless audio codec (max comp)", kAllFeatures},
-    {u"Raw GSM 06.10", 0},
-    {u"Amiga IFF", kLoops},
-    {u"MPEG layer III - CBR", 0},
-    {u"MPEG layer III - ABR", 0},
-    {u"MPEG layer III - VBR", 0},
-    {u"NIST Sphere", 0},
-    {u"Ogg Vorbis", kLoops | kMarkers},
-    {u"Opus", kLoops | kMarkers},
-    {u"Ensoniq PARIS", 0},
-    {u"IRCAM sound", 0},
-    {u"Sun/NeXT/DEC audio (snd)", 0},
-    {u"Amiga 8SVX", kLoops},
-    {u"Creative voice", 0},
-    {u"Wave-64", 0},
-    {u"Microsoft wave", kAboutLoops},
-    {u"WavPack", kAllFeatures},
-};
-
-struct BankHolding {
-  std::u16string_view description;
-  std::u16string_view profile;  // of the matrix
-  FeatureMask more;             // what the matrix does not speak of, or what our writer says all the same
-  FeatureMask less = 0;         // what the writer leaves out
-};
-constexpr FeatureMask kInBanks =
-    kLoops | featureBit(features::KeyToDecay) | featureBit(features::ExclusiveGroups) |
-    featureBit(features::VolumeAdjustment) | featureBit(features::Patches) | featureBit(features::Texts);
-// What both versions of SFZ hold: separate LFOs and envelopes, random pan, and what the sample files take.
-constexpr FeatureMask kInSfz = (kInBanks & ~featureBit(features::Patches) & ~featureBit(features::Texts)) |
-                               kMoreLoops | kMarkers | kSectionEnds | featureBit(features::FixedKey) |
-                               featureBit(features::PlayRules) | featureBit(features::SeparateLfos) |
-                               featureBit(features::SeparateEnvelopes) | featureBit(features::RandomPan);
-constexpr FeatureMask kKeyToTimes =
-    featureBit(features::KeyToAttackRelease) | featureBit(features::KeyToDecay);
-// Every row that writes instruments.
-constexpr BankHolding kBankHoldings[] = {
-    {u"DownLoadable Sounds level 1", u"DLS level 1 melodic (.DLS)", kInBanks},
-    {u"DownLoadable Sounds level 2", u"DLS level 2 (.DLS)", kInBanks},
-    {u"DownLoadable Sounds level 2+", u"DLS level 2+ (.DLS)", kInBanks},
-    {u"DownLoadable Sounds level 2++", u"DLS level 2++ (.DLS)", kInBanks},
-    {u"RIFF-MIDI w DLS level 1 instruments", u"DLS level 1 melodic (.DLS)", kInBanks},
-    {u"RIFF-MIDI w DLS level 2 instruments", u"DLS level 2 (.DLS)", kInBanks},
-    {u"SoundFont v2 bank", u"SoundFont 2.01 (.SF2)", kInBanks | featureBit(features::FixedKey)},
-    {u"Compressed SoundFont", u"SoundFont 2.01 (.SF2)", kInBanks | featureBit(features::FixedKey)},
-    {u"rgc:audio SFZ v1 (waves in same folder)", u"SFZ v1 (.SFZ)", kInSfz, kKeyToTimes},
-    {u"rgc:audio SFZ v1 (waves in sub-folder)", u"SFZ v1 (.SFZ)", kInSfz, kKeyToTimes},
-    {u"Cakewalk SFZ v2 (waves in same folder)", u"SFZ v2 (.SFZ)",
-     kInSfz | featureBit(features::ChannelDepths)},
-    {u"Cakewalk SFZ v2 (waves in sub-folder)", u"SFZ v2 (.SFZ)",
-     kInSfz | featureBit(features::ChannelDepths)},
-};
 
 // Encodings whose samples another encoding holds exactly. The companded ones decode to 14 and 13 bits, the
 // compressed ones count as 16.
@@ -163,11 +85,11 @@ void addFeatureLosses(std::span<const Item* const> items, FeatureMask held, std:
   std::map<int, Places> lostPlaces;
   for (const Item* item : items) {
     const std::vector<FeatureUse> uses = featuresUsed(*item);
-    FeatureMask used = 0;
+    FeatureMask used;
     for (const FeatureUse& use : uses) used |= featureBit(use.feature);
     const FeatureMask lost = lostFeatures(used, held);
     for (const FeatureUse& use : uses) {
-      if (!(lost & featureBit(use.feature))) continue;
+      if (!lost.has(use.feature)) continue;
       Places& places = lostPlaces[use.feature];
       const Item* example = item->collection().find(use.places.front());
       if (places.all.empty()) places.example = (example ? *example : *item).displayName();
@@ -187,23 +109,50 @@ std::vector<const Waveform*> waveformsOf(std::span<const Item* const> items) {
   return all;
 }
 
-}  // namespace
-
-std::optional<FeatureMask> heldFeatures(int row) {
-  const std::u16string_view description = descriptionOf(row);
-  if (const auto* found = std::ranges::find(kHoldings, description, &Holding::description);
-      found != std::end(kHoldings)) {
-    // What is played is a marker there, or a section.
-    constexpr FeatureMask kMarks = kMarkers | kSectionEnds;
-    const bool holdsMarks = (found->features & kMarks) == kMarks;
-    return (found->features | ~kAboutLoops) & ~(holdsMarks ? 0 : featureBit(features::PlaySections));
-  }
-  const auto* bank = std::ranges::find(kBankHoldings, description, &BankHolding::description);
-  if (bank == std::end(kBankHoldings)) return std::nullopt;
-  for (const FeatureProfile& profile : featureProfiles())
-    if (profile.name == bank->profile) return (profile.features | bank->more) & ~bank->less;
-  return std::nullopt;
+// Whole items that a file of a collection has no place for.
+template <class T>
+void addItemLosses(const Collection& collection, std::u16string_view text, std::vector<Loss>& losses) {
+  const auto items = collection.all<T>();
+  if (!items.empty()) losses.push_back({std::u16string(text), items.size(), items.front()->displayName()});
 }
+
+// A song's texts are read from its events, which stay; or from the file around it.
+bool isInEvents(const Song& song, std::u16string_view text) {
+  const std::string bytes = toUtf8(text);
+  return std::ranges::any_of(song.children, [&](ItemId id) {
+    const auto* track = song.collection().find<Track>(id);
+    const Bytes events = track ? track->events() : Bytes();
+    return !std::ranges::search(events, std::as_bytes(std::span(bytes))).empty();
+  });
+}
+
+bool losesTexts(const Song& song) {
+  return std::ranges::any_of(kTextProperties, [&](TextProperty property) {
+    const bool isOther = property != TextProperty::Name && property != TextProperty::SourceFile &&
+                         property != TextProperty::Image;
+    return isOther && !song.text(property).empty() && !isInEvents(song, song.text(property));
+  });
+}
+
+void addItemLosses(std::span<const Item* const> items, const FormatEntry& entry, std::vector<Loss>& losses) {
+  std::size_t songCount = 0;
+  const Song* example = nullptr;
+  for (const Item* item : items) {
+    if (const auto* collection = dynamic_cast<const Collection*>(item)) {
+      if (!entry.features) {
+        addItemLosses<Instrument>(*collection, u"Items: Instruments", losses);
+        addItemLosses<Waveform>(*collection, u"Items: Waveforms", losses);
+      }
+      if (!(entry.kinds & kindBit(ItemKind::Song))) addItemLosses<Song>(*collection, u"Items: Songs", losses);
+    }
+    const bool isPlain = !(entry.kinds & kindBit(ItemKind::Collection));
+    const auto* song = dynamic_cast<const Song*>(item);
+    if (song && isPlain && losesTexts(*song) && songCount++ == 0) example = song;
+  }
+  if (example) losses.push_back({u"Songs: Texts", songCount, example->displayName()});
+}
+
+}  // namespace
 
 std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& options) {
   const Item* const items[] = {&item};
@@ -214,7 +163,10 @@ std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, co
   const FormatEntry* entry = formatRow(row);
   if (!entry) return {};
   std::array<Tally, kPrecisions.size()> precisions;
-  Tally channels;
+  Tally channels, rates;
+  std::vector<Loss> losses;
+  addItemLosses(items, *entry, losses);
+  if (!entry->features) return losses;
   for (const Waveform* waveform : waveformsOf(items)) {
     const SampleLayout layout = chooseLayout(*waveform, options, entry->capabilities);
     const SampleEncoding source = precisionOf(*waveform);
@@ -222,13 +174,13 @@ std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, co
       if (kPrecisions[i].encoding == source && !(kPrecisions[i].heldBy & encodingBit(layout.encoding)))
         precisions[i].add(*waveform);
     if (layout.channels < waveform->channels) channels.add(*waveform);
+    if (entry->storedRate && entry->storedRate(waveform->rate) != waveform->rate) rates.add(*waveform);
   }
-  std::vector<Loss> losses;
   for (std::size_t i = 0; i < kPrecisions.size(); ++i)
     precisions[i].appendTo(losses, u"Samples: " + std::u16string(kPrecisions[i].text));
   channels.appendTo(losses, u"Samples: Separate channels");
-  const auto held = heldFeatures(row);
-  if (held) addFeatureLosses(items, *held, losses);
+  rates.appendTo(losses, u"Samples: Sample rate");
+  addFeatureLosses(items, entry->features, losses);
   return losses;
 }
 

@@ -1,7 +1,6 @@
 #pragma once
 // What a save drops: each feature that the items use and the target row cannot hold.
 #include <cstddef>
-#include <optional>
 #include <span>
 #include <string>
 #include <vector>
@@ -24,9 +23,5 @@ std::vector<Loss> lossesOfSaving(const Item& item, int row, const SaveOptions& o
 std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, const SaveOptions& options);
 /// "Samples: 24-bit precision ("Kick" and 2 more)".
 std::u16string lossText(const Loss& loss);
-
-/// What the row holds of the features that items may use; nothing where that is not recorded, and then no
-/// feature is told as lost.
-std::optional<FeatureMask> heldFeatures(int row);
 
 }  // namespace vemko::io

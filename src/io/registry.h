@@ -47,6 +47,7 @@ bool canHold(int row, ItemKind kind, FormatRows rows = formatTable());
 bool matchesExtension(std::u16string_view pattern, std::u16string_view extension);
 
 /// Checked when the table is compiled: a probe exactly where there is a reader, no unknown capability bits,
+/// features where waveforms or instruments are written,
 /// the catch-all first, rows of one extension together with the reader first.
 constexpr bool rowsAreSound(FormatRows rows) {
   if (rows.empty() || rows[0].extension != u"*") return false;
@@ -54,6 +55,8 @@ constexpr bool rowsAreSound(FormatRows rows) {
     if ((rows[i].probe != nullptr) != (rows[i].reader != nullptr)) return false;
     if (rows[i].reader == nullptr && rows[i].writer == nullptr) return false;
     if (rows[i].capabilities >> 23 != 0) return false;
+    constexpr KindMask kSounding = kindBit(ItemKind::Waveform) | kindBit(ItemKind::Instrument);
+    if (rows[i].writer && (rows[i].kinds & kSounding) && !rows[i].features) return false;
     bool newExtension = i == 0 || rows[i].extension != rows[i - 1].extension;
     for (std::size_t j = 0; newExtension && j + 1 < i; ++j)
       if (rows[j].extension == rows[i].extension) return false;

@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "io/loss_report.h"
 #include "io/open.h"
 #include "io/save_steps.h"
 #include "io/save_target.h"
@@ -89,12 +90,17 @@ bool callWriter(Item& item, OutputFile& file, FormatWriter writer, const SaveOpt
 bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy,
                   FormatRows rows) {
   if (report) showStatus(u"Saving");
+  std::vector<Loss> losses;
+  if (item && options.tellsLosses && rows.data() == formatTable().data())
+    losses = lossesOfSaving(*item, row, options);
   const bool ok = save(item, row, path, options, tidy, rows);
   if (ok)
     takeOverFile(*item, path, row);
   else
     showStatus(u"Failed to Save.");
   if (ok && report) logInfo(u"Saved: " + textOf(path) + u" (" + sizeText(fileSize(path).value_or(0)) + u")");
+  for (const Loss& loss : losses)
+    if (ok) logWarning(u"Not kept: " + lossText(loss));
   if (report) noteRecentFile(path);
   return ok;
 }

@@ -169,11 +169,11 @@ TEST(FeatureMatrix, ProfilesHoldWhatTheirFormatsDo) {
       {u"All parameters supported by Vemko Studio", u"Trigger: Delay time", true},
       {u"Minimal for portability", u"Filter: Low Pass Filter", false},
   };
-  ASSERT_EQ(featureProfiles().size(), 24u);
+  ASSERT_EQ(std::size(kFeatureProfiles), 24u);
   for (const Case& c : cases) {
     SCOPED_TRACE(toUtf8(c.profile) + ", " + toUtf8(c.feature));
     const FeatureProfile* profile = nullptr;
-    for (const FeatureProfile& row : featureProfiles())
+    for (const FeatureProfile& row : kFeatureProfiles)
       if (row.name == c.profile) profile = &row;
     ASSERT_NE(profile, nullptr);
     int feature = 0;

@@ -1,6 +1,6 @@
 #include "core/feature_use.h"
 
-#include <bitset>
+#include <algorithm>
 
 #include "core/filter.h"
 #include "core/parameters.h"
@@ -58,6 +58,22 @@ TEST(FeatureUse, FindsEachFeature) {
        {10}},
       {"delay", [](Region& r) { r.delaySeconds = 1; }, {12}},
       {"trigger", [](Region& r) { r.trigger = Trigger::Release; }, {13}},
+      {"no waveform", [](Region& r) { r.setWaveform(kNoItem); }, {features::SilentRegions}},
+      {"aftertouch to an LFO",
+       [](Region& r) {
+         setAll(r, {{6, 1}});
+       },
+       {18, features::AftertouchToLfos}},
+      {"the fourth LFO",
+       [](Region& r) {
+         setAll(r, {{8, 1}});
+       },
+       {features::FourthLfo}},
+      {"high resonance",
+       [](Region& r) {
+         setAll(r, {{24, kLowPass}, {25, 500}, {37, 23}});
+       },
+       {30, features::HighResonance}},
       {"one LFO",
        [](Region& r) {
          setAll(r, {{4, 1}, {68, 2}, {71, 1}});
@@ -122,7 +138,7 @@ TEST(FeatureUse, FindsEachFeature) {
        [](Region& r) {
          setAll(r, {{86, 1}, {91, 1}, {96, 1}, {104, 1}});
        },
-       {25, 26, 27, 28}},
+       {21, 25, 26, 27, 28}},
       {"velocity to envelope",
        [](Region& r) {
          setAll(r, {{13, 1}});
@@ -184,9 +200,12 @@ TEST(FeatureUse, FindsEachFeature) {
     SCOPED_TRACE(c.name);
     Piano piano;
     c.make(piano.region);
-    FeatureMask expected = 0;
-    for (int feature : c.features) expected |= featureBit(feature);
-    EXPECT_EQ(std::bitset<64>(featuresOf(piano.region)), std::bitset<64>(expected));
+    std::vector<int> found;
+    for (int feature = 0; feature < features::Count; ++feature)
+      if (featuresOf(piano.region).has(feature)) found.push_back(feature);
+    std::vector<int> expected = c.features;
+    std::ranges::sort(expected);
+    EXPECT_EQ(found, expected);
   }
 }
 
@@ -213,15 +232,12 @@ TEST(FeatureUse, FindsLoopsAndLevels) {
       EXPECT_EQ(use.places, std::vector<ItemId>{piano.waveform.id()});
     }
   }
-  EXPECT_EQ(found, (std::vector<int>{1, 3, 7, 8, 9, 11, 41, features::Loops, features::MoreLoops}));
+  EXPECT_EQ(found, (std::vector<int>{1, 3, 7, 8, 9, 11, 41, features::Loops, features::MoreLoops,
+                                     features::RootKeys}));
 }
 
 TEST(FeatureUse, LosesOnlyWhatMatters) {
-  auto mask = [](std::initializer_list<int> list) {
-    FeatureMask bits = 0;
-    for (int feature : list) bits |= featureBit(feature);
-    return bits;
-  };
+  const auto mask = featureBits;
   EXPECT_EQ(lostFeatures(mask({1, 2, 3, 30}), mask({3})), mask({30})) << "levels can be told per region";
   EXPECT_EQ(lostFeatures(mask({1, 3}), mask({1})), mask({3}));
   EXPECT_EQ(lostFeatures(mask({7, 8, features::Loops}), 0), mask({features::Loops}));

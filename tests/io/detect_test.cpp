@@ -20,10 +20,10 @@ int probeLetter(Bytes head, std::uint32_t variant, std::uint64_t) {
 }
 
 constexpr FormatEntry kRows[] = {
-    {u"*", read, nullptr, probeAny, u"Unrecognized", 1, 0, 0, nullptr},
-    {u"one", read, nullptr, probeLetter, u"A files", 1, 0, 'A', nullptr},
-    {u"two", read, nullptr, probeLetter, u"A files again", 1, 0, 'A', nullptr},
-    {u"b?", read, nullptr, probeLetter, u"B files", 1, 0, 'B', nullptr},
+    {u"*", read, nullptr, probeAny, u"Unrecognized", 1, 0, kAllFeatures, 0, nullptr},
+    {u"one", read, nullptr, probeLetter, u"A files", 1, 0, kAllFeatures, 'A', nullptr},
+    {u"two", read, nullptr, probeLetter, u"A files again", 1, 0, kAllFeatures, 'A', nullptr},
+    {u"b?", read, nullptr, probeLetter, u"B files", 1, 0, kAllFeatures, 'B', nullptr},
 };
 
 TEST(Detect, ScoresNameAndHead) {
@@ -78,7 +78,7 @@ TEST(Detect, ShowsProbesTheHeadOnly) {
                                            size = fileSize;
                                            return 2;
                                          },
-                                         u"Unrecognized", 1, 0, 0, nullptr}};
+                                         u"Unrecognized", 1, 0, kAllFeatures, 0, nullptr}};
   const TempFolder folder;
   for (std::size_t bytes : {std::size_t{10}, kHeadBytes, kHeadBytes + 1}) {
     putFile(folder / "file", std::string(bytes, 'x'));

@@ -8,11 +8,6 @@ namespace {
 
 using test::defer;
 
-TEST(LossReport, EveryRowThatWritesWaveformsSaysWhatItHolds) {
-  for (int row = nextWritingRow(0); row != kNoRow; row = nextWritingRow(row + 1))
-    EXPECT_TRUE(heldFeatures(row) || !canHold(row, ItemKind::Waveform)) << toUtf8(descriptionOf(row));
-}
-
 TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
   Collection collection;
   Waveform& wave = createWaveform(collection, u"wave");
@@ -118,8 +113,42 @@ TEST(LossReport, TellsWhenRegionsPlayByRulesThatABankLacks) {
   };
   EXPECT_EQ(
       losses(u"SoundFont v2 bank"),
-      (std::vector<std::u16string>{u"Trigger: Rounds, random choice, controllers, one-shots (\"region\")"}));
+      (std::vector<std::u16string>{u"Trigger: Rounds, random choice, controllers, one-shots (\"region\")",
+                                   u"Architecture: Regions without a waveform (\"region\")"}));
   EXPECT_EQ(losses(u"Cakewalk SFZ v2 (waves in same folder)"), std::vector<std::u16string>{});
+}
+
+TEST(LossReport, TellsSampleRatesAndItemsThatTheRowLacks) {
+  Collection collection;
+  Waveform& wave = createWaveform(collection, u"wave");
+  defer(wave, std::vector<float>(100, 0.5f))->storedAs = SampleEncoding::Pcm16;
+  wave.rate = 44100;
+  wave.setText(TextProperty::Artist, u"Ada");
+  Instrument& instrument = createInstrument(collection, u"lead");
+  createRegion(createLayer(instrument, u""), u"silent");
+  Song& song = createSong(collection, u"song");
+  constexpr std::uint8_t kEvents[] = {0, 0xFF, 2, 3, 'A', 'd', 'a'};
+  createTrack(song, u"").setEvents(std::as_bytes(std::span(kEvents)));
+  song.setText(TextProperty::Copyright, u"Ada");
+  auto lost = [&](const Item& item, std::u16string_view row) {
+    std::vector<std::string> texts;
+    for (const Loss& loss : lossesOfSaving(item, findWritingRowByDescription(row), {}))
+      texts.push_back(toUtf8(lossText(loss)));
+    return texts;
+  };
+  using Texts = std::vector<std::string>;
+  EXPECT_EQ(lost(wave, u"Opus"),
+            (Texts{"Samples: 16-bit precision (\"wave\")", "Samples: Sample rate (\"wave\")"}));
+  EXPECT_EQ(lost(wave, u"Ogg Vorbis"), (Texts{"Samples: 16-bit precision (\"wave\")"}));
+  EXPECT_EQ(lost(wave, u"Wave-64"), (Texts{"Waves: Texts (\"wave\")"}));
+  EXPECT_EQ(lost(collection, u"SoundFont v2 bank"),
+            (Texts{"Items: Songs (\"song\")", "Architecture: Regions without a waveform (\"silent\")",
+                   "Waves: Texts (\"wave\")"}));
+  EXPECT_EQ(lost(collection, u"RIFF-MIDI"),
+            (Texts{"Items: Instruments (\"lead\")", "Items: Waveforms (\"wave\")"}));
+  EXPECT_EQ(lost(song, u"Standard MIDI file (SMF)"), Texts{});  // the copyright is an event
+  song.setText(TextProperty::Copyright, u"Grace");
+  EXPECT_EQ(lost(song, u"Standard MIDI file (SMF)"), (Texts{"Songs: Texts (\"song\")"}));
 }
 
 }  // namespace

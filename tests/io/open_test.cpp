@@ -25,12 +25,12 @@ int probeAny(Bytes, std::uint32_t, std::uint64_t) { return 2; }
 
 constexpr KindMask kWave = kindBit(ItemKind::Waveform);
 constexpr FormatEntry kRows[] = {
-    {u"*", readScripted, nullptr, probeAny, u"Unrecognized", kWave, 0, Reads, nullptr},
-    {u"a", readScripted, nullptr, probeLetter, u"Reads", kWave, 0, Reads, nullptr},
-    {u"b", readScripted, nullptr, probeLetter, u"Fails", kWave, 0, Fails, nullptr},
-    {u"c", readScripted, nullptr, probeLetter, u"Throws", kWave, 0, Throws, nullptr},
-    {u"d", readScripted, nullptr, probeLetter, u"Adds nothing", kWave, 0, AddsNothing, nullptr},
-    {u"e", readScripted, nullptr, probeLetter, u"Opens again", kWave, 0, OpensAgain, nullptr},
+    {u"*", readScripted, nullptr, probeAny, u"Unrecognized", kWave, 0, kAllFeatures, Reads, nullptr},
+    {u"a", readScripted, nullptr, probeLetter, u"Reads", kWave, 0, kAllFeatures, Reads, nullptr},
+    {u"b", readScripted, nullptr, probeLetter, u"Fails", kWave, 0, kAllFeatures, Fails, nullptr},
+    {u"c", readScripted, nullptr, probeLetter, u"Throws", kWave, 0, kAllFeatures, Throws, nullptr},
+    {u"d", readScripted, nullptr, probeLetter, u"Adds nothing", kWave, 0, kAllFeatures, AddsNothing, nullptr},
+    {u"e", readScripted, nullptr, probeLetter, u"Opens again", kWave, 0, kAllFeatures, OpensAgain, nullptr},
 };
 
 bool readScripted(Collection& collection, InputFile& file, std::uint32_t behaviour) {

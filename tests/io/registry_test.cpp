@@ -13,12 +13,12 @@ int probe(Bytes, std::uint32_t, std::uint64_t) { return 0; }
 
 constexpr KindMask kWave = kindBit(ItemKind::Waveform), kBank = kindBit(ItemKind::Collection);
 constexpr FormatEntry kRows[] = {
-    {u"*", read, nullptr, probe, u"Unrecognized", kWave, 0, 0, nullptr},
-    {u"abc", read, nullptr, probe, u"Abc reading", kWave, 1, 1, nullptr},
-    {u"abc", nullptr, write, nullptr, u"Abc one", kBank, 2, 2, nullptr},
-    {u"abc", nullptr, write, nullptr, u"Abc two", kWave, 3, 3, nullptr},
-    {u"ABC", read, nullptr, probe, u"Other case", kWave, 4, 4, nullptr},
-    {u"xyz", read, write, probe, u"Xyz", kWave, 5, 5, nullptr},
+    {u"*", read, nullptr, probe, u"Unrecognized", kWave, 0, kAllFeatures, 0, nullptr},
+    {u"abc", read, nullptr, probe, u"Abc reading", kWave, 1, kAllFeatures, 1, nullptr},
+    {u"abc", nullptr, write, nullptr, u"Abc one", kBank, 2, kAllFeatures, 2, nullptr},
+    {u"abc", nullptr, write, nullptr, u"Abc two", kWave, 3, kAllFeatures, 3, nullptr},
+    {u"ABC", read, nullptr, probe, u"Other case", kWave, 4, kAllFeatures, 4, nullptr},
+    {u"xyz", read, write, probe, u"Xyz", kWave, 5, kAllFeatures, 5, nullptr},
 };
 
 TEST(Registry, AnswersNoneOutsideTheTable) {

@@ -38,13 +38,13 @@ inline bool readNothing(Collection&, InputFile&, std::uint32_t) { return true; }
 
 // clang-format off
 inline constexpr io::FormatEntry kRows[] = {
-    {u"w", nullptr, writeScripted, nullptr, u"Waves",       kWave,        io::kMono | io::kStereo, Writes,          nullptr},
-    {u"w", nullptr, writeScripted, nullptr, u"Failing",     kWave,        io::kMono,               Fails,           nullptr},
-    {u"w", nullptr, writeScripted, nullptr, u"Throwing",    kWave,        io::kMono,               RunsOutOfMemory, nullptr},
-    {u"i", nullptr, writeScripted, nullptr, u"Instruments", kInstruments, io::kStereo,             Writes,          nullptr},
-    {u"s", nullptr, writeScripted, nullptr, u"Songs",       kSongs,       io::kMidiEvents,         Writes,          nullptr},
-    {u"c", nullptr, writeScripted, nullptr, u"Linked", kCollections | kInstruments, io::kMono | io::kLinkedStereo, Writes, nullptr},
-    {u"r", readNothing, nullptr, probeNothing, u"Reading",  kWave,        0,                       0,               nullptr},
+    {u"w", nullptr, writeScripted, nullptr, u"Waves",       kWave,        io::kMono | io::kStereo, kAllFeatures, Writes,          nullptr},
+    {u"w", nullptr, writeScripted, nullptr, u"Failing",     kWave,        io::kMono,               kAllFeatures, Fails,           nullptr},
+    {u"w", nullptr, writeScripted, nullptr, u"Throwing",    kWave,        io::kMono,               kAllFeatures, RunsOutOfMemory, nullptr},
+    {u"i", nullptr, writeScripted, nullptr, u"Instruments", kInstruments, io::kStereo,             kAllFeatures, Writes,          nullptr},
+    {u"s", nullptr, writeScripted, nullptr, u"Songs",       kSongs,       io::kMidiEvents,         kAllFeatures, Writes,          nullptr},
+    {u"c", nullptr, writeScripted, nullptr, u"Linked", kCollections | kInstruments, io::kMono | io::kLinkedStereo, kAllFeatures, Writes, nullptr},
+    {u"r", readNothing, nullptr, probeNothing, u"Reading",  kWave,        0,                       kAllFeatures, 0,               nullptr},
 };
 // clang-format on
 

@@ -60,6 +60,7 @@ struct ConvertArguments {
   bool noFixup = false;
   std::vector<std::string> fixups;  ///< "NAME=0", "NAME=1"
   bool report = false;
+  bool json = false;  ///< The report, a line a file.
   bool quiet = false;
 };
 

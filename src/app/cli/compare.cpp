@@ -26,6 +26,8 @@ bool openFor(Collection& collection, const std::string& file, bool merge) {
   return ok;
 }
 
+std::u16string stemOf(const std::string& file) { return textOf(pathOf(toUtf16(file)).stem()); }
+
 std::string textOf(const compare::Difference& difference) {
   std::string line = toUtf8(difference.where) + ": " + toUtf8(difference.what);
   if (!difference.first.empty()) line += ": " + toUtf8(difference.first);
@@ -58,8 +60,10 @@ int runCompare(const CompareArguments& arguments) {
   if (!openFor(first, arguments.first, false)) return kTrouble;
   for (std::size_t i = 0; i < arguments.second.size(); ++i)
     if (!openFor(second, arguments.second[i], i > 0)) return kTrouble;
-  const compare::Report report = compare::compareCollections(
-      first, second, {.tolerance = arguments.tolerance, .samples = !arguments.noSamples});
+  compare::Options options{.tolerance = arguments.tolerance, .samples = !arguments.noSamples};
+  options.fileNames.push_back(stemOf(arguments.first));
+  for (const std::string& file : arguments.second) options.fileNames.push_back(stemOf(file));
+  const compare::Report report = compare::compareCollections(first, second, options);
   if (arguments.json)
     print(comparisonJson(report));
   else if (!arguments.quiet)

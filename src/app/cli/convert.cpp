@@ -2,6 +2,7 @@
 
 #include "app/cli/commands.h"
 #include "app/cli/convert_options.h"
+#include "app/cli/json.h"
 #include "app/cli/output.h"
 #include "app/cli/paths.h"
 #include "app/cli/reading.h"
@@ -13,7 +14,8 @@
 namespace vemko::cli {
 namespace {
 
-TaskReport runTask(const app::BatchTask& task, const app::BatchTarget& target, const Path& startFolder) {
+TaskReport runTask(const app::BatchTask& task, const app::BatchTarget& target, const Path& startFolder,
+                   bool asJson) {
   NoteCollector notes;
   const app::BatchResult result = app::convert(task, target);
   TaskReport report{.ok = result.ok,
@@ -24,9 +26,11 @@ TaskReport runTask(const app::BatchTask& task, const app::BatchTarget& target, c
   if (!result.failedOutput.empty()) report.error += " (" + shownPath(result.failedOutput, startFolder) + ")";
   for (const app::BatchOutput& output : result.outputs) {
     const std::string path = printable(shownPath(output.file, startFolder));
+    if (asJson) report.results.push_back(conversionJson(task.inputs, output, report.notes));
+    if (asJson) continue;
     if (output.skipped && target.reportLosses) report.results.push_back(path + ": exists, skipped");
-    for (const std::u16string& loss : output.losses)
-      report.results.push_back(path + ": loses " + printable(toUtf8(loss)));
+    for (const io::Loss& loss : output.losses)
+      report.results.push_back(path + ": loses " + printable(toUtf8(lossText(loss))));
   }
   return report;
 }
@@ -43,7 +47,9 @@ int runConvert(const ConvertArguments& arguments, std::vector<std::string> worke
   const std::vector<app::BatchTask> tasks = planBatch(plan);
   const Path startFolder = currentFolder();
   TaskPrinter printer(arguments.inputs, tasks.size(), arguments.quiet);
-  const RunTask runHere = [&](const app::BatchTask& task) { return runTask(task, *target, startFolder); };
+  const RunTask runHere = [&](const app::BatchTask& task) {
+    return runTask(task, *target, startFolder, arguments.json);
+  };
   const TaskDone done = [&](std::size_t index, TaskReport report) { printer.add(index, std::move(report)); };
   const std::size_t jobs = jobCount(arguments.jobs);
   if (jobs > 1 && tasks.size() > 1) {
@@ -67,7 +73,7 @@ int runConvertWorker(const ConvertArguments& arguments) {
   for (std::string line; std::getline(std::cin, line);) {
     const auto task = parseTaskLine(line);
     if (!task) return kUsage;
-    print(reportLine(runTask(*task, *target, startFolder)) + "\n");
+    print(reportLine(runTask(*task, *target, startFolder, arguments.json)) + "\n");
     if (!finishOutput()) return kSomeFailed;
   }
   return kDone;

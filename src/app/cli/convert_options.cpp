@@ -99,7 +99,7 @@ std::optional<app::BatchTarget> targetOf(const ConvertArguments& arguments) {
   target.sampleFiles = sampleFilesOf(arguments.sampleFiles);
   target.onExists = onExistsOf(arguments.onExists);
   target.allowRawImport = arguments.raw;
-  target.reportLosses = arguments.report;
+  target.reportLosses = arguments.report || arguments.json;
   return target;
 }
 

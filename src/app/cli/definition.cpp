@@ -141,6 +141,7 @@ void defineReadingOptions(CLI::App& command, ConvertArguments& arguments) {
       ->type_name("NAME=0|1")
       ->excludes(none);
   command.add_flag("--report", arguments.report, "Print what each output file cannot hold of its source");
+  command.add_flag("--json", arguments.json, "The report as a line of JSON for each output file");
 }
 
 void defineConvert(CLI::App& app, ConvertArguments& arguments) {

@@ -83,7 +83,7 @@ void printSong(const Song& song) {
       printLine("  Track " + inQuotes(track->displayName()) + formatted(", %u events", track->eventCount()));
 }
 
-void printCollection(const Collection& collection) {
+void printCollection(const Collection& collection, std::size_t noteCount) {
   printLine(formatted("%-12s %s, %d%%", "Format", toUtf8(io::descriptionOf(collection.formatRow)).c_str(),
                       collection.formatConfidence));
   printLine(formatted("%-12s %s", "Name", printable(toUtf8(collection.displayName())).c_str()));
@@ -92,6 +92,7 @@ void printCollection(const Collection& collection) {
   collection.forEach<Instrument>(printInstrument);
   collection.forEach<Waveform>(printWaveform);
   collection.forEach<Song>(printSong);
+  printLine(formatted("%-12s %s", "Notes", noteCount == 0 ? "none" : std::to_string(noteCount).c_str()));
 }
 
 }  // namespace
@@ -102,15 +103,16 @@ int runInfo(const InfoArguments& arguments) {
   const Path path = pathOf(toUtf16(arguments.file));
   Collection collection;
   const bool ok = folderExists(path) ? fail(u"This is a folder") : io::openFile(collection, path, false);
-  for (const std::string& note : notes.take()) printNote(arguments.file, note);
+  const std::vector<std::string> lines = notes.take();
+  for (const std::string& note : lines) printNote(arguments.file, note);
   if (!ok) {
     printError(arguments.file, toUtf8(lastError()));
     return kSomeFailed;
   }
   if (arguments.json)
-    print(collectionJson(collection));
+    print(collectionJson(collection, lines));
   else
-    printCollection(collection);
+    printCollection(collection, notes.count());
   return kDone;
 }
 

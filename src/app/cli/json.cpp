@@ -15,6 +15,8 @@ using Json = nlohmann::ordered_json;
 
 std::string dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace) + "\n"; }
 
+std::string line(const Json& json) { return json.dump(-1, ' ', false, Json::error_handler_t::replace); }
+
 // The shortest decimal that names the float: 0.1 and not 0.10000000149011612.
 double shortest(float value) {
   char digits[32];
@@ -43,18 +45,59 @@ Json texts(const Item& item) {
 Json featureTexts(FeatureMask held) {
   Json texts = Json::array();
   for (int feature = 0; feature < features::Count; ++feature)
-    if (held & featureBit(feature) && !featureText(feature).empty())
+    if (held.has(feature) && !featureText(feature).empty())
       texts.push_back(toUtf8(featureText(feature)));
   return texts;
 }
 
 Json named(const Item& item) { return {{"id", item.id()}, {"name", toUtf8(item.name())}}; }
 
+Json controllerRanges(const std::vector<ControllerRange>& ranges) {
+  Json list = Json::array();
+  for (const ControllerRange& each : ranges)
+    list.push_back({{"controller", each.controller}, {"range", {each.low, each.high}}});
+  return list;
+}
+
+// When the region plays, as far as it is not simply with each note.
+void addPlaying(const Region& item, Json& json) {
+  const auto add = [&](const char* name, auto value, auto usual) {
+    if (value != usual) json[name] = value;
+  };
+  constexpr const char* kTriggers[] = {"attack", "release", "first", "legato"};
+  if (item.trigger != Trigger::Attack) json["trigger"] = kTriggers[static_cast<std::size_t>(item.trigger)];
+  if (item.delaySeconds != 0) json["delay"] = shortest(item.delaySeconds);
+  add("fixedKey", item.fixedKey, Region::kNotSet);
+  add("fixedVelocity", item.fixedVelocity, Region::kNotSet);
+  add("exclusiveGroup", item.exclusiveGroup, 0);
+  if (item.section != PlaySection{}) json["section"] = {item.section.start, item.section.end};
+  const std::pair<const char*, std::pair<MidiRange, std::uint8_t>> fades[] = {
+      {"fadeInKey", {item.fadeInKeys, 0}},
+      {"fadeOutKey", {item.fadeOutKeys, 127}},
+      {"fadeInVelocity", {item.fadeInVelocities, 0}},
+      {"fadeOutVelocity", {item.fadeOutVelocities, 127}}};
+  for (const auto& [name, fade] : fades)
+    if (fade.first != MidiRange{fade.second, fade.second}) json[name] = range(fade.first);
+  if (!item.rules) return;
+  const PlayRules& rules = *item.rules;
+  if (rules.sequenceLength > 1) json["sequence"] = {rules.sequencePosition, rules.sequenceLength};
+  if (rules.randomLow > 0 || rules.randomHigh < 1)
+    json["random"] = {shortest(rules.randomLow), shortest(rules.randomHigh)};
+  add("group", rules.group, 0u);
+  add("stoppedBy", rules.stoppedBy, 0u);
+  add("playsToEnd", rules.playsToEnd, false);
+  add("ignoresKeys", rules.ignoresKeys, false);
+  if (!rules.controllers.empty()) json["controllers"] = controllerRanges(rules.controllers);
+  if (!rules.starts.empty()) json["startedBy"] = controllerRanges(rules.starts);
+}
+
 Json region(const Region& item) {
   Json json = named(item);
   json["key"] = range(item.keys);
   json["velocity"] = range(item.velocities);
   if (item.waveform()) json["waveform"] = item.waveformId;
+  json["rootKey"] = effectiveRootKey(item);
+  addPlaying(item, json);
   json["articulation"] = articulation(item.articulation);
   return json;
 }
@@ -207,7 +250,6 @@ std::string formatsJson(std::span<const int> rows) {
     Json bitRates = Json::array();
     for (int i = 0; entry.settings && entry.settings(i, entry.variant, nullptr) > 0; ++i)
       bitRates.push_back(entry.settings(i, entry.variant, nullptr));
-    const auto held = entry.writer ? io::heldFeatures(row) : std::nullopt;
     list.push_back({{"extension", toUtf8(entry.extension)},
                     {"description", toUtf8(entry.description)},
                     {"read", entry.reader != nullptr},
@@ -216,7 +258,7 @@ std::string formatsJson(std::span<const int> rows) {
                     {"encodings", words(encodingList(entry.capabilities, " "))},
                     {"channels", layouts(entry.capabilities)},
                     {"bitRates", bitRates},
-                    {"features", held ? featureTexts(*held) : Json::array()},
+                    {"features", featureTexts(entry.features)},
                     {"missing", missing}});
   }
   return dump(list);
@@ -250,7 +292,7 @@ std::string comparisonJson(const compare::Report& report) {
                {"differences", std::move(differences)}});
 }
 
-std::string collectionJson(const Collection& collection) {
+std::string collectionJson(const Collection& collection, std::span<const std::string> notes) {
   auto count = [&](ItemKind kind) { return collection.count(kind); };
   Json json = {{"format", toUtf8(io::descriptionOf(collection.formatRow))},
                {"confidence", collection.formatConfidence},
@@ -266,6 +308,7 @@ std::string collectionJson(const Collection& collection) {
   json["instruments"] = allOf<Instrument>(collection, instrument);
   json["waveforms"] = allOf<Waveform>(collection, waveform);
   json["songs"] = allOf<Song>(collection, song);
+  json["notes"] = notes;
   return dump(json);
 }
 
@@ -280,6 +323,20 @@ std::string toolsJson(std::span<const tools::ToolEntry* const> tools) {
   return dump(list);
 }
 
+std::string conversionJson(std::span<const Path> inputs, const app::BatchOutput& output,
+                           std::span<const std::string> notes) {
+  Json json = {{"inputs", Json::array()},
+               {"output", toUtf8(textOf(output.file))},
+               {"skipped", output.skipped},
+               {"losses", Json::array()},
+               {"notes", notes}};
+  for (const Path& input : inputs) json["inputs"].push_back(toUtf8(textOf(input)));
+  for (const io::Loss& loss : output.losses)
+    json["losses"].push_back(
+        {{"feature", toUtf8(loss.feature)}, {"count", loss.count}, {"example", toUtf8(loss.example)}});
+  return line(json);
+}
+
 std::string processJson(const tools::ToolEntry& tool, std::span<const std::string> files,
                         const app::ProcessResult& result) {
   Json json = {{"files", files}, {"tool", toUtf8(tool.name)}, {"processed", result.processedCount}};
@@ -287,7 +344,7 @@ std::string processJson(const tools::ToolEntry& tool, std::span<const std::strin
     json["volumes"].push_back(
         {{"id", volume.waveform}, {"name", toUtf8(volume.name)}, {"decibels", shortest(volume.decibels)}});
   if (result.statistics) json["statistics"] = statistics(*result.statistics);
-  return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return line(json);
 }
 
 }  // namespace vemko::cli

@@ -70,6 +70,7 @@ NoteCollector::NoteCollector() {
   before_ = setLogSink([this](LogLevel level, std::u16string_view line) {
     if (level != LogLevel::Warning) return;
     std::lock_guard lock(guard_);
+    ++count_;
     if (notes_.size() < kMost)
       notes_.push_back(toUtf8(line));
     else

@@ -21,12 +21,15 @@ class NoteCollector {
 
   /// What came since the last call, with a line about those left out.
   std::vector<std::string> take();
+  /// How many there were in all.
+  std::size_t count() const { return count_; }
 
  private:
   static constexpr std::size_t kMost = 20;
   std::mutex guard_;
   std::vector<std::string> notes_;
   std::size_t leftOut_ = 0;
+  std::size_t count_ = 0;
   LogSink before_;
 };
 

@@ -75,13 +75,18 @@ class RecordReader {
   // Both loops name their ends by marker ids.
   void addLoop(const InstrumentLoop& stored, std::u16string_view name, bool isMain) {
     const auto begin = byId_.find(stored.begin), end = byId_.find(stored.end);
-    if (stored.play == 0 || begin == byId_.end() || end == byId_.end()) return;
+    if (begin == byId_.end() || end == byId_.end()) return;
     const Marker &first = markers_[begin->second], &last = markers_[end->second];
     LoopDescriptor loop;
-    loop.play = stored.play == 2 ? LoopPlay::Alternating : LoopPlay::Forward;
+    loop.play = stored.play == 0   ? LoopPlay::Off
+                : stored.play == 2 ? LoopPlay::Alternating
+                                   : LoopPlay::Forward;
     loop.startFrames = first.position;
     loop.endFrames = std::min(last.position, waveform_.frames);
-    if (loop.startFrames >= loop.endFrames) return logWarning(u"An empty loop is dropped");
+    if (loop.startFrames >= loop.endFrames) {
+      if (loop.play != LoopPlay::Off) logWarning(u"An empty loop is dropped");
+      return;
+    }
     taken_[begin->second] = taken_[end->second] = true;
     // A name on the first marker alone is the loop's own.
     const bool isNamed = last.name.empty() && !first.name.empty();

@@ -25,12 +25,15 @@ int probeFlac(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readFlac(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeFlac(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForFlac(bool writing);
+inline constexpr FeatureMask kFlacFeatures = kAllFeatures;  // by the chunks of WAVE files
 inline constexpr io::CapabilityMask kFlacCapabilities =
     encodings({SampleEncoding::Pcm8, SampleEncoding::Pcm12, SampleEncoding::Pcm16, SampleEncoding::Pcm20,
                SampleEncoding::Pcm24});
 
 // --- Ogg Vorbis and Opus. The settings run from the best quality down.
 
+inline constexpr FeatureMask kOggFeatures =
+    waveFileFeatures({features::Loops, features::Markers, features::WaveTexts, features::Images});
 int probeVorbis(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readVorbis(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeVorbis(Item& item, OutputFile& file, const io::SaveOptions& options);
@@ -42,17 +45,21 @@ bool readOpus(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeOpus(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForOpus(bool writing);
 double describeOpusSetting(int index, std::uint32_t variant, std::u16string* label);
+/// Sample rates as these formats store them.
+std::uint32_t opusRate(std::uint32_t rate);
 
 // --- MPEG audio. Reading variant: the layer, 0 for any. Writing variant: constant, average, variable bit
 // rate.
 
 inline constexpr std::uint32_t kMp3Constant = 0, kMp3Average = 1, kMp3Variable = 2;
+inline constexpr FeatureMask kMp3Features = waveFileFeatures({features::WaveTexts, features::Images});
 int probeMpeg(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readMpeg(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeMp3(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForMpeg(bool writing);
 /// Bit rates in kbit/s, from the highest down.
 double describeMp3Setting(int index, std::uint32_t variant, std::u16string* label);
+std::uint32_t mp3Rate(std::uint32_t rate);
 
 // --- WavPack.
 
@@ -60,6 +67,7 @@ int probeWavpack(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readWavpack(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeWavpack(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForWavpack(bool writing);
+inline constexpr FeatureMask kWavpackFeatures = kAllFeatures;  // by the chunks of WAVE files
 inline constexpr io::CapabilityMask kWavpackCapabilities =
     encodings({SampleEncoding::Pcm8, SampleEncoding::Pcm12, SampleEncoding::Pcm16, SampleEncoding::Pcm20,
                SampleEncoding::Pcm24, SampleEncoding::Float32});
@@ -70,6 +78,8 @@ int probeRawGsm(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readRawGsm(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeRawGsm(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForGsm(bool writing);
+std::uint32_t gsmRate(std::uint32_t rate);
+inline constexpr FeatureMask kGsmFeatures = waveFileFeatures({});
 inline constexpr io::CapabilityMask kGsmCapabilities = io::encodingBit(SampleEncoding::Gsm610) | io::kMono;
 
 // --- Amiga IFF, one channel: 8SVX and 16SV. Needs no library.
@@ -77,6 +87,7 @@ inline constexpr io::CapabilityMask kGsmCapabilities = io::encodingBit(SampleEnc
 int probeIff(Bytes head, std::uint32_t variant, std::uint64_t fileSize);
 bool readIff(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeIff(Item& item, OutputFile& file, const io::SaveOptions& options);
+inline constexpr FeatureMask kIffFeatures = waveFileFeatures({features::Loops});
 inline constexpr io::CapabilityMask kIffCapabilities =
     io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono;
 
@@ -126,6 +137,22 @@ constexpr io::CapabilityMask sndfileCapabilities(SndfileType type) {
       return encodings({Pcm8, Pcm16, MuLaw, ALaw});
   }
   return 0;
+}
+
+constexpr FeatureMask sndfileFeatures(SndfileType type) {
+  using namespace features;
+  switch (type) {
+    case kAiff:
+    case kAifc:
+      return waveFileFeatures({features::Loops, features::Markers, SectionEnds, WaveTexts, Images, RootKeys});
+    case kAvr:
+      return waveFileFeatures({features::Loops});
+    case kCoreAudio:
+      return waveFileFeatures({features::Loops, features::MoreLoops, FractionalLoops, ReverseLoops,
+                               features::Markers, SectionEnds, WaveTexts, RootKeys});
+    default:
+      return waveFileFeatures({});
+  }
 }
 
 }  // namespace vemko::audio

@@ -60,6 +60,9 @@ bool prepareWrite(Item& item, const io::SaveOptions& options, io::CapabilityMask
   job.layout = io::chooseLayout(*job.waveform, options, capabilities);
   job.layout.channels = limitedChannels(job.layout.channels, mostChannels);
   job.stream = withChannels(openSamples(*job.waveform), job.waveform->channels, job.layout.channels);
+  if (job.layout.encoding != SampleEncoding::Float32 && job.layout.encoding != SampleEncoding::Float64 &&
+      job.layout.encoding != SampleEncoding::Codec)
+    job.stream = watchClipping(std::move(job.stream), *job.waveform, job.layout.channels);
   return job.stream != nullptr;
 }
 

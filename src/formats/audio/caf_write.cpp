@@ -128,7 +128,10 @@ bool writeCoreAudioDescription(const DescriptionToWrite& what, ByteSink& sink) {
   put("regn", records.regions);
   put("strg", records.strings);
   put("info", information);
-  return sink.write(chunks.bytes);
+  // Chunks follow each other without a gap in this format.
+  const Bytes bytes = chunks.bytes;
+  if (what.isPadded) return sink.writeAt(sink.size() - 1, bytes.first(1)) && sink.write(bytes.subspan(1));
+  return sink.write(bytes);
 }
 
 }  // namespace vemko::audio

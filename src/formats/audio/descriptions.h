@@ -11,6 +11,7 @@ namespace vemko::audio {
 struct DescriptionToWrite {
   const Waveform& waveform;
   bool name = true;
+  bool isPadded = false;  ///< The samples' odd number of bytes was filled up with one more.
 };
 
 /// AIFF and AIFF-C: texts, markers, the instrument's root key, detune and gain, its two loops; further texts

@@ -46,4 +46,6 @@ bool writeRawGsm(Item& item, OutputFile& file, const io::SaveOptions& save) {
 
 std::u16string missingForGsm(bool) { return gsm::missingLibrary(); }
 
+std::uint32_t gsmRate(std::uint32_t) { return kRate; }
+
 }  // namespace vemko::audio

@@ -8,6 +8,7 @@
 #include "codecs/ape.h"
 #include "codecs/id3.h"
 #include "codecs/mpeg.h"
+#include "codecs/sample_writer.h"
 #include "formats/audio/audio.h"
 #include "formats/audio/audio_file.h"
 #include "formats/audio/probes.h"
@@ -147,6 +148,7 @@ bool writeMp3(Item& item, OutputFile& file, const io::SaveOptions& save) {
   constexpr std::uint8_t kMostChannels = 2;
   WriteJob job;
   if (!prepareWrite(item, save, kCodecCapabilities, kMostChannels, job)) return false;
+  job.stream = watchClipping(std::move(job.stream), *job.waveform, job.layout.channels);
   const std::uint32_t rate = mpeg::storedRate(job.waveform->rate);
   if (rate != job.waveform->rate)
     logInfo(
@@ -172,5 +174,7 @@ double describeMp3Setting(int index, std::uint32_t variant, std::u16string* labe
                    : formatted(variant == kMp3Average ? "MP3 ABR %.0f kbit/s" : "MP3 CBR %.0f kbit/s", rate));
   return rate;
 }
+
+std::uint32_t mp3Rate(std::uint32_t rate) { return mpeg::storedRate(rate); }
 
 }  // namespace vemko::audio

@@ -103,4 +103,6 @@ double describeOpusSetting(int index, std::uint32_t, std::u16string* label) {
   return kOpusSettings[index];
 }
 
+std::uint32_t opusRate(std::uint32_t) { return opus::kRate; }
+
 }  // namespace vemko::audio

@@ -3,6 +3,7 @@
 
 #include "base/last_error.h"
 #include "base/text.h"
+#include "codecs/pcm.h"
 #include "codecs/sndfile.h"
 #include "formats/audio/audio.h"
 #include "formats/audio/audio_file.h"
@@ -73,7 +74,10 @@ bool writeSndfile(Item& item, OutputFile& file, const io::SaveOptions& options) 
     return false;
   FileSink sink(file);
   if (!sndfile::encode(job.input(), type.container, job.layout.encoding, sink)) return false;
-  const DescriptionToWrite what{*job.waveform, !isNamedAfterFile(*job.waveform, file.path())};
+  const std::uint64_t sampleBytes =
+      std::uint64_t{job.waveform->frames} * job.layout.channels * bytesPerSample({job.layout.encoding});
+  const DescriptionToWrite what{*job.waveform, !isNamedAfterFile(*job.waveform, file.path()),
+                                sampleBytes % 2 != 0 && sink.size() % 2 == 0};
   return (!type.write || type.write(what, sink)) && sink.flush();
 }
 

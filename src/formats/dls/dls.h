@@ -21,6 +21,20 @@ bool writeCollection(Item& item, OutputFile& file, const io::SaveOptions& option
 inline constexpr io::CapabilityMask kLevel2Capabilities = io::encodingBit(SampleEncoding::Pcm8) |
                                                           io::encodingBit(SampleEncoding::Pcm16) | io::kMono |
                                                           io::kLinkedStereo;
+/// Texts stand with every item. Level 1 has one LFO, which the mod wheel alone can open.
+inline constexpr FeatureMask kTextFeatures = featureBits({features::InstrumentTexts, features::WaveTexts});
+inline constexpr FeatureMask kLevel1Features =
+    (profileFeatures(u"DLS level 1 melodic (.DLS)") | kBankFeatures | kTextFeatures |
+     featureBit(features::PannedStereo)) &
+    ~featureBits({features::AftertouchToLfos, features::FourthLfo, features::HighResonance});
+inline constexpr FeatureMask kLevel2Features =
+    (profileFeatures(u"DLS level 2 (.DLS)") | kBankFeatures | kTextFeatures) &
+    ~featureBit(features::HighResonance);
+inline constexpr FeatureMask kLevel2PlusFeatures =
+    (profileFeatures(u"DLS level 2+ (.DLS)") | kBankFeatures | kTextFeatures) &
+    ~featureBit(features::HighResonance);
+inline constexpr FeatureMask kLevel2PlusPlusFeatures =
+    profileFeatures(u"DLS level 2++ (.DLS)") | kBankFeatures | kTextFeatures;
 inline constexpr io::CapabilityMask kLevel1Capabilities =
     io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono | io::kStereo;
 inline constexpr io::CapabilityMask kLevel2PlusCapabilities =

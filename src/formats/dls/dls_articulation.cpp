@@ -6,6 +6,7 @@
 #include <limits>
 #include <optional>
 
+#include "core/feature_use.h"
 #include "core/filter.h"
 #include "core/key_rules.h"
 #include "core/parameters.h"
@@ -367,7 +368,7 @@ void undoRows(const SlotValues& values, Level level, bool hasFilter, std::vector
   }
 }
 
-float highestResonance(Level level) { return level == Level::TwoPlusPlus ? 96 : 22.5f; }
+float highestResonance(Level level) { return level == Level::TwoPlusPlus ? 96 : kModestResonanceDb; }
 
 // What wave sample chunks can say of the tuning: whole cents of 16 bits.
 double wholeCents(const SlotValues& values) {
@@ -383,6 +384,11 @@ void undoTuning(const SlotValues& values, Level level, RegionAmounts& amounts) {
   if (std::abs(rest) > 0.002)
     addUnlessInitial({None, None, to::Pitch, 0, 0}, rounded(rest * kUnit), amounts.connections);
 }
+
+// Velocity changes a time by as much as itself at most.
+constexpr Stage kVelocityStages[] = {Stage::VelocityToAttack1, Stage::VelocityToAttack2,
+                                     Stage::VelocityToDecay1, Stage::VelocityToDecay2,
+                                     Stage::VelocityToRelease1};
 
 }  // namespace
 
@@ -405,6 +411,11 @@ SlotValues valuesOf(const Articulation& articulation, const WaveTotals& totals, 
   moveTimesToMiddleC(values);
   applySends(routes, sends, values);
   applyRows(routes, articulation.list, true, values);
+  for (Slot envelope : {slots::VEnv, slots::PEnv, slots::FEnv})
+    for (Stage stage : kVelocityStages) {
+      const Slot slot = envelopeSlot(envelope, stage);
+      values[slot] = boundedValue(slot, values[slot]);
+    }
   return values;
 }
 

@@ -4,6 +4,7 @@
 #include <string>
 #include <unordered_map>
 
+#include "core/key_rules.h"
 #include "core/parameters.h"
 
 namespace vemko::dls {
@@ -77,6 +78,13 @@ std::vector<Connection> mostCommon(const std::vector<Amounts>& regions) {
   return best ? best->connections : std::vector<Connection>{};
 }
 
+SlotValues valuesFor(const Region& region, Level level) {
+  ArticulationBlock block = effective(region);
+  settleFixedNote(region, block);
+  if (level == Level::One) settleScaleOfOneKey(region, block);
+  return vemko::valuesOf(block);
+}
+
 }  // namespace
 
 InstrumentPlan planInstrument(const Instrument& instrument, const std::vector<const Region*>& regions,
@@ -91,7 +99,7 @@ InstrumentPlan planInstrument(const Instrument& instrument, const std::vector<co
   for (const Region* region : regions) {
     const auto* origin = notesOf<RegionNotes>(*region);
     const Articulation list = origin ? mergedOf(*origin) : Articulation{};
-    amounts.push_back(amountsFor(vemko::valuesOf(effective(*region)), origin ? &list : nullptr,
+    amounts.push_back(amountsFor(valuesFor(*region, level), origin ? &list : nullptr,
                                  origin ? origin->totals : WaveTotals{}, level, sends));
   }
   const bool isShared = level == Level::One && !instrument.patch.isDrumKit() && !outer.isAsRead;

@@ -32,10 +32,6 @@ std::size_t regionLimit(const Instrument& instrument, Level level) {
   return level == Level::One && !instrument.patch.isDrumKit() ? 16 : 128;
 }
 
-bool canSound(const Region& region) {
-  return region.waveform() && region.trigger != Trigger::Release && region.trigger != Trigger::Legato;
-}
-
 struct Link {
   std::uint16_t phaseGroup = 0;
   bool isMaster = false;
@@ -119,7 +115,7 @@ class CollectionWriter {
     for (const Instrument* instrument : instruments_) {
       auto& regions = regions_.emplace_back();
       for (const Region* region : regionsOf(*instrument)) {
-        if (canSound(*region))
+        if (soundsOnAttack(*region))
           regions.push_back(region);
         else
           complaints.add(u"A region is left out: it plays no sample, or is not triggered by the attack");

@@ -24,6 +24,18 @@ bool readSfz(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeSfz(Item& item, OutputFile& file, const io::SaveOptions& options);
 
 /// What one of the formats for samples can store.
+/// Texts and loops go into the sample files, as far as these take them.
+inline constexpr FeatureMask kVersion1Features =
+    (profileFeatures(u"SFZ v1 (.SFZ)") & ~featureBits({features::KeyToAttackRelease})) |
+    featureBits({features::Loops, features::MoreLoops, features::Markers, features::SectionEnds,
+                 features::ExclusiveGroups, features::FixedKey, features::PlayRules, features::SeparateLfos,
+                 features::SeparateEnvelopes, features::RandomPan, features::SilentRegions,
+                 features::PannedStereo, features::HighResonance, features::AftertouchToLfos,
+                 features::WaveTexts, features::Images, features::RootKeys});
+inline constexpr FeatureMask kVersion2Features =
+    profileFeatures(u"SFZ v2 (.SFZ)") | kVersion1Features |
+    featureBits({features::ChannelDepths, features::SteepFilters, features::PanModulation,
+                 features::KeyToDecay, features::FourthLfo});
 inline constexpr io::CapabilityMask kCapabilities =
     io::kMono | io::kStereo | io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm12) |
     io::encodingBit(SampleEncoding::Pcm16) | io::encodingBit(SampleEncoding::Pcm20) |

@@ -7,6 +7,7 @@
 #include "base/log.h"
 #include "base/text.h"
 #include "base/version.h"
+#include "core/key_rules.h"
 #include "core/parameters.h"
 #include "formats/sfz/sfz.h"
 #include "formats/sfz/sfz_articulation.h"
@@ -116,21 +117,6 @@ void putRules(const Region& region, const PlayRules& rules, OpcodeLines& out) {
   putRange(out, "xfout_lovel", "xfout_hivel", region.fadeOutVelocities, {127, 127});
   if (rules.keyFade == FadeCurve::Gain) out.putText("xf_keycurve", "gain");
   if (rules.velocityFade == FadeCurve::Gain) out.putText("xf_velcurve", "gain");
-}
-
-// A region that sounds as if always the same key were played, or with the same velocity, says so by what
-// these come to.
-void settleFixedNote(const Region& region, ArticulationBlock& block) {
-  if (region.fixedKey != Region::kNotSet) {
-    block.add(slots::MasterTuning,
-              static_cast<float>(region.fixedKey - effectiveRootKey(region)) * block.get(slots::KeyToPitch));
-    block.set(slots::KeyToPitch, 0);
-  }
-  if (region.fixedVelocity != Region::kNotSet) {
-    const float share = std::max<float>(region.fixedVelocity, 1) / 127;
-    block.add(slots::MasterVolume, 40 * std::log10(share) * block.get(slots::VelocityResponse));
-    block.set(slots::VelocityResponse, 0);
-  }
 }
 
 // --- The whole file

@@ -86,26 +86,26 @@ float valueOf(const GeneratorRow& row, std::int16_t amount) {
   return 0;
 }
 
-std::int16_t amountOf(const GeneratorRow& row, float value) {
-  double amount = 0;
+double exactAmountOf(const GeneratorRow& row, float value) {
   switch (row.scale) {
     case Scale::Linear:
-      amount = value / row.factor;
-      break;
+      return value / row.factor;
     case Scale::Hertz:
-      amount = absoluteCentsFromHertz(value);
-      break;
+      return absoluteCentsFromHertz(value);
     case Scale::Seconds:
-      amount = timecentsFromSeconds(value);
-      break;
+      return timecentsFromSeconds(value);
     case Scale::Sustain:
-      amount = (1 - value) / row.factor;
-      break;
+      return (1 - value) / row.factor;
     case Scale::PerOctave:
-      amount = value > 0 ? -100 * std::log2(value) : 0;
-      break;
+      return value > 0 ? -100 * std::log2(value) : 0;
   }
-  return static_cast<std::int16_t>(roundedWithin(amount, row.minimum, row.maximum));
+  return 0;
+}
+
+// Times and frequencies below the lowest amounts are as good as these.
+bool isBeyond(const GeneratorRow& row, double amount) {
+  const bool hasFloor = row.scale == Scale::Linear || row.scale == Scale::PerOctave;
+  return amount > row.maximum + 1 || (hasFloor && amount < row.minimum - 1);
 }
 
 // --- Rules that span several slots. Each has its undo, called in the reverse order.
@@ -243,12 +243,15 @@ void applyRows(const Generators& generators, bool carriersInUse, SlotValues& val
       values[row.slot] = valueOf(row, generators[row.generator]);
 }
 
-void undoRows(const SlotValues& values, Generators& generators) {
+void undoRows(const SlotValues& values, ZoneAmounts& result) {
   const GeneratorRow* written = nullptr;
   for (const GeneratorRow& row : kRows) {
     if (written && written->generator == row.generator) continue;
     if (!isInUse(values, row.carrier)) continue;
-    generators[row.generator] = amountOf(row, values[row.slot]);
+    const double amount = exactAmountOf(row, values[row.slot]);
+    result.generators[row.generator] =
+        static_cast<std::int16_t>(roundedWithin(amount, row.minimum, row.maximum));
+    result.isCut = result.isCut || isBeyond(row, amount);
     written = &row;
   }
 }
@@ -296,7 +299,7 @@ ZoneAmounts amountsOf(const ArticulationBlock& block, const SendChannels& sends)
   undoBend(values, amounts);
   amounts[Entry::VelocityToVolume] = values[slots::VelocityResponse] * 960;
   undoTuning(values, result.generators);
-  undoRows(values, result.generators);
+  undoRows(values, result);
   result.modulators = modulatorsOf(amounts);
   return result;
 }

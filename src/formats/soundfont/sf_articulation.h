@@ -46,6 +46,7 @@ ArticulationBlock articulationOf(const Generators& generators, std::span<const M
 struct ZoneAmounts {
   Generators generators;
   std::vector<Modulator> modulators;  ///< Those that differ from the published defaults.
+  bool isCut = false;                 ///< A value lies beyond what its generator can say.
 };
 /// The amounts that read as the block's values, as near as the format's steps allow. What they cannot say
 /// stays at its default.

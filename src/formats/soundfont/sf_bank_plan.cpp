@@ -109,7 +109,11 @@ struct Group {
   std::vector<const Region*> regions;
   std::map<ZoneKey, Zone> zones;
   bool isKept = true;
+  bool isCut = false;
 };
+
+constexpr std::u16string_view kCut =
+    u"A zone's values lie beyond what the format holds and are cut, such as a volume above full level";
 
 /// What the groups of one origin share.
 using SharedZones = std::map<ZoneKey, Zone>;
@@ -123,6 +127,7 @@ void fillGroup(Group& group, const SamplePool& pool) {
     }
     const auto totals = totalsOf(*region, pool);
     for (std::size_t side = 0; side < totals.size(); ++side) {
+      group.isCut = group.isCut || totals[side].isCut;
       const auto total = without(zones.preset(), zones.instrument(), totals[side]);
       const ZoneKey key{zones.instrumentZone, static_cast<int>(side)};
       if (!total || !group.zones
@@ -170,15 +175,11 @@ class BankPlanner {
     std::vector<const Region*> others;
   };
 
-  static bool canSound(const Region& region) {
-    return region.waveform() && region.trigger != Trigger::Release && region.trigger != Trigger::Legato;
-  }
-
   void collect(const Instrument& instrument) {
     PresetRegions& preset = presets_.emplace_back();
     std::map<std::pair<const BankTables*, std::uint32_t>, std::size_t> groupOf;
     for (const Region* region : regionsOf(instrument)) {
-      if (!canSound(*region)) {
+      if (!soundsOnAttack(*region)) {
         complaints_.add(u"A region is left out: it plays no sample, or is not triggered by the attack");
         continue;
       }
@@ -203,6 +204,8 @@ class BankPlanner {
       fillGroup(*groups[i], pool_);
       return true;
     });
+    for (const Group* group : groups)
+      if (group->isCut && group->isKept) complaints_.add(kCut);
   }
 
   std::map<InstrumentKey, SharedZones> gather() const {
@@ -272,8 +275,10 @@ class BankPlanner {
   std::size_t plainInstrument(const std::string& name, const std::vector<const Region*>& regions) {
     PlannedInstrument instrument{name, {}};
     for (const Region* region : regions)
-      for (const ZoneTotal& total : totalsOf(*region, pool_))
+      for (const ZoneTotal& total : totalsOf(*region, pool_)) {
         instrument.zones.push_back(zoneOf(total, region->keys, region->velocities));
+        if (total.isCut) complaints_.add(kCut);
+      }
     std::vector<std::size_t>& alike = plainInstruments_[hashOf(instrument.zones)];
     for (std::size_t known : alike)
       if (std::ranges::equal(plan_.instruments[known].zones, instrument.zones, isSameZone)) return known;

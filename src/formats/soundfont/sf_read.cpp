@@ -140,14 +140,19 @@ class BankReader {
       for (; next != plans_.end() && next->presetZone == zone; ++next) {
         const Zone& inner = instrumentZone(*next);
         const ItemId waveform = waveforms.find(inner.target, sumOf(Zone{}, inner));
-        if (waveform == kNoItem) {
-          complaints_.add(u"A zone whose sample is missing is left out");
+        if (waveform == kNoItem && isRomSample(inner.target)) {
+          complaints_.add(u"A zone of a skipped ROM sample is left out");
           continue;
         }
+        if (waveform == kNoItem) complaints_.add(u"A zone's sample is missing: its region is silent");
         if (!layer) layer = &createLayer(instrument, instrumentName(*next));
         createZoneRegion(*layer, *next, waveform);
       }
     }
+  }
+
+  bool isRomSample(std::uint32_t sample) const {
+    return sample < tables_.samples.size() && (tables_.samples[sample].type & sample_type::Rom) != 0;
   }
 
   std::u16string instrumentName(const RegionPlan& plan) const {
@@ -163,11 +168,13 @@ class BankReader {
     if (outer.velocities || inner.velocities)
       request.velocities = *intersection(outer.velocityRange(), inner.velocityRange());
     request.rootKey = midiNumber(amounts[gen::RootKey]);
-    Region& region = createRegion(layer, textOf(tables_.samples[inner.target].name), request);
+    const bool isSilent = waveform == kNoItem;  // and its sample may be none of the table
+    const std::u16string name = isSilent ? std::u16string() : textOf(tables_.samples[inner.target].name);
+    Region& region = createRegion(layer, name, request);
     region.exclusiveGroup = exclusiveGroupOf(amounts);
     region.fixedKey = midiNumber(amounts[gen::FixedKey]);
     region.fixedVelocity = midiNumber(amounts[gen::FixedVelocity]);
-    region.section = sectionOf(amounts, tables_.frames[inner.target]);
+    if (!isSilent) region.section = sectionOf(amounts, tables_.frames[inner.target]);
     region.articulation = std::move(plan.articulation);
     RegionNotes& notes = notes_->regions.emplace_back();
     notes.bank = &tables_;

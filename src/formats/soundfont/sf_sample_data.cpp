@@ -96,9 +96,10 @@ bool copyBytes(const ChannelData& data, std::uint64_t offset, std::uint64_t coun
 
 using BlockSink = std::function<bool(std::span<const float> block)>;
 
-bool forEachBlock(const ChannelData& data, const BlockSink& sink) {
+bool forEachBlock(const ChannelData& data, bool isFirstPass, const BlockSink& sink) {
   if (data.frames == 0) return true;
-  const auto stream = openChannel(data);
+  auto stream = openChannel(data);
+  if (isFirstPass) stream = watchClipping(std::move(stream), *data.waveform, 1);
   if (!stream) return false;
   std::vector<float> block(kBlockFrames);
   for (std::uint32_t done = 0; done < data.frames;) {
@@ -116,7 +117,7 @@ bool forEachBlock(const ChannelData& data, const BlockSink& sink) {
 using Room = std::function<std::span<std::byte>(std::size_t bytes)>;
 
 bool encodePoints(const ChannelData& data, const Room& room) {
-  return forEachBlock(data, [&](std::span<const float> block) {
+  return forEachBlock(data, true, [&](std::span<const float> block) {
     const std::span<std::byte> points = room(block.size() * 2);
     if (points.empty()) return false;
     encodePcm({SampleEncoding::Pcm16}, block, points);
@@ -127,7 +128,7 @@ bool encodePoints(const ChannelData& data, const Room& room) {
 // One part of 24-bit points, the other going to nowhere.
 bool encodeSplit(const ChannelData& data, bool low, const Room& room) {
   std::vector<std::byte> joined(kBlockFrames * 3), rest(kBlockFrames * 2);
-  return forEachBlock(data, [&](std::span<const float> block) {
+  return forEachBlock(data, !low, [&](std::span<const float> block) {
     const std::span<std::byte> part = room(block.size() * (low ? 1 : 2));
     if (part.empty()) return false;
     const std::span<std::byte> points = std::span(joined).first(block.size() * 3);

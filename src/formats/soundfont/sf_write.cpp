@@ -151,6 +151,7 @@ bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
     return fail(u"The file format can not save this item");
   const std::vector<Waveform*> waveforms = waveformsOf(item);
   const std::vector<Instrument*> instruments = instrumentsOf(item);
+  if (waveforms.empty() && instruments.empty()) return fail(u"Empty item - nothing to save");
   const bool mono = (options.requested & (io::kMono | io::kStereo)) == io::kMono;
   SamplePool pool(waveforms, mono);
   keepFileLoops(instruments, pool);

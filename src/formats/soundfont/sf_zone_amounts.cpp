@@ -15,6 +15,7 @@ constexpr int kCoarseFrames = 32768;
 struct Source {
   Generators generators;
   std::vector<Modulator> modulators;
+  bool isCut = false;
 };
 
 Source sumOfZones(const FileZones& zones) {
@@ -71,7 +72,7 @@ Source articulationAmounts(const ArticulationBlock& block, const Source* file,
                            const ArticulationBlock& fromFile, const SendChannels& sends) {
   if (!file) {
     ZoneAmounts amounts = amountsOf(block, sends);
-    return {amounts.generators, std::move(amounts.modulators)};
+    return {amounts.generators, std::move(amounts.modulators), amounts.isCut};
   }
   if (block == fromFile) return *file;
   const ZoneAmounts before = amountsOf(fromFile, sends), now = amountsOf(block, sends);
@@ -81,6 +82,7 @@ Source articulationAmounts(const ArticulationBlock& block, const Source* file,
     if (now.generators[number] != before.generators[number] || (!isSameFilter && concernsFilter(number)))
       mixed.generators[number] = now.generators[number];
   mixed.modulators = mixModulators(file->modulators, before.modulators, now.modulators);
+  mixed.isCut = now.isCut;
   return mixed;
 }
 
@@ -174,7 +176,7 @@ std::vector<ZoneTotal> totalsOf(const Region& region, const SamplePool& pool) {
     if (place->isStereo) setPan(ofSide, side == 0 ? std::max(-1.0f, pan - 1) : std::min(1.0f, pan + 1));
     Source amounts = articulationAmounts(ofSide, file ? &*file : nullptr, fromFile, sends);
     ZoneTotal total{amounts.generators, std::move(amounts.modulators),
-                    place->sample + static_cast<std::uint32_t>(side)};
+                    place->sample + static_cast<std::uint32_t>(side), amounts.isCut};
     const Generators* ofFile = file ? &file->generators : nullptr;
     Generators& generators = total.generators;
     const Generators initial;

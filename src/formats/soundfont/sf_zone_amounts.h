@@ -22,6 +22,7 @@ struct ZoneTotal {
   Generators generators;
   std::vector<Modulator> modulators;
   std::uint32_t sample = 0;
+  bool isCut = false;  ///< See ZoneAmounts.
 };
 
 /// The totals of a region's zone, or of its two zones when it plays a stereo waveform (left, then right).

@@ -14,6 +14,7 @@ bool readWave(Collection& collection, InputFile& file, std::uint32_t variant);
 bool readBigEndianWave(Collection& collection, InputFile& file, std::uint32_t variant);
 bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& options);
 
+inline constexpr FeatureMask kFeatures = kAllFeatures;
 inline constexpr io::CapabilityMask kCapabilities =
     io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) |
     io::encodingBit(SampleEncoding::Pcm24) | io::encodingBit(SampleEncoding::Pcm32) |
