@@ -103,9 +103,6 @@ bool writeTagFrame(lame_global_flags* encoder, std::uint64_t offset, ByteSink& s
          sink.writeAt(offset, std::as_bytes(std::span(frame).first(size)));
 }
 
-// Not-a-number gives 0, as in integer formats.
-float toFullScale(float sample) { return std::isnan(sample) ? 0 : std::clamp(sample, -1.0f, 1.0f); }
-
 }  // namespace
 
 std::u16string missingEncoder() { return functions().library.missingText(); }
@@ -146,23 +143,19 @@ bool encode(const EncoderInput& input, const EncodeOptions& options, ByteSink& s
     return fail(u"MPEG audio can not hold this sample rate");
 
   const std::uint64_t start = sink.size();
-  EncoderBlocks blocks(input, kBlockFrames, 1);
+  EncoderBlocks blocks(input, kBlockFrames, 1);  // far beyond full scale the library ends the program
   std::vector<unsigned char> coded(kBlockFrames * 5 / 4 + 7200);  // the library's own bound
-  std::vector<float> limited;
   for (bool isEnd = false; !isEnd;) {
     const auto samples = blocks.next();
     if (!samples) return false;
     isEnd = samples->empty();
     const auto frames = static_cast<int>(samples->size() / input.channels);
-    // Far beyond full scale the library ends the program.
-    limited.resize(samples->size());
-    std::ranges::transform(*samples, limited.begin(), toFullScale);
     const auto room = static_cast<int>(coded.size());
     const int count =
         isEnd ? use.flush(encoder.get(), coded.data(), room)
         : input.channels == 2
-            ? use.encodeStereo(encoder.get(), limited.data(), frames, coded.data(), room)
-            : use.encodeMono(encoder.get(), limited.data(), limited.data(), frames, coded.data(), room);
+            ? use.encodeStereo(encoder.get(), samples->data(), frames, coded.data(), room)
+            : use.encodeMono(encoder.get(), samples->data(), samples->data(), frames, coded.data(), room);
     if (count < 0) return fail(u"The MP3 encoder failed");
     if (!sink.write(std::as_bytes(std::span(coded).first(static_cast<std::size_t>(count))))) return false;
   }
