@@ -233,7 +233,7 @@ TEST(FeatureUse, FindsLoopsAndLevels) {
     }
   }
   EXPECT_EQ(found, (std::vector<int>{1, 3, 7, 8, 9, 11, 41, features::Loops, features::MoreLoops,
-                                     features::RootKeys}));
+                                     features::SilentRegions}));
 }
 
 TEST(FeatureUse, LosesOnlyWhatMatters) {
