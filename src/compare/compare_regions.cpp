@@ -132,6 +132,12 @@ std::u16string waveformText(const Region& region) {
   return waveform ? u"\"" + waveform->displayName() + u"\"" : u"none";
 }
 
+/// One that plays in the centre is split along with those of the same waveform that do not.
+bool isSplit(const Region& first, const Region& second) {
+  const Waveform *a = first.waveform(), *b = second.waveform();
+  return a && b && a->channels != b->channels;
+}
+
 }  // namespace
 
 std::u16string placeOf(const Region& region) {
@@ -158,7 +164,8 @@ void compareArticulation(const Region& first, const Region& second, Differences&
   compareTuning(first, a, second, b, sameNotes ? 0 : featureBit(features::FixedKey), differences);
   differences.number(parameter(slots::MasterVolume).name, volumeDecibels(first, a), volumeDecibels(second, b),
                      0.1, u"dB");
-  const FeatureMask used = featuresOf(first) | featuresOf(second);
+  FeatureMask used = featuresOf(first) | featuresOf(second);
+  if (isSplit(first, second)) used |= featureBit(features::PannedStereo);
   for (int slot = 0; slot < kSlotCount; ++slot)
     if (slot != slots::MasterTuning && slot != slots::KeyToPitch && slot != slots::MasterVolume) {
       const auto at = static_cast<Slot>(slot);

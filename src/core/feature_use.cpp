@@ -260,6 +260,9 @@ FeatureMask featuresOfSlot(Slot slot) {
                                         {slots::FEnv, SlotGroup::FEnvelope}})
     for (const StageRow& row : kStageRows)
       if (isIn(group) && envelopeSlot(envelope, row.stage) == slot) needed |= featureBit(row.feature);
+  // Without these levels the whole shape is told in other stages.
+  if (isIn(SlotGroup::VEnvelope) || isIn(SlotGroup::PEnvelope) || isIn(SlotGroup::FEnvelope))
+    needed |= featureBit(MoreLevels);
   if (isIn(SlotGroup::PEnvelope) || isIn(SlotGroup::FEnvelope) || slot == slots::PEnvToPitch ||
       slot == slots::FEnvToCutoff)
     needed |= featureBits({TwoEnvelopes, SeparateEnvelopes});
