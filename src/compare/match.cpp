@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "core/slot_values.h"
+
 namespace vemko::compare {
 namespace {
 
@@ -23,10 +25,16 @@ std::uint64_t mixed(std::uint64_t hash, std::uint64_t value) {
 
 std::uint64_t hashOf(std::u16string_view text) { return std::hash<std::u16string_view>()(text); }
 
-/// Pairs in passes from the strictest key to the loosest; within a key in order.
+/// How unlike two items are that one pass would pair.
+template <class T>
+using Distance = std::function<double(const T&, const T&)>;
+
+/// Pairs in passes from the strictest key to the loosest; within a key the most alike where a distance is
+/// given and they are few, else in order.
 template <class T>
 Matched<T> matchInPasses(std::span<const T* const> first, std::span<const T* const> second,
-                         std::span<const Key<T>> keys) {
+                         std::span<const Key<T>> keys, const Distance<T>& distance = {}) {
+  constexpr std::size_t kFew = 16;
   std::vector<std::size_t> partner(first.size(), kNone);
   std::vector<char> isTaken(second.size());
   for (const Key<T>& key : keys) {
@@ -38,9 +46,14 @@ Matched<T> matchInPasses(std::span<const T* const> first, std::span<const T* con
       if (partner[i] != kNone) continue;
       const auto found = free.find(key(*first[i], true));
       if (found == free.end() || found->second.empty()) continue;
-      partner[i] = found->second.front();
+      auto& candidates = found->second;
+      auto best = candidates.begin();
+      if (distance && candidates.size() > 1 && candidates.size() <= kFew)
+        best = std::ranges::min_element(
+            candidates, {}, [&](std::size_t other) { return distance(*first[i], *second[other]); });
+      partner[i] = *best;
       isTaken[partner[i]] = 1;
-      found->second.pop_front();
+      candidates.erase(best);
     }
   }
   Matched<T> matched;
@@ -95,6 +108,15 @@ std::uint64_t loopOf(const Waveform& w) {
 
 std::uint64_t rangesOf(const Region& r) {
   return std::uint64_t{r.keys.low} << 24 | r.keys.high << 16 | r.velocities.low << 8 | r.velocities.high;
+}
+
+// How many slots differ audibly.
+double unlikeness(const Region& first, const Region& second) {
+  const SlotValues a = valuesOf(effective(first)), b = valuesOf(effective(second));
+  int count = 0;
+  for (std::size_t i = 0; i < a.slots.size(); ++i)
+    count += std::fabs(a.slots[i] - b.slots[i]) > 0.01f * (1 + std::fabs(a.slots[i]));
+  return count;
 }
 
 template <class T>
@@ -207,7 +229,7 @@ Matched<Region> matchRegions(const Instrument& first, const Instrument& second,
   };
   const std::vector<Region*> inFirst = regionsOf(first), inSecond = regionsOf(second);
   const std::vector<const Region*> a(inFirst.begin(), inFirst.end()), b(inSecond.begin(), inSecond.end());
-  return matchInPasses<Region>(a, b, keys);
+  return matchInPasses<Region>(a, b, keys, unlikeness);
 }
 
 }  // namespace vemko::compare

@@ -39,8 +39,8 @@ class WaveformClasses {
 Matched<Instrument> matchInstruments(std::span<const Instrument* const> first,
                                      std::span<const Instrument* const> second,
                                      const WaveformClasses& classes);
-/// By keys, velocities, waveform and articulation; then without articulation; then without the waveform; then
-/// by the waveform alone; what is left in order.
+/// By keys, velocities, waveform and articulation; then without articulation; then
+/// without the waveform; then by the waveform alone; what is left in order.
 Matched<Region> matchRegions(const Instrument& first, const Instrument& second,
                              const WaveformClasses& classes);
 
