@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cmath>
+#include <set>
 #include <string>
+#include <utility>
 
 #include "base/last_error.h"
 #include "base/text.h"
@@ -34,13 +36,13 @@ std::vector<const LoopRecord*> otherLoopsOf(const Waveform& waveform) {
 
 // Without sections that say what is an idle loop of the other one.
 std::vector<const LoopRecord*> markersOf(const Waveform& waveform, const Waveform& other) {
+  std::set<std::pair<std::uint32_t, std::uint32_t>> idleLoops;
+  for (const LoopRecord& record : other.records)
+    if (isOff(record)) idleLoops.emplace(record.start, record.end);
   std::vector<const LoopRecord*> markers;
-  for (const LoopRecord& record : waveform.records) {
-    const bool isIdleLoop = std::ranges::any_of(other.records, [&](const LoopRecord& loop) {
-      return isOff(loop) && loop.start == record.start && loop.end == record.end;
-    });
-    if (record.type != RecordType::Loop && !isIdleLoop) markers.push_back(&record);
-  }
+  for (const LoopRecord& record : waveform.records)
+    if (record.type != RecordType::Loop && !idleLoops.contains({record.start, record.end}))
+      markers.push_back(&record);
   return inOrder(std::move(markers));
 }
 

@@ -87,7 +87,8 @@ bool writeCoded(const Waveform& waveform, const io::SampleLayout& layout, const 
   plan.frames = riff::codedFrames(layout.encoding, waveform.frames);
   if (save.variant != kBare) plan.trailer = buildTrailer(waveform, file.path());
 
-  auto stream = withChannels(openSamples(waveform), waveform.channels, layout.channels);
+  auto stream = watchClipping(withChannels(openSamples(waveform), waveform.channels, layout.channels),
+                              waveform, layout.channels);
   FileSink sink(file);
   if (!stream || !sink.write(buildHeader(plan).bytes)) return false;
   const std::uint64_t start = sink.size();
