@@ -17,7 +17,7 @@ struct Options {
   /// hundredth of a frame of a loop, a millisecond of a marker, one step of 16 bits of a sample. 0: exactly
   /// equal.
   double tolerance = 0;
-  bool samples = true;  ///< Compare the sample data too.
+  bool samples = true;  ///< Compare the sample data too, of waveforms that kept their sample rate.
   /// What the files of either side are called, without folder and extension: an item whose only name this is
   /// has none of its own, and another one on the other side is no difference.
   std::vector<std::u16string> fileNames = {};
