@@ -38,93 +38,51 @@ off_t positionedSize(int fd, const struct stat& status) {
 
 }  // namespace
 
-InputFile::InputFile() = default;
-InputFile::~InputFile() = default;
+InputFile::System::System() = default;
+InputFile::System::~System() = default;
 
-bool InputFile::open(const Path& path) {
-  system_.reset();
-  path_ = path;
-  size_ = position_ = partOffset_ = 0;
-  isPart_ = false;
-  auto system = std::make_shared<System>();
+bool InputFile::System::open(const Path& path) {
   auto refuse = [&path](int error) {
     if (error != ENOENT) posix::logSystemError(path, error);
-    return fail(u"Could not open file");
+    return false;
   };
-  system->fd = posix::openPath(path, O_RDONLY | O_NOCTTY);
+  posix::Descriptor fd = posix::openPath(path, O_RDONLY | O_NOCTTY);
   struct stat status;
-  if (!system->fd || ::fstat(system->fd.get(), &status) != 0) return refuse(errno);
+  if (!fd || ::fstat(fd.get(), &status) != 0) return refuse(errno);
   if (S_ISDIR(status.st_mode)) return refuse(EISDIR);
-  if (off_t size = positionedSize(system->fd.get(), status); size >= 0) {
-    size_ = static_cast<std::uint64_t>(size);
+  if (off_t size = positionedSize(fd.get(), status); size >= 0) {
+    wholeBytes = static_cast<std::uint64_t>(size);
+    native = std::make_unique<Native>();
+    native->fd = std::move(fd);
   } else {
-    if (!readToEnd(system->fd.get(), system->held)) return refuse(errno);
-    system->fd.reset();
-    size_ = system->held.size();
+    if (!readToEnd(fd.get(), held)) return refuse(errno);
+    wholeBytes = held.size();
   }
-  system->wholeBytes = size_;
-  system_ = std::move(system);
   return true;
 }
 
-bool InputFile::openPart(const InputFile& whole, std::uint64_t offset, std::uint64_t size) {
-  if (!whole.system_ || offset > whole.size_ || size > whole.size_ - offset)
-    return fail(u"Reading from file failed");
-  system_ = whole.system_;
-  path_ = whole.path_;
-  size_ = size;
-  position_ = 0;
-  partOffset_ = whole.partOffset_ + offset;
-  isPart_ = true;
-  return true;
-}
-
-std::size_t InputFile::read(std::span<std::byte> out) {
-  if (position_ >= size_) return 0;
-  out = out.first(static_cast<std::size_t>(std::min<std::uint64_t>(out.size(), size_ - position_)));
-  if (system_->fd) {
-    ssize_t count = posix::readFully(system_->fd.get(), out, static_cast<off_t>(partOffset_ + position_));
-    if (count < 0) posix::logSystemError(path_, errno);
-    out = out.first(static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-  } else {
-    std::copy_n(system_->held.data() + partOffset_ + position_, out.size(), out.data());
-  }
-  position_ += out.size();
-  return out.size();
-}
-
-bool InputFile::readAt(std::uint64_t offset, std::span<std::byte> out) const {
-  if (offset > size_ || out.size() > size_ - offset) return fail(u"Reading from file failed");
-  if (out.empty()) return true;
-  if (!system_->fd) {
-    std::copy_n(system_->held.data() + partOffset_ + offset, out.size(), out.data());
-    return true;
-  }
-  ssize_t count = posix::readFully(system_->fd.get(), out, static_cast<off_t>(partOffset_ + offset));
-  if (count < 0) posix::logSystemError(path_, errno);
-  return count == static_cast<ssize_t>(out.size()) || fail(u"Reading from file failed");
-}
-
-Bytes InputFile::bytes() {
-  if (size_ == 0) return {};
-  const Bytes all = system_->fd ? system_->map() : system_->held;
-  if (all.empty()) return {};
-  return all.subspan(static_cast<std::size_t>(partOffset_), static_cast<std::size_t>(size_));
+std::optional<std::size_t> InputFile::System::read(const Path& path, std::uint64_t position,
+                                                   std::span<std::byte> out) const {
+  const ssize_t count = posix::readFully(native->fd.get(), out, static_cast<off_t>(position));
+  if (count >= 0) return static_cast<std::size_t>(count);
+  posix::logSystemError(path, errno);
+  return std::nullopt;
 }
 
 Bytes InputFile::System::map() {
-  if (mapping == nullptr) {
+  if (native->mapping == nullptr) {
     void* mapped = MAP_FAILED;
     if (wholeBytes <= std::numeric_limits<std::size_t>::max())
-      mapped = ::mmap(nullptr, static_cast<std::size_t>(wholeBytes), PROT_READ, MAP_PRIVATE, fd.get(), 0);
+      mapped =
+          ::mmap(nullptr, static_cast<std::size_t>(wholeBytes), PROT_READ, MAP_PRIVATE, native->fd.get(), 0);
     if (mapped == MAP_FAILED) {
       fail(u"Reading from file failed");
       return {};
     }
-    mapping = mapped;
-    mappedBytes = static_cast<std::size_t>(wholeBytes);
+    native->mapping = mapped;
+    native->mappedBytes = static_cast<std::size_t>(wholeBytes);
   }
-  return {static_cast<const std::byte*>(mapping), mappedBytes};
+  return {static_cast<const std::byte*>(native->mapping), native->mappedBytes};
 }
 
 }  // namespace vemko

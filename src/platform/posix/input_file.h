@@ -1,22 +1,17 @@
 #pragma once
 #include <sys/mman.h>
-#include <vector>
 
+#include "platform/input_file.h"
 #include "platform/posix/descriptor.h"
 
 namespace vemko {
 
-struct InputFile::System {
-  posix::Descriptor fd;         // None when the content is held.
-  std::vector<std::byte> held;  // Content of what cannot be read at a position.
-  void* mapping = nullptr;      // The whole file, once bytes() was called.
+struct InputFile::System::Native {
+  posix::Descriptor fd;
+  void* mapping = nullptr;  // The whole file, once bytes() was called.
   std::size_t mappedBytes = 0;
-  std::uint64_t wholeBytes = 0;
 
-  /// The whole file; empty, with the last error message set, when the system cannot map it.
-  Bytes map();
-
-  ~System() {
+  ~Native() {
     if (mapping != nullptr) ::munmap(mapping, mappedBytes);
   }
 };

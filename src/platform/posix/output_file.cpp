@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "base/last_error.h"
+#include "platform/copy_blocks.h"
 #include "platform/posix/input_file.h"
 
 namespace vemko {
@@ -94,25 +95,15 @@ bool OutputFile::copyFrom(const InputFile& source, std::uint64_t offset, std::ui
   if (count == 0) return true;
   if (!system_) return failWriting(path_, EBADF);
   // The kernel is faster from one device to another, a buffer that stays in the cache on the same one.
-  const auto& from = source.system_->fd;
-  if (from && isOnAnotherDevice(from.get(), system_->fd.get())) {
+  const auto& from = source.system_->native;
+  if (from && isOnAnotherDevice(from->fd.get(), system_->fd.get())) {
     const std::uint64_t copied =
-        copyInKernel(from.get(), source.partOffset_ + offset, system_->fd.get(), count);
+        copyInKernel(from->fd.get(), source.partOffset_ + offset, system_->fd.get(), count);
     size_ += copied;
     offset += copied;
     count -= copied;
   }
-  constexpr std::uint64_t kStep = 1 << 18;
-  const auto step = static_cast<std::size_t>(std::min(count, kStep));
-  const auto buffer = std::make_unique_for_overwrite<std::byte[]>(step);
-  const std::span block(buffer.get(), step);
-  while (count > 0) {
-    const auto part = block.first(static_cast<std::size_t>(std::min<std::uint64_t>(count, step)));
-    if (!source.readAt(offset, part) || !write(part)) return false;
-    offset += part.size();
-    count -= part.size();
-  }
-  return true;
+  return copyBlocks(source, offset, count, *this);
 }
 
 bool OutputFile::flushToDisk() {

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "base/last_error.h"
+#include "platform/line_buffer.h"
 #include "platform/posix/descriptor.h"
 
 extern char** environ;
@@ -21,8 +22,7 @@ struct ChildProcess::System {
   pid_t pid = -1;
   posix::Descriptor input;   // The child's standard input, to write to.
   posix::Descriptor output;  // Its standard output, to read from; closed at the end.
-  std::string pending;       // Read, and not yet taken as lines.
-  std::size_t searched = 0;  // Bytes of `pending` that hold no newline.
+  LineBuffer arrived;
   bool ended = false;
   int status = -1;
 
@@ -41,17 +41,11 @@ struct ChildProcess::System {
     status = found == pid && WIFEXITED(raw) ? WEXITSTATUS(raw) : -1;
   }
 
-  bool hasLine() {
-    const std::size_t end = pending.find('\n', searched);
-    searched = end == std::string::npos ? pending.size() : end;
-    return end != std::string::npos;
-  }
-
   // Waits for output when there is none; false at its end.
   bool readMore() {
     std::array<char, 1 << 16> block;
     const ssize_t count = posix::retried([&] { return ::read(output.get(), block.data(), block.size()); });
-    if (count > 0) pending.append(block.data(), static_cast<std::size_t>(count));
+    if (count > 0) arrived.append({block.data(), static_cast<std::size_t>(count)});
     if (count <= 0) output.reset();
     return count > 0;
   }
@@ -161,23 +155,16 @@ bool ChildProcess::writeLine(std::string_view line) {
 
 std::optional<std::string> ChildProcess::readLine() {
   if (!system_) return std::nullopt;
-  while (!system_->hasLine()) {
-    if (system_->output && system_->readMore()) continue;
-    if (system_->pending.empty()) return std::nullopt;
-    system_->pending += '\n';  // The last line came without one.
+  while (!system_->arrived.hasLine() && system_->output && system_->readMore()) {
   }
-  std::string line = system_->pending.substr(0, system_->searched);
-  system_->pending.erase(0, system_->searched + 1);
-  system_->searched = 0;
-  return line;
+  return system_->arrived.takeLine();
 }
 
 int ChildProcess::finish() {
   if (!system_) return -1;
   system_->input.reset();
-  while (system_->output && system_->readMore()) system_->pending.clear();
-  system_->pending.clear();
-  system_->searched = 0;
+  while (system_->output && system_->readMore()) system_->arrived.clear();
+  system_->arrived.clear();
   system_->wait(0);
   return system_->status;
 }
@@ -191,7 +178,7 @@ std::size_t ChildProcess::waitForAny(const std::vector<ChildProcess*>& children)
   while (!children.empty()) {
     for (std::size_t i = 0; i < children.size(); ++i) {
       System* system = children[i]->system_.get();
-      if (system == nullptr || !system->output || system->hasLine()) return i;
+      if (system == nullptr || !system->output || system->arrived.hasLine()) return i;
       polled[i] = {system->output.get(), POLLIN, 0};
     }
     if (posix::retried([&] { return ::poll(polled.data(), polled.size(), -1); }) < 0) break;

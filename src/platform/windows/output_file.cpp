@@ -1,7 +1,8 @@
 #include <algorithm>
 
 #include "base/last_error.h"
-#include "platform/windows/input_file.h"
+#include "platform/copy_blocks.h"
+#include "platform/windows/system.h"
 
 namespace vemko {
 
@@ -86,17 +87,7 @@ bool OutputFile::writeAt(std::uint64_t offset, Bytes data) {
 
 bool OutputFile::copyFrom(const InputFile& source, std::uint64_t offset, std::uint64_t count) {
   if (offset > source.size() || count > source.size() - offset) return fail(u"Reading from file failed");
-  constexpr std::uint64_t kStep = 1 << 18;
-  const auto step = static_cast<std::size_t>(std::min(count, kStep));
-  const auto buffer = std::make_unique_for_overwrite<std::byte[]>(step);
-  const std::span block(buffer.get(), step);
-  while (count > 0) {
-    const auto part = block.first(static_cast<std::size_t>(std::min<std::uint64_t>(count, step)));
-    if (!source.readAt(offset, part) || !write(part)) return false;
-    offset += part.size();
-    count -= part.size();
-  }
-  return true;
+  return copyBlocks(source, offset, count, *this);
 }
 
 bool OutputFile::flushToDisk() {

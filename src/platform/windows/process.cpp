@@ -10,6 +10,7 @@
 #include "base/last_error.h"
 #include "base/text.h"
 #include "platform/environment.h"
+#include "platform/line_buffer.h"
 #include "platform/windows/system.h"
 
 namespace vemko {
@@ -39,8 +40,7 @@ struct ChildProcess::System {
   Handle output;  // Its standard output, read by the thread.
   std::thread reader;
   // Under the guard.
-  std::string pending;       // Read, and not yet taken as lines.
-  std::size_t searched = 0;  // Bytes of `pending` that hold no newline.
+  LineBuffer arrived;
   bool atEnd = false;
 
   ~System() {
@@ -56,18 +56,12 @@ struct ChildProcess::System {
       const bool ok = ::ReadFile(output.get(), block.data(), block.size(), &count, nullptr) && count > 0;
       {
         std::lock_guard lock(arrivals().guard);
-        pending.append(block.data(), ok ? count : 0);
+        arrived.append({block.data(), ok ? count : 0});
         atEnd = !ok;
       }
       arrivals().changed.notify_all();
       if (!ok) return;
     }
-  }
-
-  bool hasLine() {
-    const std::size_t end = pending.find('\n', searched);
-    searched = end == std::string::npos ? pending.size() : end;
-    return end != std::string::npos;
   }
 };
 
@@ -233,23 +227,15 @@ bool ChildProcess::writeLine(std::string_view line) {
 std::optional<std::string> ChildProcess::readLine() {
   if (!system_) return std::nullopt;
   std::unique_lock lock(arrivals().guard);
-  arrivals().changed.wait(lock, [this] { return system_->hasLine() || system_->atEnd; });
-  if (!system_->hasLine()) {
-    if (system_->pending.empty()) return std::nullopt;
-    system_->pending += '\n';  // The last line came without one.
-  }
-  std::string line = system_->pending.substr(0, system_->searched);
-  system_->pending.erase(0, system_->searched + 1);
-  system_->searched = 0;
-  return line;
+  arrivals().changed.wait(lock, [this] { return system_->arrived.hasLine() || system_->atEnd; });
+  return system_->arrived.takeLine();
 }
 
 int ChildProcess::finish() {
   if (!system_) return -1;
   system_->input.reset();
   if (system_->reader.joinable()) system_->reader.join();
-  system_->pending.clear();
-  system_->searched = 0;
+  system_->arrived.clear();
   ::WaitForSingleObject(system_->process.get(), INFINITE);
   DWORD status = kKilled;
   ::GetExitCodeProcess(system_->process.get(), &status);
@@ -265,7 +251,7 @@ std::size_t ChildProcess::waitForAny(const std::vector<ChildProcess*>& children)
   auto isReady = [&] {
     for (first = 0; first < children.size(); ++first) {
       System* system = children[first]->system_.get();
-      if (system == nullptr || system->atEnd || system->hasLine()) return true;
+      if (system == nullptr || system->atEnd || system->arrived.hasLine()) return true;
     }
     first = 0;
     return children.empty();
