@@ -9,6 +9,9 @@ RUN_PACKAGES=(shared-mime-info libflac12 libvorbisfile3 libvorbisenc2 libopusfil
 # The tests compare our files with what independent programs make of them.
 TEST_PACKAGES=(libgtest-dev ccache sndfile-programs sox ffmpeg flac vorbis-tools opus-tools lame mpg123 wavpack awesfx
   fluid-soundfont-gm fluidsynth gigtools python3-numpy xvfb xauth)
+# What benchmarks/compare.sh measures against.
+PEER_PACKAGES=(python3 sndfile-programs sox ffmpeg flac polyphone sf3convert libgig-dev libfluidsynth-dev libsndfile1-dev
+  fluid-soundfont-gm timgm6mb-soundfont)
 # Only for the Windows programs: the compilers, and what unpacks the source packages of their libraries.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev dpkg-dev make)
 WINE_PACKAGES=(wine wine64)

@@ -90,13 +90,20 @@ class Stems {
 constexpr std::size_t kNobody = static_cast<std::size_t>(-1);
 
 // An input that lies in the folder of the outputs keeps its name for its own output, whether it is named
-// directly or through a link.
+// directly or through a link. Most inputs share their folder with the one before.
 void reserveInputs(const BatchPlan& plan, const Path& folder, std::u16string_view extension, Stems& stems) {
+  Path inputFolder;
+  bool isOutputFolder = canonicalOf(inputFolder) == folder;
   for (std::size_t i = 0; i < plan.inputs.size(); ++i) {
     const Path& input = plan.inputs[i];
     const std::size_t task = plan.merge ? 0 : i;
     if (!hasExtension(input, extension)) continue;
-    if (canonicalOf(input.parent_path()) == folder) stems.reserve(input.stem(), task);
+    if (const Path own = input.parent_path(); own != inputFolder) {
+      inputFolder = own;
+      isOutputFolder = canonicalOf(inputFolder) == folder;
+    }
+    if (isOutputFolder) stems.reserve(input.stem(), task);
+    if (!isLink(input)) continue;
     const Path target = canonicalOf(input);
     if (target.parent_path() == folder && target.filename() != input.filename())
       stems.reserve(target.stem(), task);

@@ -11,6 +11,11 @@
 
 namespace vemko {
 
+std::size_t processorCount() {
+  static const std::size_t count = std::max(1u, std::thread::hardware_concurrency());
+  return count;
+}
+
 bool parallelFor(std::size_t count, const std::function<bool(std::size_t)>& work) {
   std::atomic<std::size_t> next{0};
   std::atomic<bool> failed{false};
@@ -23,7 +28,7 @@ bool parallelFor(std::size_t count, const std::function<bool(std::size_t)>& work
       if (!failed.exchange(true)) message = lastError();
     }
   };
-  std::size_t helpers = std::min<std::size_t>(count, std::max(1u, std::thread::hardware_concurrency()));
+  const std::size_t helpers = std::min(count, processorCount());
   std::vector<std::jthread> threads;
   for (std::size_t i = 1; i < helpers; ++i) threads.emplace_back(run);
   run();

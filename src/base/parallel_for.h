@@ -4,6 +4,9 @@
 
 namespace vemko {
 
+/// At least 1.
+std::size_t processorCount();
+
 /// Calls work(i) for every i below `count`, on as many threads as there are processors, each index once and
 /// in no fixed order. Stops handing out indexes after a call that returned false, and then returns false with
 /// that call's last error message set in the calling thread. `work` must not throw.

@@ -10,6 +10,8 @@ namespace vemko::cli {
 /// Exit status of every command.
 enum Status : int { kDone = 0, kSomeFailed = 1, kUsage = 2 };
 
+inline constexpr int kJobsUnset = -1;
+
 struct FormatsArguments {
   bool readable = false;
   bool writable = false;
@@ -47,7 +49,7 @@ struct ConvertArguments {
   std::string channels = "auto";
   bool merge = false;
   std::string onExists = "overwrite";
-  int jobs = 1;
+  int jobs = kJobsUnset;
   bool raw = false;
   std::string rawEncoding = "pcm16";
   std::uint32_t rawRate = 44100;
@@ -72,7 +74,7 @@ struct ProcessArguments {
   bool inPlace = false;
   std::vector<std::string> settings;  ///< "OPTION=VALUE"
   std::string range;                  ///< "START:END" in frames; empty: the whole waveforms.
-  int jobs = 1;
+  int jobs = kJobsUnset;
   bool list = false;
   bool json = false;
   bool quiet = false;

@@ -51,7 +51,9 @@ int runConvert(const ConvertArguments& arguments, std::vector<std::string> worke
     return runTask(task, *target, startFolder, arguments.json);
   };
   const TaskDone done = [&](std::size_t index, TaskReport report) { printer.add(index, std::move(report)); };
-  const std::size_t jobs = jobCount(arguments.jobs);
+  // Instruments share sample files, whose names then depend on who comes first.
+  const bool independent = io::formatRow(target->row)->kinds == kindBit(ItemKind::Waveform);
+  const std::size_t jobs = jobCount(arguments.jobs, tasks.size(), independent);
   if (jobs > 1 && tasks.size() > 1) {
     workerArguments.push_back("--to=" + toUtf8(io::descriptionOf(target->row)));
     runOnWorkers(tasks, jobs, workerArguments, runHere, done);

@@ -156,7 +156,9 @@ void defineConvert(CLI::App& app, ConvertArguments& arguments) {
       ->excludes(output);
   defineConversionOptions(*command, arguments);
   command->add_flag("--merge", arguments.merge, "Put all inputs into one collection");
-  command->add_option("-j,--jobs", arguments.jobs, "Worker processes, 0 for one a processor")
+  command
+      ->add_option("-j,--jobs", arguments.jobs,
+                   "Worker processes, 0 for one a processor; by default that for many files, else 1")
       ->check(CLI::Range(0, 1024))
       ->type_name("N");
   defineReadingOptions(*command, arguments);
@@ -203,7 +205,9 @@ void defineProcess(CLI::App& app, ProcessArguments& arguments) {
   command->add_flag("--in-place", arguments.inPlace, "Write the inputs themselves, those that were modified")
       ->excludes(output)
       ->excludes(folder);
-  command->add_option("-j,--jobs", arguments.jobs, "Worker processes, 0 for one a processor")
+  command
+      ->add_option("-j,--jobs", arguments.jobs,
+                   "Worker processes, 0 for one a processor; by default that for many files, else 1")
       ->check(CLI::Range(0, 1024))
       ->type_name("N");
   command->add_flag("--list", arguments.list, "Print the tools with their options");

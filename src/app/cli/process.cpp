@@ -249,7 +249,7 @@ int runProcess(const ProcessArguments& arguments) {
     return kUsage;
   }
   if (job->tool->relatesItems && job->tool->relatesItems()) return runAlone(*job, {files}, arguments);
-  const std::size_t jobs = jobCount(arguments.jobs);
+  const std::size_t jobs = jobCount(arguments.jobs, files.size(), true);
   if (jobs > 1 && files.size() > 1) return runWithWorkers(*job, files, jobs, arguments);
   std::vector<Files> groups;
   for (const app::ProcessFile& file : files) groups.push_back({file});

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <deque>
-#include <thread>
 
+#include "app/cli/arguments.h"
+#include "base/parallel_for.h"
 #include "platform/process.h"
 
 namespace vemko::cli {
@@ -12,6 +13,9 @@ namespace {
 // A worker gets tasks ahead, so that it need not wait for the next one: few when few are left, that no other
 // worker runs dry, and so little text that it always fits the pipe.
 constexpr std::size_t kMostAhead = 16, kMostBytesAhead = 4096;
+
+// Fewer are done before the workers have started.
+constexpr std::size_t kManyTasks = 16;
 
 struct Worker {
   ChildProcess process;
@@ -107,8 +111,9 @@ class Pool {
 
 }  // namespace
 
-std::size_t jobCount(int jobs) {
-  return jobs > 0 ? static_cast<std::size_t>(jobs) : std::max(1u, std::thread::hardware_concurrency());
+std::size_t jobCount(int jobs, std::size_t tasks, bool independent) {
+  if (jobs == kJobsUnset) jobs = independent && tasks >= kManyTasks ? 0 : 1;
+  return jobs > 0 ? static_cast<std::size_t>(jobs) : processorCount();
 }
 
 void runOnWorkers(std::span<const app::BatchTask> tasks, std::size_t jobs,

@@ -6,8 +6,9 @@
 
 namespace vemko::cli {
 
-/// The number of processes that --jobs asks for: 0 is one a processor.
-std::size_t jobCount(int jobs);
+/// The number of processes that --jobs asks for: 0 is one a processor, and so is leaving it to us where many
+/// `tasks` that do not know of each other are to be done.
+std::size_t jobCount(int jobs, std::size_t tasks, bool independent);
 
 using RunTask = std::function<TaskReport(const app::BatchTask&)>;
 /// Called as tasks end, in any order.

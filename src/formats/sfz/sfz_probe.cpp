@@ -43,7 +43,7 @@ bool beginsWithOpcode(std::string_view text) {
 
 int probeSfz(Bytes head, std::uint32_t, std::uint64_t) {
   std::string converted;
-  const std::string_view text = textOfFile(head, converted);
+  const std::string_view text = plainTextOfFile(head, converted);
   const std::string_view first = withoutComments(text);
   if (beginsLikeSfz(first)) return 6;
   // Everything but text has zeros.

@@ -30,12 +30,17 @@ std::string decodeWindows1252(std::string_view text) {
 
 }  // namespace
 
-std::string_view textOfFile(Bytes bytes, std::string& converted) {
+std::string_view plainTextOfFile(Bytes bytes, std::string& converted) {
   std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
   if (text.starts_with("\xFF\xFE") || text.starts_with("\xFE\xFF"))
     return converted = toUtf8(decodeUtf16(bytes.subspan(2), text.front() == '\xFE'));
   if (text.starts_with("\xEF\xBB\xBF")) text.remove_prefix(3);
-  if (utf8::is_valid(text.begin(), text.end())) return text;
+  return text;
+}
+
+std::string_view textOfFile(Bytes bytes, std::string& converted) {
+  const std::string_view text = plainTextOfFile(bytes, converted);
+  if (text.data() == converted.data() || utf8::is_valid(text.begin(), text.end())) return text;
   return converted = decodeWindows1252(text);
 }
 

@@ -11,4 +11,7 @@ namespace vemko::sfz {
 /// `converted`, which is filled from UTF-16 with a mark or, for everything else, from Windows-1252.
 std::string_view textOfFile(Bytes bytes, std::string& converted);
 
+/// The same, but bytes without a mark stay as they are: ASCII can be looked for in them at no cost.
+std::string_view plainTextOfFile(Bytes bytes, std::string& converted);
+
 }  // namespace vemko::sfz
