@@ -1,40 +1,44 @@
 #!/usr/bin/env bash
 # scripts/compare-windows.sh WINE VEMKO.EXE VEMKO: converts the examples, and the files below VEMKO_CORPUS where that is set,
 # with both systems' programs to every row that writes and in every encoding, and compares statuses, messages and every byte.
-# Of the corpus every eighth file is taken, or every one with VEMKO_CORPUS_EVERY=1.
-# What needs a codec library that the Windows program does not find is counted, not compared.
+# Of the corpus every eighth file is taken, and the first and the last of them in every encoding; with VEMKO_CORPUS_EVERY=1
+# all of them, in every encoding. VEMKO_WINDOWS_CODECS names a folder with codec libraries for the Windows program; what needs
+# one that it does not find is counted, not compared.
 set -euo pipefail
-wine=$1 windows=$(realpath "$2") linux=$(realpath "$3")
+run=("$1" "$(realpath "$2")") linux=$(realpath "$3")
+[ -z "${VEMKO_WINDOWS_CODECS:-}" ] || run=(env "VEMKO_CODEC_PATH=$VEMKO_WINDOWS_CODECS" "${run[@]}")
 examples=$(realpath "$(dirname "${BASH_SOURCE[0]}")/../examples")
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cd "$work"
-shopt -s nullglob nocaseglob
 mkdir inputs
 cp "$examples"/*.wav "$examples"/*.sfz inputs
 # An instrument of the examples in the formats that hold more than one, and one that is deferred from such a file.
 "$linux" convert inputs/organ.sfz -o inputs/bank.sf2 -q
 "$linux" convert inputs/organ.sfz -o inputs/bank.dls --to "DownLoadable Sounds level 2" -q
-if [ -n "${VEMKO_CORPUS:-}" ]; then
-  find "$VEMKO_CORPUS" -type f -size -3M ! -name '*.md' ! -iname '*.sf3' | sort | awk -v every="${VEMKO_CORPUS_EVERY:-8}" 'NR % every == 0' |
-    while read -r file; do
-    cp "$file" "inputs/$(md5sum <<<"$file" | cut -c1-6) $(basename "$file")"
-  done
-fi
+every=${VEMKO_CORPUS_EVERY:-8}
+[ -z "${VEMKO_CORPUS:-}" ] || cp -r "$VEMKO_CORPUS" inputs/corpus
+# chosen PATTERN...: the files of these names.
+chosen() {
+  local pattern names=()
+  for pattern in "$@"; do names+=(-o -iname "$pattern"); done
+  { find inputs -maxdepth 1 -type f \( "${names[@]:1}" \) | sort
+    [ ! -d inputs/corpus ] || find inputs/corpus -type f \( "${names[@]:1}" \) | sort | awk -v every="$every" 'NR % every == 0'; } | sed 's|^|../|'
+}
 
 equal=0 missing=0 different=0
-# compare NAME ARGUMENTS...: both programs with the same arguments in folders of their own.
+# compare NAME ARGUMENTS...: both programs with the same arguments in folders of their own; 1 when a library is missing.
 compare() {
   local name=$1 status; shift
   rm -rf l w; mkdir l w
   status=0; (cd l && "$linux" "$@" >../l.out 2>../l.err </dev/null) || status=$?
   echo "$status" >>l.out
-  status=0; (cd w && "$wine" "$windows" "$@" >../w.out 2>../w.err </dev/null) || status=$?
+  status=0; (cd w && "${run[@]}" "$@" >../w.out 2>../w.err </dev/null) || status=$?
   echo "$status" >>w.out
   # Windows writes paths with backslashes; in JSON they are escapes.
   sed -i 's/\\/\//g' l.err w.err
   [[ $name == info* ]] || sed -i 's/\\/\//g' l.out w.out
-  if grep -qE "is not available|compressed sample cannot be read" w.err; then missing=$((missing + 1)); return; fi
+  if grep -qE "is not available|compressed sample cannot be read" w.err; then return 1; fi
   if cmp -s l.out w.out && cmp -s l.err w.err && diff -rq l w >&2; then
     equal=$((equal + 1))
   else
@@ -44,19 +48,35 @@ compare() {
   fi
 }
 
-for file in inputs/*; do compare "info $file" info --json "../$file"; done
+# convert NAME ARGUMENTS...: $files, a hundred at a time, because Windows has command lines of 32767 characters at most; one at
+# a time where some of them need what is missing.
+convert() {
+  local name=$1 how=(-d out --to "$description" --on-exists rename "${@:2}") first file
+  for ((first = 0; first < ${#files[@]}; first += 100)); do
+    compare "$name" convert "${files[@]:first:100}" "${how[@]}" && continue
+    if [ "$(grep -c 'is not available' w.err)" -ge ${#files[@]} ]; then missing=$((missing + 1)); continue; fi
+    for file in "${files[@]:first:100}"; do
+      compare "$name, $file" convert "$file" "${how[@]}" || missing=$((missing + 1))
+    done
+  done
+}
+
+mapfile -t waves < <(chosen '*.wav')
+mapfile -t songs < <(chosen '*.mid' '*.rmi')
+mapfile -t banks < <(chosen '*.sf2' '*.sf3' '*.dls' '*.sfz')
+for file in "${waves[@]}" "${songs[@]}" "${banks[@]}"; do
+  compare "info $file" info --json "$file" || missing=$((missing + 1))
+done
 while IFS=$'\t' read -r description kinds encodings; do
   case $kinds in
-    *waveform*) files=(inputs/*.wav) ;;
-    *song*) files=(inputs/*.mid inputs/*.rmi) ;;
-    *) files=(inputs/*.sf2 inputs/*.dls inputs/*.sfz) ;;
+    *waveform*) files=("${waves[@]}") ;;
+    *song*) files=("${songs[@]}") ;;
+    *) files=("${banks[@]}") ;;
   esac
-  [ ${#files[@]} -gt 0 ] || continue
-  files=("${files[@]/#/../}")
-  compare "$description" convert "${files[@]}" -d out --to "$description" --report
+  convert "$description" --report
+  [ "$every" = 1 ] || [ ${#files[@]} -lt 2 ] || files=("${files[0]}" "${files[-1]}")
   for encoding in $encodings; do
-    [ "$encoding" = midi ] || compare "$description, $encoding" \
-      convert "${files[0]}" "${files[-1]}" -d out --to "$description" --encoding "$encoding" --on-exists rename
+    [ "$encoding" = midi ] || convert "$description, $encoding" --encoding "$encoding"
   done
 done < <("$linux" formats --writable --json | python3 -c '
 import json, sys

@@ -4,6 +4,8 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/packages.sh
+. scripts/windows-libraries.sh
+. scripts/windows-codecs.sh
 tree=$PWD out=$PWD/build/packages
 version=$(sed -n 's/^project(vemko VERSION \([0-9.]*\).*/\1/p' CMakeLists.txt)
 [ $# -gt 0 ] || set -- linux windows
@@ -74,6 +76,13 @@ for extension, (description, is_bank) in sorted(best.items()):
 print("!macroend")'
 }
 
+# The codec libraries, for the uninstaller: "Remove libFLAC-12.dll".
+write_codecs() {
+  echo "!macro ForEveryCodec WHAT"
+  (cd "$work" && ls x64/*.dll x86/*.dll) | sed 's/.*\///' | sort -u | sed 's/.*/  !insertmacro ${WHAT} "&"/'
+  echo "!macroend"
+}
+
 # make_installer FILE TARGET: also for 64 bits, because not every Wine runs the usual installer, which is of 32.
 make_installer() {
   (cd "$work" && makensis -V2 -NOCD "-XTarget $2" -DVERSION="$version" -DFULL_VERSION="$version.0.8" -DPROGRAMS="$work" \
@@ -84,15 +93,18 @@ package_windows() {
   install_missing "${WINDOWS_PACKAGES[@]}"
   scripts/build-windows.sh x64 x86
   local width folder
+  library_terms | sed 's/\r$//;s/$/\r/' >"$work/LIBRARIES.txt"
   for width in x64 x86; do
     mkdir -p "$work/$width"
     for program in vemko vemko-studio; do
       cp "build/windows-$width/$program.exe" "$work/$width"
-      x86_64-w64-mingw32-strip "$work/$width/$program.exe"
     done
+    build_codec_libraries "$width"
+    codec_dlls "$width" | xargs cp -t "$work/$width"
+    x86_64-w64-mingw32-strip "$work/$width"/*
     folder=vemko-studio-$version-windows-$width
     mkdir -p "$work/$folder/examples"
-    cp "$work/$width"/*.exe README.md "$work/$folder"
+    cp "$work/$width"/* README.md "$work/LIBRARIES.txt" "$work/$folder"
     cp examples/organ.wav examples/organ.sfz "$work/$folder/examples"
     sed 's/$/\r/' LICENSE >"$work/$folder/LICENSE.txt"
     find "$work/$folder" -exec touch -d "@$SOURCE_DATE_EPOCH" {} +
@@ -100,6 +112,7 @@ package_windows() {
     (cd "$work" && TZ=UTC zip -qrX "$out/$folder.zip" "$folder")
   done
   write_associations >"$work/associations.nsh"
+  write_codecs >"$work/codecs.nsh"
   make_installer "$out/vemko-studio-$version-setup.exe" x86-unicode
   make_installer "$work/setup-64.exe" amd64-unicode
 }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # scripts/test-windows.sh [FILTER]: builds the 64-bit command line and the tests as Windows programs, runs the tests
-# (or those that the GoogleTest filter names) under Wine with a user of its own, looks at the settings with Wine's own
-# tool, and compares what both systems' programs write. Status 77 when Wine is missing.
+# (or those that the GoogleTest filter names) under Wine with a user of its own, compares what both systems' programs write,
+# and looks at the settings with Wine's own tool. Status 77 when Wine is missing.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/packages.sh
@@ -27,9 +27,19 @@ say "Preparing Wine"
 # A crash ends the program; no debugger looks at it.
 "$wine" reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false /f >/dev/null
 
+# The comparison, which starts hundreds of programs, fills the waits of the tests and the second processor.
+scripts/compare-windows.sh "$wine" "$programs/vemko.exe" build/release/vemko >"$work/comparison" 2>&1 & comparison=$!
+
 say "Running the tests under Wine"
 # What POSIX systems alone have is not built: tests/*/posix. What is skipped says why. The corpus is for the comparison.
-env -u VEMKO_CORPUS "$wine" "$programs/vemko-tests.exe" --gtest_brief=1 --gtest_filter="${1:-*}" | tr -d '\r'
+tests=0
+env -u VEMKO_CORPUS "$wine" "$programs/vemko-tests.exe" --gtest_brief=1 --gtest_filter="${1:-*}" | tr -d '\r' || tests=$?
+
+say "Comparing with what the Linux program writes"
+compared=0
+wait "$comparison" || compared=$?
+cat "$work/comparison"
+[ $((tests + compared)) -eq 0 ] || exit 1
 
 say "Looking at the settings"
 key='HKCU\Software\Quorvel-Labs\Vemko Studio'
@@ -46,6 +56,3 @@ expect '^ +app\.wszWave +REG_SZ +C:\\Gr.*\\editor\.exe$'
 expect '^ +app\.SaveFmt +REG_BINARY +[0-9A-F]{20}$'
 expect '^ +app\.iPaneSplitL +REG_DWORD +0xdd$'
 expect '^ +aio\.szAudioOutDev +REG_SZ +Windows default$'
-
-say "Comparing with what the Linux program writes"
-scripts/compare-windows.sh "$wine" "$programs/vemko.exe" build/release/vemko

@@ -1,5 +1,6 @@
 ; Made by scripts/package.sh, which defines VERSION, FULL_VERSION, PROGRAMS (a folder with x64 and x86), TREE (the source
-; tree) and OUTPUT, and writes associations.nsh: the macro of all formats that are read.
+; tree) and OUTPUT, and writes associations.nsh, the macro of all formats that are read, and codecs.nsh, that of the codec
+; libraries that come along.
 ;
 ; Installs for the user who runs it, without administrator's rights, and leaves what opens a file to the user's choice:
 ; the studio appears under "Open with" of every format that it reads, and becomes the program of instruments and banks
@@ -11,6 +12,7 @@ SetCompressor /SOLID lzma
 !include x64.nsh
 !include FileFunc.nsh
 !include associations.nsh
+!include codecs.nsh
 
 !define NAME "Vemko Studio"
 !define MAKER "Quorvel-Labs"
@@ -81,15 +83,20 @@ VIAddVersionKey "LegalCopyright" "MIT License"
   DeleteRegKey /ifempty HKCU "Software\Classes\.${EXTENSION}"
 !macroend
 
+!macro Remove FILE
+  Delete "$INSTDIR\${FILE}"
+!macroend
+
 Section "Programs" SectionPrograms
   SectionIn RO
   SetOutPath "$INSTDIR"
   ${If} ${RunningX64}
-    File "${PROGRAMS}\x64\vemko.exe" "${PROGRAMS}\x64\vemko-studio.exe"
+    File "${PROGRAMS}\x64\*"
   ${Else}
-    File "${PROGRAMS}\x86\vemko.exe" "${PROGRAMS}\x86\vemko-studio.exe"
+    File "${PROGRAMS}\x86\*"
   ${EndIf}
   File "/oname=LICENSE.txt" "${TREE}\LICENSE"
+  File "${PROGRAMS}\LIBRARIES.txt"
   File "${TREE}\README.md"
   SetOutPath "$INSTDIR\examples"
   File "${TREE}\examples\organ.wav" "${TREE}\examples\organ.sfz"
@@ -136,7 +143,9 @@ SectionEnd
 Section "Uninstall"
   Delete "$INSTDIR\vemko.exe"
   Delete "$INSTDIR\vemko-studio.exe"
+  !insertmacro ForEveryCodec Remove
   Delete "$INSTDIR\LICENSE.txt"
+  Delete "$INSTDIR\LIBRARIES.txt"
   Delete "$INSTDIR\README.md"
   Delete "$INSTDIR\examples\organ.wav"
   Delete "$INSTDIR\examples\organ.sfz"

@@ -11,7 +11,7 @@ namespace vemko::flac {
 inline constexpr LibraryNames kLibrary = {
     u"libFLAC",
     u"Debian package libflac12, Windows libFLAC.dll",
-    {"libFLAC.so.12", "libFLAC.so.14", "libFLAC-12.dll", "libFLAC.dll"}};
+    {"libFLAC.so.12", "libFLAC.so.14", "libFLAC-12.dll", "libFLAC-14.dll", "libFLAC.dll"}};
 
 // clang-format off
 struct Functions {

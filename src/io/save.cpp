@@ -98,7 +98,10 @@ bool saveReported(Item* item, const Path& path, int row, const SaveOptions& opti
     takeOverFile(*item, path, row);
   else
     showStatus(u"Failed to Save.");
-  if (ok && report) logInfo(u"Saved: " + textOf(path) + u" (" + sizeText(fileSize(path).value_or(0)) + u")");
+  if (ok && report) {
+    logInfo(u"Saved: " + textOf(path) + u" (" + sizeText(fileSize(path).value_or(0)) + u")");
+    showStatus(u"Saved: " + textOf(path));
+  }
   for (const Loss& loss : losses)
     if (ok) logWarning(u"Not kept: " + lossText(loss));
   if (report) noteRecentFile(path);

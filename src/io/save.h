@@ -34,9 +34,9 @@ SaveOptions saveOptionsFor(int row, CapabilityMask requested, FormatRows rows = 
 bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options,
               FormatRows rows = formatTable());
 
-/// saveItem; after it a saved collection takes the path and the row as its own. With `report`: "Saving" in
-/// the status line, "Saved: " with path and size in the log, and an entry in the recent files. A failure
-/// shows "Failed to Save.". What the file does not keep of the item is told in the log.
+/// saveItem; after it a saved collection takes the path and the row as its own. With `report`: "Saving" and
+/// then "Saved: " with the path in the status line, also with the size in the log, and an entry in the recent
+/// files. A failure shows "Failed to Save.". What the file does not keep of the item is told in the log.
 bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report,
                     FormatRows rows = formatTable());
 

@@ -298,7 +298,8 @@ TEST(Save, ReportsAndTakesOverTheFile) {
   setProgressSink({});
   setRecentFileSink({});
   EXPECT_EQ(logged, Names{"Saved: " + path.string() + " (3 Bytes)"});
-  EXPECT_EQ(statuses, (Names{"Saving", "Writing: " + path.string(), "Saving", "Failed to Save."}));
+  EXPECT_EQ(statuses, (Names{"Saving", "Writing: " + path.string(), "Saved: " + path.string(), "Saving",
+                             "Failed to Save."}));
   EXPECT_EQ(recent, (std::vector<Path>{path, folder / "b"}));
   EXPECT_EQ(scene.collection.file, path);
   EXPECT_EQ(scene.collection.formatRow, LinkedRow);

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <wx/anybutton.h>
 #include <wx/control.h>
 #include <wx/window.h>
 
@@ -92,10 +93,12 @@ void tellNames(wxWindow& parent) {
   }
 }
 #else
-// Windows takes the text of a window that draws itself for its name. The system's own controls tell about
-// themselves, and take their names from the labels before them.
+// Windows takes the text of a window that draws itself for its name, and that of a button that shows a
+// picture alone. Other controls tell about themselves, and take their names from the labels before them.
 void setAccessibleText(wxWindow& window, const wxString& name, const wxString& description) {
-  if (window.IsKindOf(wxCLASSINFO(wxControl))) return;
+  const auto* button = wxDynamicCast(&window, wxAnyButton);
+  const bool isPicture = button != nullptr && button->HasFlag(wxBU_NOTEXT);
+  if (window.IsKindOf(wxCLASSINFO(wxControl)) && !isPicture) return;
   window.SetLabel(description.empty() ? name : name + ", " + description);
 }
 void setAccessibleRole(wxWindow&, const char*) {}

@@ -8,6 +8,7 @@
 #include <wx/stattext.h>
 
 #include "app/gui/accessible.h"
+#include "app/gui/icons.h"
 
 namespace vemko::gui {
 
@@ -67,6 +68,7 @@ inline void finishDialog(wxDialog& dialog, wxSizer* content, const wxString& okL
   sizer->Add(row, wxSizerFlags().Expand().Border(wxLEFT | wxRIGHT | wxBOTTOM, margin));
   dialog.SetSizerAndFit(sizer);
   dialog.CentreOnParent();
+  dialog.SetIcons(programIcons());
   setAccessibleRole(dialog, "dialog");
   tellNames(dialog);
 }

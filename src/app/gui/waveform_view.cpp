@@ -101,7 +101,7 @@ wxToggleButton* WaveformView::addToggle(wxWindow* bar, const char* iconName, con
                                         bool* setting) {
   auto* button =
       new wxBitmapToggleButton(bar, wxID_ANY, icon(iconName, kIconSize), wxDefaultPosition, wxDefaultSize,
-                               wxBORDER_NONE | wxBU_EXACTFIT, wxDefaultValidator, name);
+                               wxBORDER_NONE | wxBU_EXACTFIT | wxBU_NOTEXT, wxDefaultValidator, name);
   button->Bind(wxEVT_TOGGLEBUTTON, [this, button, setting](wxCommandEvent&) {
     *setting = button->GetValue();
     canvas_->Refresh(false);
