@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <random>
 #include <thread>
@@ -24,11 +25,16 @@ TEST(Kill, NeverLosesTheOldFile) {
   const std::vector<std::string> command = {"convert",    "source.wav", "-o",
                                             "target.wav", "--encoding", "pcm24"};
   ASSERT_EQ(run({"config", "list"}, options).status, 0);  // the first start of all writes settings
-  putFile(target, old);
-  const auto start = std::chrono::steady_clock::now();
-  const Ran whole = run(command, options);
-  const auto lasting = std::chrono::duration_cast<microseconds>(std::chrono::steady_clock::now() - start);
-  ASSERT_EQ(whole.status, 0) << whole.err;
+  // The shortest of three: the first start of a program, and a busy machine, take longer.
+  auto lasting = microseconds::max();
+  for (int i = 0; i < 3; ++i) {
+    putFile(target, old);
+    const auto start = std::chrono::steady_clock::now();
+    const Ran whole = run(command, options);
+    lasting =
+        std::min(lasting, std::chrono::duration_cast<microseconds>(std::chrono::steady_clock::now() - start));
+    ASSERT_EQ(whole.status, 0) << whole.err;
+  }
   const std::string complete = contentOf(target);
 
   std::mt19937 random(20240229);
