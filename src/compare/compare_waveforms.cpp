@@ -77,13 +77,13 @@ struct Scale {
   }
 };
 
-void comparePosition(std::u16string_view what, double first, double second, double step, Scale scale,
+void comparePosition(std::u16string_view what, double first, double second, double step, const Scale& scale,
                      Differences& differences) {
   differences.number(what, first * scale.factor, second, std::max(step, scale.step), u"frames");
 }
 
-void compareRecords(std::u16string_view what, const LoopRecord& first, const LoopRecord& second, Scale scale,
-                    Differences& differences) {
+void compareRecords(std::u16string_view what, const LoopRecord& first, const LoopRecord& second,
+                    const Scale& scale, Differences& differences) {
   const std::u16string word = std::u16string(what) + u" ";
   const double step = first.type == RecordType::Loop ? kFrameStep : scale.markerStep;
   differences.need(neededBy(first, second));
@@ -108,7 +108,7 @@ void compareRecords(std::u16string_view what, const LoopRecord& first, const Loo
 }
 
 void compareLists(std::u16string_view what, const std::vector<const LoopRecord*>& first,
-                  const std::vector<const LoopRecord*>& second, FeatureMask needed, Scale scale,
+                  const std::vector<const LoopRecord*>& second, FeatureMask needed, const Scale& scale,
                   Differences& differences) {
   if (first.size() != second.size()) {
     differences.need(needed);

@@ -154,8 +154,10 @@ std::optional<Path> findInPlace(std::u16string_view stored, std::u16string_view 
   if (parts.empty()) return std::nullopt;
   Path joined = base;
   for (std::u16string_view part : parts) joined /= pathOf(part);
-  for (const Path& path : {folder / pathOf(stored), joined, folder / pathOf(name)})
-    if (isFile(path)) return path;
+  const Path asStored = folder / pathOf(stored), byName = folder / pathOf(name);
+  if (isFile(asStored)) return asStored;
+  if (joined != asStored && isFile(joined)) return joined;
+  if (byName != asStored && byName != joined && isFile(byName)) return byName;
   if (auto found = findIgnoringCase(base, parts)) return found;
   return findIgnoringCase(folder, {&name, 1});
 }

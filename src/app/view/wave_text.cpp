@@ -31,8 +31,9 @@ std::u16string shortName(std::u16string_view name) {
   std::u16string text(trimmed(name));
   std::ranges::replace_if(
       text, [](char16_t c) { return c < 32; }, u' ');
-  if (text.size() > kLongestName) text = text.substr(0, kLongestName - 1) + u'\u2026';
-  return text;
+  if (text.size() <= kLongestName) return text;
+  text.resize(kLongestName - 1);
+  return text + u'\u2026';
 }
 
 std::u16string recordDescription(const LoopRecord& record, bool isMainLoop, std::uint32_t rate) {
