@@ -84,7 +84,7 @@ class OutputFile {
   const Path& path() const { return path_; }
   std::uint64_t size() const { return size_; }
 
-  /// Appends. Fails with "Writing to file failed" (full disk, size limit, device error).
+  /// Appends. Fails with "Writing to file failed" (full disk, size limit, device error) or "Interrupted".
   bool write(Bytes data);
   /// Overwrites bytes that were written before; offset + data.size() must not exceed size().
   bool writeAt(std::uint64_t offset, Bytes data);

@@ -10,6 +10,7 @@
 #include "app/cli/workers.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "platform/interruption.h"
 
 namespace vemko::cli {
 namespace {
@@ -61,7 +62,7 @@ int runConvert(const ConvertArguments& arguments, std::vector<std::string> worke
     setProgressSink({.status = {},
                      .advance = [&](double fraction) { printer.showProgress(fraction); },
                      .waitCursor = {}});
-    for (std::size_t i = 0; i < tasks.size(); ++i) done(i, runHere(tasks[i]));
+    for (std::size_t i = 0; i < tasks.size() && !isInterrupted(); ++i) done(i, runHere(tasks[i]));
     setProgressSink({});
   }
   return printer.status();
@@ -72,11 +73,10 @@ int runConvertWorker(const ConvertArguments& arguments) {
   const auto target = targetOf(arguments);
   if (!target || !applyReadingOptions(arguments)) return kUsage;
   const Path startFolder = currentFolder();
-  for (std::string line; std::getline(std::cin, line);) {
+  for (std::string line; !isInterrupted() && std::getline(std::cin, line);) {
     const auto task = parseTaskLine(line);
     if (!task) return kUsage;
-    print(reportLine(runTask(*task, *target, startFolder, arguments.json)) + "\n");
-    if (!finishOutput()) return kSomeFailed;
+    sendReport(runTask(*task, *target, startFolder, arguments.json));
   }
   return kDone;
 }

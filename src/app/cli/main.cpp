@@ -5,6 +5,7 @@
 #include "app/cli/commands.h"
 #include "app/cli/output.h"
 #include "platform/environment.h"
+#include "platform/interruption.h"
 #include "platform/process.h"
 
 namespace vemko::cli {
@@ -61,7 +62,9 @@ int main(int count, char** values) {
   vemko::prepareProcess();
   std::set_terminate(endUncaught);
   try {
+    vemko::noteInterruptions();
     const int status = run(parseArguments(vemko::programArguments(count, values)));
+    vemko::endIfInterrupted();
     return finishOutput() || status != kDone ? status : kSomeFailed;
   } catch (const std::bad_alloc&) {
     endWithoutMemory();

@@ -13,6 +13,7 @@
 #include "base/last_error.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "platform/interruption.h"
 
 namespace vemko::cli {
 namespace {
@@ -173,7 +174,8 @@ int runAlone(const Job& job, const std::vector<Files>& groups, const ProcessArgu
   TaskPrinter printer(arguments.inputs, groups.size(), arguments.quiet);
   setProgressSink(
       {.status = {}, .advance = [&](double fraction) { printer.showProgress(fraction); }, .waitCursor = {}});
-  for (std::size_t i = 0; i < groups.size(); ++i) printer.add(i, runTask(job, groups[i], arguments));
+  for (std::size_t i = 0; i < groups.size() && !isInterrupted(); ++i)
+    printer.add(i, runTask(job, groups[i], arguments));
   setProgressSink({});
   return printer.status();
 }
@@ -260,11 +262,10 @@ int runProcessWorker(const ProcessArguments& arguments) {
   useSettings();
   const auto job = jobFor(arguments);
   if (!job) return kUsage;
-  for (std::string line; std::getline(std::cin, line);) {
+  for (std::string line; !isInterrupted() && std::getline(std::cin, line);) {
     const auto task = parseTaskLine(line);
     if (!task) return kUsage;
-    print(reportLine(runTask(*job, {{task->inputs.front(), task->output}}, arguments)) + "\n");
-    if (!finishOutput()) return kSomeFailed;
+    sendReport(runTask(*job, {{task->inputs.front(), task->output}}, arguments));
   }
   return kDone;
 }

@@ -1,7 +1,11 @@
 #include "app/cli/worker_protocol.h"
 
 #include <charconv>
+#include <cstdio>
+#include <cstdlib>
 
+#include "app/cli/arguments.h"
+#include "app/cli/output.h"
 #include "base/text.h"
 
 namespace vemko::cli {
@@ -67,12 +71,13 @@ std::optional<app::BatchTask> parseTaskLine(std::string_view line) {
   return task;
 }
 
-std::string reportLine(const TaskReport& report) {
+void sendReport(const TaskReport& report) {
   std::vector<std::string> fields = {report.ok ? "ok" : "failed", report.error,
                                      std::to_string(report.failedInput), std::to_string(report.notes.size())};
   fields.insert(fields.end(), report.notes.begin(), report.notes.end());
   fields.insert(fields.end(), report.results.begin(), report.results.end());
-  return joined(fields);
+  print(joined(fields) + "\n");
+  if (std::fflush(stdout) != 0) std::_Exit(kSomeFailed);
 }
 
 std::optional<TaskReport> parseReportLine(std::string_view line) {

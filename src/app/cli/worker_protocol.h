@@ -20,7 +20,8 @@ struct TaskReport {
 
 std::string taskLine(const app::BatchTask& task);
 std::optional<app::BatchTask> parseTaskLine(std::string_view line);
-std::string reportLine(const TaskReport& report);
+/// A worker's line on standard output. Ends the worker when nobody listens there any more.
+void sendReport(const TaskReport& report);
 std::optional<TaskReport> parseReportLine(std::string_view line);
 
 }  // namespace vemko::cli

@@ -5,6 +5,7 @@
 
 #include "app/cli/arguments.h"
 #include "base/parallel_for.h"
+#include "platform/interruption.h"
 #include "platform/process.h"
 
 namespace vemko::cli {
@@ -32,10 +33,11 @@ class Pool {
     for (std::size_t i = 0; i < tasks.size(); ++i) waiting_.push_back(i);
   }
 
-  /// Until every task is done or no worker can be started; the tasks that were not done then.
+  /// Until every task is done, no worker can be started, or the program is to end; the tasks that are to be
+  /// done here then. Workers end what they are at when they see that nobody listens any more.
   std::deque<std::size_t> run() {
-    while (feedAll()) receiveOne();
-    return waiting_;
+    while (!isInterrupted() && feedAll()) receiveOne();
+    return isInterrupted() ? std::deque<std::size_t>() : waiting_;
   }
 
  private:
@@ -82,7 +84,7 @@ class Pool {
     Worker& worker = *working[ChildProcess::waitForAny(processes)];
     const std::optional<std::string> line = worker.process.readLine();
     std::optional<TaskReport> report = line ? parseReportLine(*line) : std::nullopt;
-    if (!report) return bury(worker);
+    if (!report) return isInterrupted() ? worker.tasks.clear() : bury(worker);
     const std::size_t task = worker.tasks.front();
     worker.tasks.pop_front();
     worker.bytesAhead -= std::min(worker.bytesAhead, taskLine(tasks_[task]).size());

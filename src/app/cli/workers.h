@@ -15,7 +15,7 @@ using RunTask = std::function<TaskReport(const app::BatchTask&)>;
 using TaskDone = std::function<void(std::size_t index, TaskReport report)>;
 
 /// Runs the tasks on that many processes of this program. A process that dies fails the task it was at and is
-/// replaced. Where no process can be started the tasks run here.
+/// replaced. Where no process can be started the tasks run here. Returns early when the program is to end.
 void runOnWorkers(std::span<const app::BatchTask> tasks, std::size_t jobs,
                   const std::vector<std::string>& workerArguments, const RunTask& runHere,
                   const TaskDone& done);

@@ -185,7 +185,7 @@ void Document::takeStep(DocumentChange change) {
   revision_ = ++lastRevision_;
 }
 
-void Document::tell(DocumentChange change) {
+void Document::tell(const DocumentChange& change) {
   if (change.structure) dropGoneSelection();
   if (onChange) onChange(change);
 }

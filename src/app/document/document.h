@@ -135,7 +135,7 @@ class Document {
                                   Created& created);
   void whileSaving(const std::function<void()>& work);
   void takeStep(DocumentChange change);
-  void tell(DocumentChange change);
+  void tell(const DocumentChange& change);
   void dropGoneSelection();
   std::vector<ItemId> withNewSubItems(std::vector<ItemId> items) const;
   void selectPlayedWaveforms();

@@ -39,10 +39,10 @@ std::optional<double> fieldValue(const ItemField& field, const wxString& text) {
   return value;
 }
 
-std::optional<double> controlValue(const ItemField& field, wxWindow* control) {
-  if (auto* check = dynamic_cast<wxCheckBox*>(control)) return check->GetValue() ? 1 : 0;
-  if (auto* choice = dynamic_cast<wxChoice*>(control)) return choice->GetSelection();
-  return fieldValue(field, static_cast<wxTextCtrl*>(control)->GetValue());
+std::optional<double> controlValue(const ItemField& field, const wxWindow& control) {
+  if (auto* check = dynamic_cast<const wxCheckBox*>(&control)) return check->GetValue() ? 1 : 0;
+  if (auto* choice = dynamic_cast<const wxChoice*>(&control)) return choice->GetSelection();
+  return fieldValue(field, static_cast<const wxTextCtrl&>(control).GetValue());
 }
 
 wxString expectation(const ItemField& field) {
@@ -108,7 +108,7 @@ void FieldPage::noteEdited(const wxWindow* control) {
 
 bool FieldPage::check() {
   for (const Entry& entry : entries_) {
-    if (!entry.isEdited || controlValue(*entry.field, entry.control)) continue;
+    if (!entry.isEdited || controlValue(*entry.field, *entry.control)) continue;
     entry.control->SetFocus();
     return fail(textFrom(expectation(*entry.field)));
   }
@@ -117,7 +117,7 @@ bool FieldPage::check() {
 
 void FieldPage::store() {
   for (const Entry& entry : entries_) {
-    const auto value = entry.isEdited ? controlValue(*entry.field, entry.control) : std::nullopt;
+    const auto value = entry.isEdited ? controlValue(*entry.field, *entry.control) : std::nullopt;
     if (!value) continue;
     for (Item* item : items())
       if (*value != entry.field->get(*item)) entry.field->set(*item, *value);

@@ -6,6 +6,7 @@
 
 #include "base/last_error.h"
 #include "platform/copy_blocks.h"
+#include "platform/interruption.h"
 #include "platform/posix/input_file.h"
 
 namespace vemko {
@@ -40,9 +41,9 @@ bool isOnAnotherDevice(int from, int to) {
 // The number of bytes of `count` that the kernel copied by itself. It may refuse at any point, for its own
 // reasons; copying the rest by hand then finds out whether there is an error to report.
 std::uint64_t copyInKernel(int from, std::uint64_t offset, int to, std::uint64_t count) {
-  constexpr std::uint64_t kStep = 1 << 30;
+  constexpr std::uint64_t kStep = 1 << 26;
   std::uint64_t copied = 0;
-  while (copied < count) {
+  while (copied < count && !isInterrupted()) {
     auto position = static_cast<off_t>(offset + copied);
     const auto step = static_cast<std::size_t>(std::min(kStep, count - copied));
     const ssize_t done = posix::retried([&] { return ::sendfile(to, from, &position, step); });
@@ -75,6 +76,7 @@ bool OutputFile::start(const Path& path, int how) {
 
 bool OutputFile::write(Bytes data) {
   if (!system_) return failWriting(path_, EBADF);
+  if (isInterrupted()) return fail(u"Interrupted");
   return writeFully(path_, data, [this](Bytes rest) {
     ssize_t done = ::write(system_->fd.get(), rest.data(), rest.size());
     if (done > 0) size_ += static_cast<std::uint64_t>(done);

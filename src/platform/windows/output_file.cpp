@@ -2,6 +2,7 @@
 
 #include "base/last_error.h"
 #include "platform/copy_blocks.h"
+#include "platform/interruption.h"
 #include "platform/windows/system.h"
 
 namespace vemko {
@@ -72,6 +73,7 @@ bool OutputFile::start(const Path& path, int how) {
 
 bool OutputFile::write(Bytes data) {
   if (!system_) return failWriting(path_, ERROR_INVALID_HANDLE);
+  if (isInterrupted()) return fail(u"Interrupted");
   if (!writeFully(system_->file.get(), system_->isOnDisk, size_, data))
     return failWriting(path_, ::GetLastError());
   size_ += data.size();
