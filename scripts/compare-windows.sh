@@ -27,6 +27,7 @@ chosen() {
 }
 
 equal=0 missing=0 different=0
+lack="is not available|compressed sample cannot be read"
 # compare NAME ARGUMENTS...: both programs with the same arguments in folders of their own; 1 when a library is missing.
 compare() {
   local name=$1 status; shift
@@ -38,7 +39,7 @@ compare() {
   # Windows writes paths with backslashes; in JSON they are escapes.
   sed -i 's/\\/\//g' l.err w.err
   [[ $name == info* ]] || sed -i 's/\\/\//g' l.out w.out
-  if grep -qE "is not available|compressed sample cannot be read" w.err; then return 1; fi
+  if grep -qE "$lack" w.err; then return 1; fi
   if cmp -s l.out w.out && cmp -s l.err w.err && diff -rq l w >&2; then
     equal=$((equal + 1))
   else
@@ -48,16 +49,16 @@ compare() {
   fi
 }
 
-# convert NAME ARGUMENTS...: $files, a hundred at a time, because Windows has command lines of 32767 characters at most; one at
-# a time where some of them need what is missing.
+# convert NAME ARGUMENTS...: $files, a hundred at a time, because Windows has command lines of 32767 characters at most; where
+# some of them need what is missing, once more without those.
 convert() {
-  local name=$1 how=(-d out --to "$description" --on-exists rename "${@:2}") first file
+  local name=$1 how=(-d out --to "$description" --on-exists rename "${@:2}") first some rest
   for ((first = 0; first < ${#files[@]}; first += 100)); do
-    compare "$name" convert "${files[@]:first:100}" "${how[@]}" && continue
-    if [ "$(grep -c 'is not available' w.err)" -ge ${#files[@]} ]; then missing=$((missing + 1)); continue; fi
-    for file in "${files[@]:first:100}"; do
-      compare "$name, $file" convert "$file" "${how[@]}" || missing=$((missing + 1))
-    done
+    some=("${files[@]:first:100}")
+    compare "$name" convert "${some[@]}" "${how[@]}" && continue
+    mapfile -t rest < <(printf '%s\n' "${some[@]}" | grep -vxFf <(grep -E "$lack" w.err | sed 's/: .*//'))
+    missing=$((missing + ${#some[@]} - ${#rest[@]}))
+    [ ${#rest[@]} -eq 0 ] || compare "$name" convert "${rest[@]}" "${how[@]}" || missing=$((missing + ${#rest[@]}))
   done
 }
 

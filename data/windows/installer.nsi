@@ -11,6 +11,8 @@ SetCompressor /SOLID lzma
 !include LogicLib.nsh
 !include x64.nsh
 !include FileFunc.nsh
+; An installer of 64 bits need not ask what it runs on.
+!pragma warning disable 6012
 !include associations.nsh
 !include codecs.nsh
 
