@@ -13,6 +13,7 @@ TEST_PACKAGES=(libgtest-dev ccache sndfile-programs sox ffmpeg flac vorbis-tools
 PEER_PACKAGES=(python3 sndfile-programs sox ffmpeg flac polyphone sf3convert libgig-dev libfluidsynth-dev libsndfile1-dev
   fluid-soundfont-gm timgm6mb-soundfont)
 LINT_PACKAGES=(clang clang-tidy clang-format cppcheck)  # scripts/lint
+FUZZ_PACKAGES=(clang llvm)  # scripts/fuzz
 # Only for the Windows programs: the compilers, and what unpacks the source packages of their libraries.
 WINDOWS_PACKAGES=(g++-mingw-w64-x86-64-posix g++-mingw-w64-i686-posix libz-mingw-w64-dev dpkg-dev make)
 WINE_PACKAGES=(wine wine64)
