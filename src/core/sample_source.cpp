@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "base/last_error.h"
+#include "base/log.h"
 #include "base/text.h"
 #include "platform/file_identity.h"
 
@@ -48,6 +50,13 @@ struct SourceFile::Shared {
   std::weak_ptr<InputFile> open;
   std::shared_ptr<InputFile> pinned;
   std::optional<FileIdentity> identity;
+  std::optional<std::uint64_t> size;
+  std::string key;
+
+  // A file that only became longer still has its samples. True where nothing stood there before.
+  bool isStillAt(const Path& path) const {
+    return !identity || (fileIdentity(path) == identity && fileSize(path) >= size);
+  }
 };
 
 SourceFile::SourceFile(Path path, std::optional<Part> part)
@@ -55,7 +64,7 @@ SourceFile::SourceFile(Path path, std::optional<Part> part)
 
 SourceFile::~SourceFile() {
   std::lock_guard lock(records().guard);
-  auto entry = records().byKey.find(keyOf(path_, part_));
+  auto entry = records().byKey.find(shared_->key);
   if (entry != records().byKey.end() && entry->second.expired()) records().byKey.erase(entry);
   if (!shared_->identity) return;
   auto [at, end] = records().byIdentity.equal_range(*shared_->identity);
@@ -64,14 +73,18 @@ SourceFile::~SourceFile() {
 
 std::shared_ptr<SourceFile> SourceFile::recordOf(const Path& path, std::optional<Part> part) {
   Path whole = absolutePath(path);
+  std::string key = keyOf(whole, part);
   std::shared_ptr<SourceFile> file;  // outlives the lock, which its destructor takes
   std::lock_guard lock(records().guard);
-  std::weak_ptr<SourceFile>& known = records().byKey[keyOf(whole, part)];
+  std::weak_ptr<SourceFile>& known = records().byKey[key];
   file = known.lock();
-  if (file && file->isPinned()) file = nullptr;  // its bytes are those of a file that was replaced
+  // Its bytes are those of a file that was replaced.
+  if (file && (file->isPinned() || !file->shared_->isStillAt(file->path()))) file = nullptr;
   if (file) return file;
   known = file = std::make_shared<SourceFile>(std::move(whole), part);
+  file->shared_->key = std::move(key);
   file->shared_->identity = fileIdentity(file->path());
+  file->shared_->size = fileSize(file->path());
   if (file->shared_->identity) records().byIdentity.emplace(*file->shared_->identity, file);
   return file;
 }
@@ -89,6 +102,11 @@ std::shared_ptr<InputFile> SourceFile::open() {
   if (auto file = shared_->open.lock()) return file;
   auto file = std::make_shared<InputFile>();
   if (!file->open(path_)) return nullptr;
+  if (!shared_->isStillAt(path_)) {
+    logWarning(textOf(path_) + u" is no longer the file that was opened");
+    fail(u"Reading from file failed");
+    return nullptr;
+  }
   if (part_) {
     auto part = std::make_shared<InputFile>();
     if (!part->openPart(*file, part_->offset, part_->size)) return nullptr;

@@ -43,7 +43,8 @@ class SourceFile {
   ~SourceFile();
 
   const Path& path() const { return path_; }
-  /// The open file; nothing, with "Could not open file" set, when it cannot be opened. Thread-safe.
+  /// The open file; nothing, with "Could not open file" set, when it cannot be opened, or "Reading from file
+  /// failed" when another one or a shorter one has taken its place. Thread-safe.
   std::shared_ptr<InputFile> open();
   /// Opens the file and keeps it open. Fails as open().
   bool pin();

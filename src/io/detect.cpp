@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "base/last_error.h"
 #include "base/text.h"
 #include "platform/file_types.h"
 
@@ -28,12 +29,19 @@ int score(const FormatEntry& entry, bool isCatchAll, std::u16string_view extensi
   return total + entry.probe(head, entry.variant, fileSize);
 }
 
+constexpr std::u16string_view kUnsupported = u"Not a supported import file type";
+
+Detection nothing(std::u16string_view message) {
+  fail(message);
+  return {};
+}
+
 }  // namespace
 
 Detection detect(const Path& path, const InputFile& file, FormatRows rows) {
-  if (file.size() == 0) return {};
+  if (file.size() == 0) return nothing(kUnsupported);
   std::vector<std::byte> head(static_cast<std::size_t>(std::min<std::uint64_t>(file.size(), kHeadBytes)));
-  if (!file.readAt(0, head)) return {};
+  if (!file.readAt(0, head)) return {};  // with the reason set
   const std::u16string extension = extensionOfFile(path);
 
   Detection best;
@@ -44,7 +52,7 @@ Detection detect(const Path& path, const InputFile& file, FormatRows rows) {
     bestScore = total;
     best.row = row;
   }
-  if (best.row != 0 && bestScore <= kWeakScore) return {};
+  if (best.row != 0 && bestScore <= kWeakScore) return nothing(kUnsupported);
   if (best.row != 0) best.confidence = bestScore * 100 / kHighestScore;
   return best;
 }

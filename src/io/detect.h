@@ -14,7 +14,9 @@ struct Detection {
 /// At most this many leading bytes of a file are shown to the probes.
 inline constexpr std::size_t kHeadBytes = 32768;
 
-/// Scores the head of the file against every reading row. The file's position does not change.
+/// Scores the head of the file against every reading row. The file's position does not change. Without a row
+/// the last error message is set: "Reading from file failed", or "Not a supported import file type" where not
+/// even the catch-all takes it.
 Detection detect(const Path& path, const InputFile& file, FormatRows rows = formatTable());
 
 struct FileDescription {

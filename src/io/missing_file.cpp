@@ -39,10 +39,8 @@ std::u16string folded(std::u16string_view text) {
   return result;
 }
 
-bool isFile(const Path& path) {
-  const FileKind kind = fileKind(path);
-  return kind == FileKind::Regular || kind == FileKind::Other;
-}
+// A reference to a pipe or a terminal would make the reader wait for it.
+bool isFile(const Path& path) { return fileKind(path) == FileKind::Regular; }
 
 Listing makeListing(const Path& folder) {
   Listing listing;

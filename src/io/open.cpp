@@ -1,11 +1,9 @@
 #include "io/open.h"
 
-#include <new>
-#include <stdexcept>
 #include <utility>
 
-#include "base/last_error.h"
 #include "base/log.h"
+#include "base/memory.h"
 #include "base/progress.h"
 #include "io/decisions.h"
 #include "io/detect.h"
@@ -39,13 +37,8 @@ std::size_t countItems(const Collection& collection) {
 bool runReader(const FormatEntry& entry, Collection& collection, InputFile& file) {
   BusyScope scope;
   WaitCursor cursor;
-  try {
-    return entry.reader(collection, file, entry.variant);
-  } catch (const std::bad_alloc&) {
-    return fail(u"Out of memory");
-  } catch (const std::length_error&) {
-    return fail(u"Out of memory");
-  }
+  const bool ok = entry.reader(collection, file, entry.variant);
+  return file.isIntact() ? ok : fail(u"Reading from file failed");
 }
 
 void noteOrigin(Collection& collection, const Path& path, const Detection& found) {
@@ -62,7 +55,7 @@ bool detectAndRead(Collection& collection, const Path& path, bool allowRawImport
   if (file.size() == 0) return fail(u"File is of zero size");
   const Detection found = detect(path, file, rows);
   const FormatEntry* entry = formatRow(found.row, rows);
-  if (!entry) return fail(u"Not a supported import file type");
+  if (!entry) return false;
   if (found.confidence == 0 && !allowRawImport) return fail(u"Not detected as any supported file type");
 
   if (!busy) noteOrigin(collection, path, found);
@@ -76,10 +69,12 @@ bool detectAndRead(Collection& collection, const Path& path, bool allowRawImport
 bool isBusy() { return busy; }
 
 bool openFile(Collection& collection, const Path& path, bool allowRawImport, FormatRows rows) {
-  if (!busy) resetMissingFileSearch();
-  if (!detectAndRead(collection, path, allowRawImport, rows)) return false;
-  if (!busy) fixUp(collection, kAllKinds, true);
-  return true;
+  return withinMemory([&] {
+    if (!busy) resetMissingFileSearch();
+    if (!detectAndRead(collection, path, allowRawImport, rows)) return false;
+    if (!busy) fixUp(collection, kAllKinds, true);
+    return true;
+  });
 }
 
 bool openAudioFile(Collection& collection, const Path& path, FormatRows rows) {
@@ -88,7 +83,8 @@ bool openAudioFile(Collection& collection, const Path& path, FormatRows rows) {
   if (file.size() == 0) return fail(u"File is of zero size");
   const Detection found = detect(path, file, rows);
   const FormatEntry* entry = formatRow(found.row, rows);
-  if (!entry || found.confidence == 0 || entry->kinds != kindBit(ItemKind::Waveform))
+  if (!entry) return false;
+  if (found.confidence == 0 || entry->kinds != kindBit(ItemKind::Waveform))
     return fail(u"Not a supported import file type");
   Collection opened;
   if (!runReader(*entry, opened, file)) return false;

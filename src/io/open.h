@@ -22,7 +22,8 @@ bool openFile(Collection& collection, const Path& path, bool allowRawImport, For
 
 /// Reads the audio file that another file refers to: its waveforms join the collection. Rows that hold
 /// anything but waveforms are not tried, so that no reference leads to an instrument or back to the file
-/// itself. Fails as openFile, and adds nothing then.
+/// itself. Fails as openFile, and adds nothing then; running out of memory is left to the opening that this
+/// is a part of.
 bool openAudioFile(Collection& collection, const Path& path, FormatRows rows = formatTable());
 
 /// openFile with raw import allowed, into the cleared collection or merged with it, with the status line, and

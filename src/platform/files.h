@@ -56,6 +56,9 @@ class InputFile {
   /// sample data are read with readAt. Empty with "Reading from file failed" set when the system cannot map
   /// it.
   Bytes bytes();
+  /// False once something of bytes() could not be read, because the file has become shorter or its device
+  /// failed: zeros stand there, and what was made of them is to be given up.
+  bool isIntact() const;
 
  private:
   friend class OutputFile;  // copies between the system's own handles

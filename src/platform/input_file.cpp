@@ -62,4 +62,6 @@ Bytes InputFile::bytes() {
   return all.subspan(static_cast<std::size_t>(partOffset_), static_cast<std::size_t>(size_));
 }
 
+bool InputFile::isIntact() const { return !system_ || !system_->native || system_->isIntact(); }
+
 }  // namespace vemko

@@ -24,6 +24,8 @@ struct InputFile::System {
   /// The whole file; empty, with the last error message set, when the system cannot map it. Not for held
   /// content.
   Bytes map();
+  /// What InputFile::isIntact() tells. Not for held content.
+  bool isIntact() const;
 };
 
 }  // namespace vemko

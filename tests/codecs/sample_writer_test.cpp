@@ -153,5 +153,37 @@ TEST(SourceFile, PinnedFilesSurviveTheirReplacement) {
   EXPECT_NE(SourceFile::at(folder / "a"), waveform.source->file());
 }
 
+// Without being pinned: another file's bytes would be noise, a shorter one's too few. A longer one still has
+// them.
+TEST(SourceFile, OtherFilesAreNotTakenForTheOneThatWasOpened) {
+  struct Case {
+    const char* name;
+    std::size_t newSize;
+    bool isReplaced, isRead;
+  };
+  for (const Case& c : {Case{"the same", 4000, false, true},
+                        {"longer", 5000, false, true},
+                        {"shorter", 3999, false, false},
+                        {"another", 4000, true, false}}) {
+    SCOPED_TRACE(c.name);
+    TempFolder folder;
+    putFile(folder / "a", randomBytes(4000));
+    Collection collection;
+    Waveform& waveform = deferred(collection, folder / "a", 0, 2000, 1, {SampleEncoding::Pcm16});
+    if (c.isReplaced) {
+      putFile(folder / "b", randomBytes(c.newSize));
+      ASSERT_TRUE(replaceFile(folder / "b", folder / "a"));
+    } else {
+      std::filesystem::resize_file(folder / "a", c.newSize);
+    }
+    EXPECT_EQ(waveform.source->open() != nullptr, c.isRead);
+    if (!c.isRead) {
+      EXPECT_EQ(toUtf8(lastError()), "Reading from file failed");
+    }
+    EXPECT_EQ(SourceFile::at(folder / "a") == waveform.source->file(), c.isRead);
+    EXPECT_NE(SourceFile::at(folder / "a")->open(), nullptr) << toUtf8(lastError());
+  }
+}
+
 }  // namespace
 }  // namespace vemko

@@ -74,6 +74,14 @@ TEST_F(MissingFile, FollowsTheReference) {
   }
 }
 
+// Opening a pipe would wait for somebody to write to it.
+TEST_F(MissingFile, IsNeverAPipeOrADevice) {
+  if (!test::kPosix) GTEST_SKIP() << test::kPosixOnly;
+  ASSERT_TRUE(test::makePipe(bank() / "pipe.wav"));
+  for (const char16_t* stored : {u"pipe.wav", u"PIPE.wav", u"/dev/zero", u"/dev/stdin"})
+    EXPECT_EQ(locate(stored), "");
+}
+
 TEST_F(MissingFile, RemembersTheFolderThatTheUserChose) {
   int asked = 0;
   setDecisions({{},

@@ -310,7 +310,8 @@ bool Lexer::includeFile(std::string_view stored) {
   place_ = {static_cast<std::uint32_t>(files_.size()), 0};
   files_.push_back(*path);
   open_.push_back(whole);
-  const bool ok = readText(textOfFile(entry.file.bytes(), entry.converted));
+  bool ok = readText(textOfFile(entry.file.bytes(), entry.converted));
+  if (!entry.file.isIntact()) ok = fail(u"Reading from file failed");
   open_.pop_back();
   place_ = before;
   inBlockComment_ = false;

@@ -36,7 +36,8 @@ void RomSamples::load(Complaints& complaints) {
   if (!path) return;
   InputFile file;
   BankFile bank;
-  if (file.open(*path) && parseBank(file.bytes(), bank, complaints) && bank.versionMajor == 2) {
+  if (file.open(*path) && parseBank(file.bytes(), bank, complaints) && bank.versionMajor == 2 &&
+      file.isIntact()) {
     bank_ = std::move(bank);
     file_ = SourceFile::at(*path);
   } else {

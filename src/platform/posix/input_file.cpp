@@ -70,19 +70,21 @@ std::optional<std::size_t> InputFile::System::read(const Path& path, std::uint64
 }
 
 Bytes InputFile::System::map() {
-  if (native->mapping == nullptr) {
-    void* mapped = MAP_FAILED;
-    if (wholeBytes <= std::numeric_limits<std::size_t>::max())
-      mapped =
-          ::mmap(nullptr, static_cast<std::size_t>(wholeBytes), PROT_READ, MAP_PRIVATE, native->fd.get(), 0);
-    if (mapped == MAP_FAILED) {
-      fail(u"Reading from file failed");
-      return {};
-    }
-    native->mapping = mapped;
-    native->mappedBytes = static_cast<std::size_t>(wholeBytes);
-  }
-  return {static_cast<const std::byte*>(native->mapping), native->mappedBytes};
+  posix::Mapping& mapping = native->mapping;
+  const bool fits = wholeBytes <= std::numeric_limits<std::size_t>::max();
+  if (mapping.bytes().empty() &&
+      !(fits && mapping.map(native->fd.get(), static_cast<std::size_t>(wholeBytes))))
+    fail(u"Reading from file failed");
+  return mapping.bytes();
+}
+
+// Of the last page, what is behind the new end of a shorter file is zero without a word.
+bool InputFile::System::isIntact() const {
+  if (native->mapping.bytes().empty()) return true;
+  struct stat status;
+  const bool isShorter = ::fstat(native->fd.get(), &status) == 0 && S_ISREG(status.st_mode) &&
+                         static_cast<std::uint64_t>(status.st_size) < wholeBytes;
+  return native->mapping.isIntact() && !isShorter;
 }
 
 }  // namespace vemko

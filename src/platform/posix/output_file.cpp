@@ -65,12 +65,13 @@ bool OutputFile::start(const Path& path, int how) {
   path_ = path;
   size_ = 0;
   system_.reset();
-  auto fd = posix::openPath(path, O_WRONLY | O_CREAT | O_NOCTTY | how);
-  if (!fd) {
+  auto system = std::make_unique<System>();
+  system->fd = posix::openPath(path, O_WRONLY | O_CREAT | O_NOCTTY | how);
+  if (!system->fd) {
     posix::logSystemError(path, errno);
     return fail(u"Could not create file");
   }
-  system_ = std::make_unique<System>(System{std::move(fd)});
+  system_ = std::move(system);
   return true;
 }
 

@@ -94,6 +94,9 @@ std::optional<std::size_t> InputFile::System::read(const Path& path, std::uint64
   return done;
 }
 
+// The system lets nobody shorten a file that is mapped.
+bool InputFile::System::isIntact() const { return true; }
+
 Bytes InputFile::System::map() {
   const void*& mapping = native->mapping;
   if (mapping == nullptr && wholeBytes <= std::numeric_limits<std::size_t>::max()) {
