@@ -7,22 +7,26 @@
 
 namespace vemko {
 
-/// Sets the last error message and returns false.
+inline constexpr std::u16string_view kOutOfMemory = u"Out of memory";
+
+/// Sets the last error message and returns false. Never throws: without the memory for another message it is
+/// "Out of memory".
 bool fail(std::u16string_view message);
 
 void setLastError(std::u16string_view message);
 const std::u16string& lastError();
 
-/// Keeps the message through a clean-up that could set another one.
+/// Keeps the message through a clean-up that could set another one; there is none in the meantime.
 class LastErrorKeeper {
  public:
-  LastErrorKeeper() : message_(lastError()) {}
-  ~LastErrorKeeper() { setLastError(message_); }
+  LastErrorKeeper() noexcept;
+  ~LastErrorKeeper();
   LastErrorKeeper(const LastErrorKeeper&) = delete;
   LastErrorKeeper& operator=(const LastErrorKeeper&) = delete;
 
  private:
   std::u16string message_;
+  bool isOutOfMemory_;
 };
 
 }  // namespace vemko

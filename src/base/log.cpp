@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "base/memory.h"
 #include "base/text.h"
 
 namespace vemko {
@@ -28,9 +29,14 @@ LogSink setLogSink(LogSink newSink) {
 void logInfo(std::u16string_view line) { log(LogLevel::Info, line); }
 void logWarning(std::u16string_view line) { log(LogLevel::Warning, line); }
 
+// A line that there is no memory for is left out.
 Complaints::~Complaints() {
-  for (const auto& [text, count] : counts_)
-    logWarning(std::u16string(text) + (count > 1 ? toUtf16(formatted(" (%zu times)", count)) : u""));
+  const LastErrorKeeper message;
+  withinMemory([this] {
+    for (const auto& [text, count] : counts_)
+      logWarning(std::u16string(text) + (count > 1 ? toUtf16(formatted(" (%zu times)", count)) : u""));
+    return true;
+  });
 }
 
 void Complaints::add(std::u16string_view text) {

@@ -1,11 +1,10 @@
 #include "io/companion_files.h"
 
 #include <algorithm>
-#include <new>
 #include <utility>
 
-#include "base/last_error.h"
 #include "base/log.h"
+#include "base/memory.h"
 #include "base/parallel_for.h"
 #include "io/registry.h"
 #include "io/save_steps.h"
@@ -41,14 +40,6 @@ Path ownFile(const Waveform& waveform, const Path& folder, const Path& extension
   const std::uint64_t samples = std::uint64_t{waveform.frames} * waveform.channels;
   const std::uint64_t width = samples > 0 ? stored->byteCount / samples : 0;
   return width > 0 && stored->byteCount == samples * width ? path.filename() : Path();
-}
-
-bool callSafely(const std::function<bool()>& work) {
-  try {
-    return work();
-  } catch (const std::bad_alloc&) {
-    return fail(u"Out of memory");
-  }
 }
 
 std::shared_ptr<const void> identityOf(const Waveform& waveform) {
@@ -110,8 +101,7 @@ void CompanionFiles::reuseEqualFile(Job& job) const {
 
 bool CompanionFiles::save(std::span<Sample> samples, const Path& target, const Path& below,
                           const SaveOptions& options, const std::function<bool()>& meanwhile) {
-  last_.clear();
-  lastFolder_.clear();
+  keepLast();
   const std::u16string_view extension = extensionOf(static_cast<SampleFiles>(options.extra));
   const FormatEntry* row = formatRow(findWritingRow(extension, kindBit(ItemKind::Waveform)));
   if (!row) return fail(u"Invalid export format selected");
@@ -136,7 +126,8 @@ bool CompanionFiles::save(std::span<Sample> samples, const Path& target, const P
       entry->second = own;
       continue;
     }
-    claim(last_.emplace_back(sample.waveform, entry, wanted));
+    last_.push_back({.waveform = sample.waveform, .entry = entry, .wanted = wanted, .path = {}});
+    claim(last_.back());
   }
   // False where a name was another one before.
   auto tellNames = [&] {
@@ -148,15 +139,20 @@ bool CompanionFiles::save(std::span<Sample> samples, const Path& target, const P
   };
   tellNames();
   bool ok = parallelFor(last_.size() + 1, [&](std::size_t i) {
-    return i == 0 ? callSafely(meanwhile) : write(last_[i - 1], *row, ofSamples);
+    return i == 0 ? meanwhile() : write(last_[i - 1], *row, ofSamples);
   });
-  if (ok) {
-    for (Job& job : last_)
-      if (job.path != job.wanted) reuseEqualFile(job);
-    ok = tellNames() || callSafely(meanwhile);
-  }
+  ok = ok && withinMemory([&] {
+         for (Job& job : last_)
+           if (job.path != job.wanted) reuseEqualFile(job);
+         return tellNames() || meanwhile();
+       });
   if (!ok) removeLast();
   return ok;
+}
+
+void CompanionFiles::keepLast() {
+  last_.clear();
+  lastFolder_.clear();
 }
 
 void CompanionFiles::removeLast() {
@@ -165,9 +161,8 @@ void CompanionFiles::removeLast() {
     if (job.isWritten) removeFile(job.path);
     written_.erase(job.entry);
   }
-  last_.clear();
   if (!lastFolder_.empty()) removeEmptyFolder(lastFolder_);
-  lastFolder_.clear();
+  keepLast();
 }
 
 }  // namespace vemko::io

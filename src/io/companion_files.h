@@ -37,8 +37,10 @@ class CompanionFiles {
   /// names; in the rare case that one of them has changed in the end, it runs again.
   bool save(std::span<Sample> samples, const Path& folder, const Path& below, const SaveOptions& options,
             const std::function<bool()>& meanwhile);
-  /// Removes what the last save() wrote, after a failure of the file that was to refer to it.
+  /// Removes what save() wrote since keepLast(), after a failure of the file that was to refer to it.
   void removeLast();
+  /// What is there stays, whatever fails from now on.
+  void keepLast();
 
  private:
   // Equal for waveforms with the same samples, whatever their loops are.

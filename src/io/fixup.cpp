@@ -1,9 +1,7 @@
 #include "io/fixup.h"
 
-#include <new>
-
-#include "base/last_error.h"
 #include "base/log.h"
+#include "base/memory.h"
 #include "base/progress.h"
 #include "base/text.h"
 
@@ -48,11 +46,7 @@ bool isSwitchedOn(const FixupStep& step, KindMask kinds) {
 }
 
 bool run(const FixupStep& step, Collection& collection) {
-  try {
-    return step.apply(collection);
-  } catch (const std::bad_alloc&) {
-    return fail(u"Out of memory");
-  }
+  return withinMemory([&] { return step.apply(collection); });
 }
 
 }  // namespace

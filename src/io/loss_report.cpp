@@ -122,7 +122,8 @@ bool isInEvents(const Song& song, std::u16string_view text) {
   return std::ranges::any_of(song.children, [&](ItemId id) {
     const auto* track = song.collection().find<Track>(id);
     const Bytes events = track ? track->events() : Bytes();
-    return !std::ranges::search(events, std::as_bytes(std::span(bytes))).empty();
+    const Bytes wanted = std::as_bytes(std::span(bytes));
+    return std::search(events.begin(), events.end(), wanted.begin(), wanted.end()) != events.end();
   });
 }
 

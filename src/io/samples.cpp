@@ -1,11 +1,10 @@
 #include "io/samples.h"
 
 #include <algorithm>
-#include <new>
 #include <unordered_set>
 
-#include "base/last_error.h"
 #include "base/log.h"
+#include "base/memory.h"
 #include "base/parallel_for.h"
 #include "base/progress.h"
 
@@ -18,20 +17,16 @@ constexpr std::uint32_t kSliceFrames = 1 << 18;  // what one thread decodes at a
 /// Fills `out` with the frames from `first` on. Where the data are shorter than the waveform, the rest is
 /// silence.
 bool readFrames(const Waveform& waveform, std::uint32_t first, std::span<float> out) {
-  try {
-    auto stream = waveform.source->open(first);
-    if (!stream) return false;
-    while (!out.empty()) {
-      const auto frames = stream->read(out);
-      if (!frames) return false;
-      if (*frames == 0) break;
-      out = out.subspan(std::min(out.size(), *frames * waveform.channels));
-    }
-    std::fill(out.begin(), out.end(), 0.0f);
-    return true;
-  } catch (const std::bad_alloc&) {
-    return fail(u"Out of memory");
+  auto stream = waveform.source->open(first);
+  if (!stream) return false;
+  while (!out.empty()) {
+    const auto frames = stream->read(out);
+    if (!frames) return false;
+    if (*frames == 0) break;
+    out = out.subspan(std::min(out.size(), *frames * waveform.channels));
   }
+  std::fill(out.begin(), out.end(), 0.0f);
+  return true;
 }
 
 bool readInSlices(const Waveform& waveform, std::span<float> samples) {
@@ -65,13 +60,15 @@ bool loadSamples(Waveform& waveform, bool quiet) {
   const bool shown = !quiet && !waveform.buffer && waveform.source && waveform.frames > kSilentFrames;
   WaitCursor cursor(shown);
   if (shown) showStatus(u"Reading: " + waveform.displayName());
-  return load(waveform, Threads::All);
+  return withinMemory([&] { return load(waveform, Threads::All); });
 }
 
 bool loadSamples(std::span<Waveform* const> waveforms) {
-  if (waveforms.size() == 1) return load(*waveforms[0], Threads::All);
-  return parallelFor(waveforms.size(),
-                     [&](std::size_t index) { return load(*waveforms[index], Threads::One); });
+  if (waveforms.size() == 1) return loadSamples(*waveforms[0], true);
+  return withinMemory([&] {
+    return parallelFor(waveforms.size(),
+                       [&](std::size_t index) { return load(*waveforms[index], Threads::One); });
+  });
 }
 
 bool checkSamples(std::span<Waveform* const> waveforms) {

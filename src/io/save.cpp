@@ -1,14 +1,14 @@
 #include "io/save.h"
 
 #include <algorithm>
-#include <new>
-#include <stdexcept>
 #include <utility>
 
 #include "base/last_error.h"
 #include "base/log.h"
+#include "base/memory.h"
 #include "base/progress.h"
 #include "base/text.h"
+#include "io/companion_files.h"
 #include "io/loss_report.h"
 #include "io/open.h"
 #include "io/save_steps.h"
@@ -27,30 +27,31 @@ struct SavingFlag {
 
 // A file that replaces another one is brought to the disk; others are left to the system, which keeps the
 // conversion of thousands of small files fast.
-bool writeFile(Item& item, const SaveTarget& target, FormatWriter writer, const SaveOptions& options) {
+bool writeFile(Item& item, SaveTarget& target, FormatWriter writer, const SaveOptions& options) {
   showStatus(u"Writing: " + textOf(target.path()));
   OutputFile file;
-  if (!file.create(target.path())) return false;
-  target.takeOverPermissions();
-  bool ok = callWriter(item, file, writer, options) && (!target.replacesFile() || file.flushToDisk()) &&
-            file.close();
-  if (!ok) {
-    LastErrorKeeper message;
-    file.close();
-    target.removePartialFile();
-  }
-  return ok;
+  return target.create(file) && callWriter(item, file, writer, options) &&
+         (!target.replacesFile() || file.flushToDisk()) && file.close();
 }
 
 bool save(Item* item, int row, const Path& path, const SaveOptions& options, bool tidy, FormatRows rows) {
   WaitCursor wait;
   SavingFlag flag;
-  PreparedItem prepared;
-  if (!prepareItem(item, row, options, tidy, rows, prepared)) return false;
-  SaveTarget target(path);
-  if (!target.pinSources() || !target.setAside()) return false;
-  const bool ok = writeFile(*prepared.item, target, formatRow(row, rows)->writer, options);
-  if (ok) target.finish();
+  CompanionFiles own;
+  SaveOptions ofThis = options;
+  if (!ofThis.companions) ofThis.companions = &own;
+  ofThis.companions->keepLast();
+  const bool ok = withinMemory([&] {
+    PreparedItem prepared;
+    if (!prepareItem(item, row, options, tidy, rows, prepared)) return false;
+    SaveTarget target(path);
+    if (!target.pinSources() || !target.setAside() ||
+        !writeFile(*prepared.item, target, formatRow(row, rows)->writer, ofThis))
+      return false;
+    target.finish();
+    return true;
+  });
+  if (!ok) ofThis.companions->removeLast();
   return ok;
 }
 
@@ -78,34 +79,30 @@ bool saveItem(Item* item, int row, const Path& path, const SaveOptions& options,
 }
 
 bool callWriter(Item& item, OutputFile& file, FormatWriter writer, const SaveOptions& options) {
-  try {
-    return writer(item, file, options);
-  } catch (const std::bad_alloc&) {
-    return fail(u"Out of memory");
-  } catch (const std::length_error&) {
-    return fail(u"Out of memory");
-  }
+  return withinMemory([&] { return writer(item, file, options); });
 }
 
 bool saveReported(Item* item, const Path& path, int row, const SaveOptions& options, bool report, bool tidy,
                   FormatRows rows) {
-  if (report) showStatus(u"Saving");
-  std::vector<Loss> losses;
-  if (item && options.tellsLosses && rows.data() == formatTable().data())
-    losses = lossesOfSaving(*item, row, options);
-  const bool ok = save(item, row, path, options, tidy, rows);
-  if (ok)
-    takeOverFile(*item, path, row);
-  else
-    showStatus(u"Failed to Save.");
-  if (ok && report) {
-    logInfo(u"Saved: " + textOf(path) + u" (" + sizeText(fileSize(path).value_or(0)) + u")");
-    showStatus(u"Saved: " + textOf(path));
-  }
-  for (const Loss& loss : losses)
-    if (ok) logWarning(u"Not kept: " + lossText(loss));
-  if (report) noteRecentFile(path);
-  return ok;
+  return withinMemory([&] {
+    if (report) showStatus(u"Saving");
+    std::vector<Loss> losses;
+    if (item && options.tellsLosses && rows.data() == formatTable().data())
+      losses = lossesOfSaving(*item, row, options);
+    const bool ok = save(item, row, path, options, tidy, rows);
+    if (ok)
+      takeOverFile(*item, path, row);
+    else
+      showStatus(u"Failed to Save.");
+    if (ok && report) {
+      logInfo(u"Saved: " + textOf(path) + u" (" + sizeText(fileSize(path).value_or(0)) + u")");
+      showStatus(u"Saved: " + textOf(path));
+    }
+    for (const Loss& loss : losses)
+      if (ok) logWarning(u"Not kept: " + lossText(loss));
+    if (report) noteRecentFile(path);
+    return ok;
+  });
 }
 
 bool saveWithBackup(Item* item, const Path& path, int row, const SaveOptions& options, bool report,

@@ -2,6 +2,7 @@
 
 #include "base/last_error.h"
 #include "base/log.h"
+#include "base/memory.h"
 #include "io/save.h"
 #include "platform/folders.h"
 
@@ -44,30 +45,34 @@ bool SaveTarget::setAside() {
     logWarning(textOf(path_) + u" is write-protected");
     return fail(kCannotCreate);
   }
-  const Path backup = freeBackupPath(path_);
+  Path backup = freeBackupPath(path_);
   if (backup != backupPath(path_))
     logWarning(textOf(backupPath(path_)) + u" exists already and was left alone");
   if (!replaceFile(path_, backup)) return fail(kCannotCreate);
-  backup_ = backup;
+  backup_ = std::move(backup);
   return true;
 }
 
-void SaveTarget::takeOverPermissions() const {
+bool SaveTarget::create(OutputFile& file) {
+  if (!file.create(path_)) return false;
+  isPartial_ = !isSpecial_;
   if (replacesFile()) setFilePermissions(path_, *oldPermissions_);
+  return true;
 }
 
-void SaveTarget::removePartialFile() const {
-  if (!isSpecial_) removeFile(path_);
-}
-
-void SaveTarget::restore() {
-  if (backup_.empty()) return;
-  LastErrorKeeper message;
-  if (!replaceFile(backup_, path_)) logWarning(u"The old file is kept as " + textOf(backup_));
-  backup_.clear();
+// The old file comes back without needing memory.
+SaveTarget::~SaveTarget() {
+  const LastErrorKeeper message;
+  withinMemory([this] {
+    if (!backup_.empty() && replaceFile(backup_, path_)) return true;
+    if (isPartial_) removeFile(path_);
+    if (!backup_.empty()) logWarning(u"The old file is kept as " + textOf(backup_));
+    return true;
+  });
 }
 
 void SaveTarget::finish() {
+  isPartial_ = false;
   if (backup_.empty()) return;
   flushFolder(path_.parent_path());
   if (!removeFile(backup_)) logWarning(u"The old file is kept as " + textOf(backup_));

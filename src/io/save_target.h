@@ -11,8 +11,9 @@ namespace vemko::io {
 class SaveTarget {
  public:
   explicit SaveTarget(const Path& path);
-  /// Unless finish() was called, the file that was set aside is moved back.
-  ~SaveTarget() { restore(); }
+  /// Unless finish() was called, what was written is deleted (a device or folder stays) and the file that was
+  /// set aside moved back.
+  ~SaveTarget();
   SaveTarget(const SaveTarget&) = delete;
   SaveTarget& operator=(const SaveTarget&) = delete;
 
@@ -25,20 +26,18 @@ class SaveTarget {
   bool pinSources() const;
   /// Renames the existing file, if there is one, to its backup name. Fails with "Could not create file".
   bool setAside();
-  /// Gives the new file the permissions of the one that it replaces.
-  void takeOverPermissions() const;
-  /// Deletes what was written; a device or folder stays.
-  void removePartialFile() const;
+  /// Creates the new file, with the permissions of the one that it replaces; it is to be closed before this
+  /// object goes. Fails with "Could not create file".
+  bool create(OutputFile& file);
   /// The new file is complete and on the disk: its name is made lasting, then the backup goes.
   void finish();
 
  private:
-  void restore();
-
   Path path_;
   bool isSpecial_ = false;  // a device, a pipe, a folder
   std::optional<std::filesystem::perms> oldPermissions_;
-  Path backup_;  // empty when nothing was set aside
+  Path backup_;             // empty when nothing was set aside
+  bool isPartial_ = false;  // a file was begun
 };
 
 }  // namespace vemko::io

@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <gtest/gtest.h>
+#include <new>
 #include <vector>
 
 #include "base/last_error.h"
@@ -26,6 +27,14 @@ TEST(ParallelFor, BringsTheMessageOfAFailureToTheCaller) {
   }));
   EXPECT_EQ(toUtf8(lastError()), "five");
   EXPECT_LT(calls, 100000);
+}
+
+// Callers that ask for no result learn of it all the same.
+TEST(ParallelFor, RunningOutOfMemoryIsThrownToTheCaller) {
+  for (std::size_t failing : {0u, 1u, 99u})
+    EXPECT_THROW(
+        parallelFor(100, [&](std::size_t i) { return i == failing ? throw std::bad_alloc() : true; }),
+        std::bad_alloc);
 }
 
 }  // namespace

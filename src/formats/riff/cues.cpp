@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "base/log.h"
+#include "base/memory.h"
 #include "base/text.h"
 #include "formats/riff/riff.h"
 
@@ -116,9 +117,14 @@ std::uint32_t cueLength(const LoopRecord& record) {
 
 }  // namespace
 
+// Left out where there is no memory for it.
 RepeatedWarning::~RepeatedWarning() {
-  if (count_ > kWarningsLogged)
+  if (count_ <= kWarningsLogged) return;
+  const LastErrorKeeper message;
+  withinMemory([this] {
     logWarning(what_ + u"... and " + toUtf16(formatted("%zu more", count_ - kWarningsLogged)));
+    return true;
+  });
 }
 
 void RepeatedWarning::at(std::uint64_t position) {

@@ -1,5 +1,4 @@
 #include <algorithm>
-#include <new>
 #include <optional>
 
 #include "base/last_error.h"
@@ -166,14 +165,7 @@ bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
     if (task == 1) return (zones = buildZoneTables(planBank(instruments, pool))).has_value();
     return compressed ? writeCompressedSamples(options.setting, bank) : writePlainSamples(is24, bank);
   };
-  const bool ok = parallelFor(2, [&](std::size_t task) {
-    try {
-      return runTask(task);
-    } catch (const std::bad_alloc&) {
-      return fail(u"Out of memory");
-    }
-  });
-  if (!ok) return false;
+  if (!parallelFor(2, runTask)) return false;
   bank.chunks.zones = std::move(*zones);
   return appendTables(bank.chunks, out) &&
          file.writeAt(0, buildHead(bank.chunks, bank.smplBytes, bank.listBytes).bytes);
