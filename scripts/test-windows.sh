@@ -23,6 +23,9 @@ export WINEPREFIX=$work/prefix WINEDEBUG=-all WINEDLLOVERRIDES="mscoree,mshtml="
 unset DISPLAY
 trap 'wineserver -k 2>/dev/null || true; rm -rf "$work"' EXIT
 say "Preparing Wine"
+# Its services start once, not whenever the next program comes late.
+mkdir "$WINEPREFIX"
+wineserver -p60 || true
 "$wine" wineboot --init >/dev/null 2>&1
 # A crash ends the program; no debugger looks at it.
 "$wine" reg add 'HKLM\Software\Microsoft\Windows NT\CurrentVersion\AeDebug' /v Debugger /d false /f >/dev/null
