@@ -184,6 +184,7 @@ std::vector<ProcessFile> planFolder(const std::vector<Path>& inputs, const Path&
   for (const Path& input : inputs)
     if (staysInPlace(input)) names.add(target / input.filename());
   std::vector<ProcessFile> files;
+  files.reserve(inputs.size());
   for (const Path& input : inputs)
     files.push_back({input, staysInPlace(input) ? input : names.claim(target / input.filename())});
   return files;

@@ -113,7 +113,8 @@ std::uint32_t framesOfBlock(AdpcmKind kind, std::uint32_t blockBytes, std::uint8
   if (channels == 0 || blockBytes < header) return 0;
   const std::uint64_t data = blockBytes - header;
   if (kind == AdpcmKind::Microsoft) return static_cast<std::uint32_t>(2 + data * 2 / channels);
-  return static_cast<std::uint32_t>(1 + (channels == 1 ? data * 2 : data / (4u * channels) * 8));
+  return static_cast<std::uint32_t>(1 +
+                                    (channels == 1 ? data * 2 : data / (std::uint64_t{4} * channels) * 8));
 }
 
 std::size_t decodeAdpcmBlock(const AdpcmFormat& format, Bytes block, std::span<float> out) {

@@ -12,8 +12,8 @@
 namespace vemko {
 namespace {
 
-constexpr std::size_t kReadBytes = 64 * 1024;
-constexpr std::size_t kWriteBytes = 256 * 1024;
+constexpr std::size_t kReadBytes = 1 << 16;
+constexpr std::size_t kWriteBytes = 1 << 18;
 
 }  // namespace
 

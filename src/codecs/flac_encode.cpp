@@ -133,6 +133,7 @@ bool encode(const EncoderInput& input, const EncodeOptions& options, const Metad
   if (!use.library.require()) return false;
   const std::vector<Object> blocks = makeBlocks(input, metadata);
   std::vector<FLAC__StreamMetadata*> pointers;
+  pointers.reserve(blocks.size());
   for (const Object& block : blocks) pointers.push_back(block.get());
 
   EncoderHandle encoder(use.encoderNew());

@@ -8,7 +8,7 @@ namespace {
 
 // Reads through a buffer that stays in the processor's second-level cache: bytes come from the system, become
 // floats and are used before they are gone from there.
-constexpr std::size_t kReadBytes = 256 * 1024;
+constexpr std::size_t kReadBytes = 1 << 18;
 
 class PcmStream final : public SampleStream {
  public:

@@ -141,8 +141,8 @@ struct PeakPyramid::Page {
 
 Peak peakOf(std::span<const float> samples, unsigned channels, unsigned channel) {
   const PeakBlock block = scanChannel(samples, channels, channel);
-  const auto frames = static_cast<float>(samples.size() / channels);
-  return {block.low, block.high, frames > 0 ? block.squares / frames : 0};
+  const std::size_t frames = samples.size() / channels;
+  return {block.low, block.high, frames > 0 ? block.squares / static_cast<float>(frames) : 0};
 }
 
 PeakPyramid::PeakPyramid(std::uint32_t frames, std::uint8_t channels)

@@ -186,7 +186,7 @@ bool ProcessDialog::takeOptions() {
     else if (auto* choice = dynamic_cast<wxChoice*>(entry.control))
       tools::setOptionValue(*entry.option, choice->GetSelection());
     else if (auto* text = dynamic_cast<wxTextCtrl*>(entry.control);
-             !tools::setOptionText(*entry.option, textFrom(text->GetValue()))) {
+             text != nullptr && !tools::setOptionText(*entry.option, textFrom(text->GetValue()))) {
       text->SetFocus();
       text->SelectAll();
       return false;

@@ -38,7 +38,7 @@ WavePeaks::~WavePeaks() {
   retired_.clear();  // joins
 }
 
-void WavePeaks::launch(std::shared_ptr<Job> job, std::function<bool(Job&)> work) {
+void WavePeaks::launch(const std::shared_ptr<Job>& job, std::function<bool(Job&)> work) {
   // The thread is owned by the job, which outlives it.
   job->thread = std::jthread([this, &job = *job, work = std::move(work)] {
     if (!work(job)) job.error = lastError();

@@ -42,7 +42,7 @@ class WavePeaks {
  private:
   struct Job;
 
-  void launch(std::shared_ptr<Job> job, std::function<bool(Job&)> work);
+  void launch(const std::shared_ptr<Job>& job, std::function<bool(Job&)> work);
   void retire(std::shared_ptr<Job>& job);
   void fetch(const Waveform& waveform, std::uint64_t first, std::uint64_t end);
 

@@ -189,9 +189,10 @@ std::optional<std::size_t> KeyMapLayout::indexOf(ItemId region) const {
 
 double KeyMapLayout::meanOverlap() const {
   // Corners counted up and down, then summed along both axes, give the number of regions at every place.
-  std::vector<int> corners((kKeys + 1) * (kValues + 1));
+  constexpr std::size_t kWidth = kKeys + 1;
+  std::vector<int> corners(kWidth * (kValues + 1));
   const auto corner = [&](int key, int velocity) -> int& {
-    return corners[static_cast<std::size_t>(velocity * (kKeys + 1) + key)];
+    return corners[static_cast<std::size_t>(velocity) * kWidth + static_cast<std::size_t>(key)];
   };
   for (const MapRegion& region : regions_) {
     ++corner(region.keys.low, region.velocities.low);

@@ -46,7 +46,8 @@ std::vector<Tick> ticks(const WaveScale& scale, Step step, double framesPerUnit,
   for (; static_cast<double>(index) * minor <= last; ++index) {
     const bool isMajor = index % step.parts == 0;
     Tick tick{scale.xOf(static_cast<double>(index) * minor), isMajor, {}};
-    if (isMajor) tick.label = label(static_cast<double>(index / step.parts) * step.size);
+    const std::int64_t major = index / step.parts;
+    if (isMajor) tick.label = label(static_cast<double>(major) * step.size);
     made.push_back(std::move(tick));
   }
   return made;

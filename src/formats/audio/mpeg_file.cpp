@@ -54,7 +54,7 @@ std::optional<FrameHeader> parseFrame(Bytes bytes) {
   const std::uint32_t rate = kFrameSampleRates[sampleRateIndex] >> (version == 3 ? 0 : version == 2 ? 1 : 2);
   const std::uint32_t bitRate = kFrameRates[isLow][header.layer - 1][rateIndex] * 1000u;
   if (header.layer == 1)
-    header.bytes = (12 * bitRate / rate + padding) * 4;
+    header.bytes = std::size_t{4} * (12 * bitRate / rate + padding);
   else
     header.bytes = (header.layer == 3 && isLow ? 72 : 144) * bitRate / rate + padding;
   return bitRate == 0 ? std::nullopt : std::optional(header);

@@ -203,7 +203,7 @@ std::uint64_t framesIn(const WaveFormat& format, std::uint64_t byteCount) {
     case WaveFormat::Storage::Pcm:
       return byteCount / (bytesPerSample(format.pcm) * format.channels);
     case WaveFormat::Storage::Integers:
-      return byteCount / (format.integers.stride * format.channels);
+      return byteCount / (std::uint64_t{format.channels} * format.integers.stride);
     case WaveFormat::Storage::Adpcm:
       break;
   }

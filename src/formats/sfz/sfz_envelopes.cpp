@@ -85,7 +85,7 @@ void setPoints(const Eg& eg, Slot envelope, SlotValues& values) {
   if (envelope == slots::VEnv)
     values[envelopeSlot(envelope, Stage::HoldPedalToRelease1)] = toFloat(first.pedalSeconds);
   fall.resize(std::size(kFallTimes), Point{fall.back().level});
-  for (std::size_t i = 0; i < fall.size(); ++i) {
+  for (std::size_t i = 0; i < std::size(kFallTimes); ++i) {
     if (i > 0) values[envelopeSlot(envelope, kFallTimes[i])] = toFloat(fall[i].time.seconds);
     values[envelopeSlot(envelope, kFallLevels[i])] = toFloat(fall[i].level);
   }
