@@ -217,6 +217,7 @@ std::vector<std::size_t> storedOrder(const std::vector<ChannelData>& data) {
   }
   std::ranges::sort(places);
   std::vector<std::size_t> order;
+  order.reserve(places.size());
   for (const auto& place : places) order.push_back(std::get<2>(place));
   return order;
 }

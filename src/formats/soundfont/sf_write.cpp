@@ -115,6 +115,7 @@ bool startSamples(Bank& bank) {
 bool writePlainSamples(bool is24, Bank& bank) {
   std::vector<ChannelData> data;
   const std::vector<std::size_t> order = storedOrder(bank.pool.data());
+  data.reserve(order.size());
   for (std::size_t index : order) data.push_back(bank.pool.data()[index]);
   const auto placed = placePoints(data);
   if (!placed) return false;
