@@ -44,7 +44,7 @@ Losses lossesOf(const Item& item, const BatchTarget& target, const io::SaveOptio
 
 void saveOne(Item& item, Path file, const BatchTarget& target, const io::SaveOptions& options,
              BatchResult& result) {
-  if (fileExists(file)) {
+  if (target.onExists != OnExists::Overwrite && fileExists(file)) {
     if (target.onExists == OnExists::Skip) {
       result.outputs.push_back({.file = file, .skipped = true, .losses = {}});
       result.ok = true;

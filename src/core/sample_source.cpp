@@ -49,13 +49,14 @@ struct SourceFile::Shared {
   std::mutex guard;
   std::weak_ptr<InputFile> open;
   std::shared_ptr<InputFile> pinned;
-  std::optional<FileIdentity> identity;
-  std::optional<std::uint64_t> size;
+  std::optional<FileState> state;
   std::string key;
 
   // A file that only became longer still has its samples. True where nothing stood there before.
   bool isStillAt(const Path& path) const {
-    return !identity || (fileIdentity(path) == identity && fileSize(path) >= size);
+    if (!state) return true;
+    const std::optional<FileState> now = fileState(path);
+    return now && now->identity == state->identity && now->size >= state->size;
   }
 };
 
@@ -66,8 +67,8 @@ SourceFile::~SourceFile() {
   std::lock_guard lock(records().guard);
   auto entry = records().byKey.find(shared_->key);
   if (entry != records().byKey.end() && entry->second.expired()) records().byKey.erase(entry);
-  if (!shared_->identity) return;
-  auto [at, end] = records().byIdentity.equal_range(*shared_->identity);
+  if (!shared_->state) return;
+  auto [at, end] = records().byIdentity.equal_range(shared_->state->identity);
   while (at != end) at = at->second.expired() ? records().byIdentity.erase(at) : std::next(at);
 }
 
@@ -83,9 +84,8 @@ std::shared_ptr<SourceFile> SourceFile::recordOf(const Path& path, std::optional
   if (file) return file;
   known = file = std::make_shared<SourceFile>(std::move(whole), part);
   file->shared_->key = std::move(key);
-  file->shared_->identity = fileIdentity(file->path());
-  file->shared_->size = fileSize(file->path());
-  if (file->shared_->identity) records().byIdentity.emplace(*file->shared_->identity, file);
+  file->shared_->state = fileState(file->path());
+  if (const auto& state = file->shared_->state) records().byIdentity.emplace(state->identity, file);
   return file;
 }
 

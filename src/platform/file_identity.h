@@ -17,4 +17,11 @@ struct FileIdentity {
 /// Nothing when there is no such file.
 std::optional<FileIdentity> fileIdentity(const Path& path);
 
+/// Both at the cost of one.
+struct FileState {
+  FileIdentity identity;
+  std::uint64_t size = 0;  ///< 0 of what is no regular file.
+};
+std::optional<FileState> fileState(const Path& path);
+
 }  // namespace vemko

@@ -73,9 +73,16 @@ std::optional<std::uint64_t> fileSize(const Path& path) {
 }
 
 std::optional<FileIdentity> fileIdentity(const Path& path) {
+  const auto state = fileState(path);
+  return state ? std::optional(state->identity) : std::nullopt;
+}
+
+std::optional<FileState> fileState(const Path& path) {
   const auto status = statusOf(path);
   if (!status) return std::nullopt;
-  return FileIdentity{status->st_dev, status->st_ino};
+  const bool isRegular = S_ISREG(status->st_mode);
+  return FileState{{status->st_dev, status->st_ino},
+                   isRegular ? static_cast<std::uint64_t>(status->st_size) : 0};
 }
 
 bool isSameFile(const Path& a, const Path& b) {

@@ -105,10 +105,17 @@ std::optional<std::uint64_t> fileSize(const Path& path) {
 }
 
 std::optional<FileIdentity> fileIdentity(const Path& path) {
+  const auto state = fileState(path);
+  return state ? std::optional(state->identity) : std::nullopt;
+}
+
+std::optional<FileState> fileState(const Path& path) {
   const auto status = statusOf(path);
   if (!status) return std::nullopt;
-  return FileIdentity{status->dwVolumeSerialNumber,
-                      std::uint64_t{status->nFileIndexHigh} << 32 | status->nFileIndexLow};
+  const bool isFolder = (status->dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+  return FileState{
+      {status->dwVolumeSerialNumber, std::uint64_t{status->nFileIndexHigh} << 32 | status->nFileIndexLow},
+      isFolder ? 0 : std::uint64_t{status->nFileSizeHigh} << 32 | status->nFileSizeLow};
 }
 
 bool isSameFile(const Path& a, const Path& b) {
