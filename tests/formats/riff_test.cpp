@@ -46,6 +46,22 @@ TEST(ChunkWalker, FindsChunksWithAndWithoutPadBytes) {
   }
 }
 
+TEST(ChunkWalker, SkipsZerosUpToALimit) {
+  struct Case {
+    std::size_t zeros, chunks;
+  };
+  for (const Case& c :
+       {Case{0, 2}, {8, 2}, {16, 2}, {(1 << 20) - 8, 2}, {1 << 20, 1}, {std::size_t{1} << 24, 1}}) {
+    SCOPED_TRACE(c.zeros);
+    std::string list = "one \4";
+    list.append(3, '\0').append("body").append(c.zeros, '\0').append("two ").append(4, '\0');
+    ChunkWalker walker(asBytes(list));
+    std::size_t found = 0;
+    for (Chunk chunk; walker.next(chunk);) ++found;
+    EXPECT_EQ(found, c.chunks);
+  }
+}
+
 TEST(WaveSample, GivesTheLoopsThatAreThere) {
   struct Case {
     const char* name;

@@ -7,6 +7,8 @@ namespace vemko::riff {
 namespace {
 
 constexpr std::uint64_t kHeaderBytes = 8;
+// What writers and disks pad with is shorter; files of gigabytes of zeros are not to be walked through.
+constexpr std::uint64_t kMaxPadding = 1 << 20;
 
 bool isChunkId(Bytes at) {
   auto isPrintable = [](std::byte b) { return b >= std::byte{0x20} && b < std::byte{0x7F}; };
@@ -33,8 +35,20 @@ bool isPadByte(Bytes behind, bool bigEndian) {
 
 }  // namespace
 
+// False at the end of the list, or where only padding follows.
+bool ChunkWalker::skipPadding() {
+  if (position_ > list_.size()) return false;
+  const Bytes rest = list_.subspan(static_cast<std::size_t>(position_));
+  const auto padding = static_cast<std::size_t>(
+      std::find_if(rest.begin(), rest.begin() + std::min<std::ptrdiff_t>(std::ssize(rest), kMaxPadding),
+                   [](std::byte b) { return b != std::byte{0}; }) -
+      rest.begin());
+  position_ += padding / kHeaderBytes * kHeaderBytes;
+  return padding < kMaxPadding && list_.size() - position_ >= kHeaderBytes;
+}
+
 bool ChunkWalker::next(Chunk& chunk) {
-  if (position_ > list_.size() || list_.size() - position_ < kHeaderBytes) return false;
+  if (!skipPadding()) return false;
   ByteReader reader(list_.subspan(static_cast<std::size_t>(position_)));
   chunk.id = reader.u32();
   chunk.size = readSize(reader, bigEndian_);

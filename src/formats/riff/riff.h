@@ -24,13 +24,16 @@ struct Chunk {
 class ChunkWalker {
  public:
   explicit ChunkWalker(Bytes list, bool bigEndian = false) : list_(list), bigEndian_(bigEndian) {}
-  /// False when fewer than 8 bytes remain.
+  /// False when fewer than 8 bytes remain, or nothing but zeros within the next MiB; shorter runs of zeros
+  /// between chunks are skipped.
   bool next(Chunk& chunk);
   /// Continues behind a body, for a chunk whose size stands outside its header; the body must lie within the
   /// list.
   void seekBehind(std::uint64_t offset, std::uint64_t size);
 
  private:
+  bool skipPadding();
+
   Bytes list_;
   bool bigEndian_;
   std::uint64_t position_ = 0;
