@@ -119,7 +119,9 @@ void saveAs(Collection& collection, std::u16string_view extension, std::size_t c
     if (io::extensionOf(row) == extension) rows.push_back(row);
   const int row = rows[choice % rows.size()];
   const Path path = folder / ("out." + toUtf8(extension));
-  const io::SaveOptions options = io::saveOptionsFor(row, io::kMidiEvents);
+  // A song is asked for as events; anything else keeps its encoding.
+  const auto events = io::capabilitiesOf(row).capabilities & io::kMidiEvents;
+  const io::SaveOptions options = io::saveOptionsFor(row, events);
   if (io::canHold(row, ItemKind::Collection)) {
     io::saveWithBackup(&collection, path, row, options, false);
   } else {

@@ -92,7 +92,8 @@ std::uint64_t listNear(Bytes bytes, std::uint64_t position) {
 
 Lists findLists(Bytes bytes, Complaints& complaints) {
   Lists lists;
-  for (std::uint64_t position = 12; position < bytes.size();) {
+  auto isComplete = [&] { return lists.info && lists.samples && lists.tables; };
+  for (std::uint64_t position = 12; position < bytes.size() && !isComplete();) {
     position = listNear(bytes, position);
     if (bytes.size() - position < 8) break;
     ByteReader reader(bytes.subspan(static_cast<std::size_t>(position)));
