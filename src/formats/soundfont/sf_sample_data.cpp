@@ -70,8 +70,10 @@ bool appendZeros(std::size_t count, BlockWriter& out) {
   return true;
 }
 
+constexpr std::size_t kGapBytes = std::size_t{kGapPoints} * 2;
+
 bool isGap(const InputFile& file, std::uint64_t offset) {
-  std::array<std::byte, kGapPoints * 2> gap;
+  std::array<std::byte, kGapBytes> gap;
   return file.size() >= gap.size() && offset <= file.size() - gap.size() && file.readAt(offset, gap) &&
          std::ranges::all_of(gap, [](std::byte b) { return b == std::byte{0}; });
 }
@@ -84,7 +86,7 @@ std::size_t runLength(std::span<const ChannelData> data, const InputFile& file) 
     const auto offset = storedOffset(next);
     if (!offset || next.source->file() != last.source->file()) break;
     const std::uint64_t gap = *storedOffset(last) + std::uint64_t{last.frames} * 2;
-    if (*offset != gap + kGapPoints * 2 || !isGap(file, gap)) break;
+    if (*offset != gap + kGapBytes || !isGap(file, gap)) break;
   }
   return count;
 }

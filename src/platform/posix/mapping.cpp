@@ -36,8 +36,9 @@ Mapping::Guard* guardOf(std::uintptr_t address) {
 bool showZeros(Mapping::Guard& guard, std::uintptr_t address) {
   const std::uintptr_t page = address - address % pageBytes;
   const std::size_t rest = guard.bytes - (page - guard.start);
-  void* mapped = ::mmap(reinterpret_cast<void*>(page), rest, PROT_READ,
-                        MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED | MAP_NORESERVE, -1, 0);
+  auto* const at =
+      reinterpret_cast<void*>(page);  // NOLINT(performance-no-int-to-ptr): the address of a fault
+  void* mapped = ::mmap(at, rest, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED | MAP_NORESERVE, -1, 0);
   return mapped != MAP_FAILED;
 }
 
