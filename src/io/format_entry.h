@@ -66,8 +66,8 @@ struct FormatEntry {
   std::u16string_view description;
   KindMask kinds;
   CapabilityMask capabilities;
-  /// What the writer keeps of the features that items may use. None where the row writes neither waveforms nor
-  /// instruments, of which nobody asks.
+  /// What the writer keeps of the features that items may use. None where the row writes neither waveforms
+  /// nor instruments, of which nobody asks.
   FeatureMask features;
   std::uint32_t variant;
   SettingDescriber settings;

@@ -45,8 +45,7 @@ Json texts(const Item& item) {
 Json featureTexts(FeatureMask held) {
   Json texts = Json::array();
   for (int feature = 0; feature < features::Count; ++feature)
-    if (held.has(feature) && !featureText(feature).empty())
-      texts.push_back(toUtf8(featureText(feature)));
+    if (held.has(feature) && !featureText(feature).empty()) texts.push_back(toUtf8(featureText(feature)));
   return texts;
 }
 
