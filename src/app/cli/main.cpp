@@ -28,6 +28,12 @@ namespace {
   std::abort();
 }
 
+// What only reads has nothing to take back: it ends at once.
+bool writesFiles(Command command) {
+  return command == Command::Convert || command == Command::ConvertWorker || command == Command::Process ||
+         command == Command::ProcessWorker;
+}
+
 int run(const Arguments& arguments) {
   switch (arguments.command) {
     case Command::Finished:
@@ -62,8 +68,9 @@ int main(int count, char** values) {
   vemko::prepareProcess();
   std::set_terminate(endUncaught);
   try {
-    vemko::noteInterruptions();
-    const int status = run(parseArguments(vemko::programArguments(count, values)));
+    const Arguments arguments = parseArguments(vemko::programArguments(count, values));
+    if (writesFiles(arguments.command)) vemko::noteInterruptions();
+    const int status = run(arguments);
     vemko::endIfInterrupted();
     return finishOutput() || status != kDone ? status : kSomeFailed;
   } catch (const std::bad_alloc&) {
