@@ -62,8 +62,9 @@ bool CompanionFiles::makeFolder(const Path& folder) {
     logWarning(textOf(folder) + u" is no folder, or a link");
     return fail(u"Could not create file");
   }
-  if (!createFolders(folder)) return fail(u"Could not create file");
-  lastFolder_ = folder;
+  Path made = folder;  // memory may be too short for that afterwards
+  if (!createFolders(made)) return fail(u"Could not create file");
+  lastFolder_ = std::move(made);
   return true;
 }
 

@@ -130,6 +130,31 @@ TEST(SoundFontArchive, IsUnpackedAndRead) {
   }
 }
 
+// In place of the program one that ends before it is done.
+TEST(SoundFontArchive, FailsWithItsProgram) {
+  if (!kPosix) GTEST_SKIP() << "the program is a script";
+  const std::string path = std::getenv("PATH");
+  const std::string placeBefore = std::filesystem::temp_directory_path().string();
+  const TempFolder scratch, programs;
+  for (const char* script : {"echo x > unpacked.sf2; kill -9 $$", "echo x > unpacked.sf2", "exit 0",
+                             "echo Result: broken; exit 1", "exec >&-; kill -15 $$"}) {
+    SCOPED_TRACE(script);
+    putFile(programs / "sfarkxtc", "#!/bin/sh\n" + std::string(script) + "\n");
+    std::filesystem::permissions(programs / "sfarkxtc", std::filesystem::perms::owner_all);
+    putFile(programs / "a.sfArk", bytesOf(Archive{}, bytesOf(simpleBank())));
+    setEnvironment("PATH", programs.path().string().c_str());
+    setEnvironment("TMPDIR", scratch.path().string().c_str());
+    Collection collection;
+    const bool ok = io::openFile(collection, programs / "a.sfArk", false);
+    setEnvironment("PATH", path.c_str());
+    setEnvironment("TMPDIR", placeBefore.c_str());
+    EXPECT_FALSE(ok);
+    EXPECT_EQ(lastError(), u"sfArk decompression failed");
+    EXPECT_EQ(filesIn(scratch.path()), std::vector<std::string>{});
+    EXPECT_TRUE(collection.all<Waveform>().empty());
+  }
+}
+
 TEST(SoundFontArchive, IsRecognisedByItsSignature) {
   const Block good = bytesOf(Archive{}, bytesOf(simpleBank()));
   for (std::size_t size = 0; size < 60; ++size)

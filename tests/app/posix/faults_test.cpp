@@ -136,7 +136,7 @@ class Faults : public testing::Test {
 };
 
 TEST_F(Faults, OfTheSystemAndOfMemoryLoseNothing) {
-  // All allocations of all formats take long; between the chosen ones nothing else happens.
+  // All allocations of all formats take long; the chosen ones lie farther and farther apart.
   const bool everyOne = std::getenv("VEMKO_EVERY_FAULT") != nullptr;
   for (const Family& family : families()) {
     SCOPED_TRACE(family.name);
