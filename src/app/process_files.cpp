@@ -7,6 +7,7 @@
 
 #include "base/last_error.h"
 #include "base/text.h"
+#include "io/loss_report.h"
 #include "io/open.h"
 #include "io/save.h"
 
@@ -14,14 +15,6 @@ namespace vemko::app {
 namespace {
 
 namespace fs = std::filesystem;
-
-// The row itself, or where it only reads the next one of its extension that writes.
-int writingRowOf(const Collection& collection) {
-  const io::FormatEntry* entry = io::formatRow(collection.formatRow);
-  if (!entry || entry->writer) return collection.formatRow;
-  const int row = io::findWritingRow(entry->extension, entry->kinds);
-  return row;
-}
 
 /// The encoding that all waveforms have in the file, where the row has it too: samples that were rewritten
 /// return to it.
@@ -35,6 +28,40 @@ io::CapabilityMask commonEncoding(const Collection& collection, int row) {
     common = own;
   });
   return isCommon ? common & io::capabilitiesOf(row).capabilities : 0;
+}
+
+/// The rows that write files of the collection's extension; rows that write no waveforms would drop those
+/// that there are.
+std::vector<int> writingRowsOf(const Collection& collection) {
+  std::vector<int> rows;
+  const io::FormatEntry* own = io::formatRow(collection.formatRow);
+  for (int row = own ? io::nextWritingRow(0) : io::kNoRow; row != io::kNoRow;
+       row = io::nextWritingRow(row + 1)) {
+    const io::FormatEntry& entry = *io::formatRow(row);
+    const bool keepsWaveforms = entry.features || collection.count(ItemKind::Waveform) == 0;
+    if (entry.extension == own->extension && (entry.kinds & own->kinds) != 0 && keepsWaveforms)
+      rows.push_back(row);
+  }
+  return rows;
+}
+
+/// How many kinds of things a save with the row would lose. At which level articulation stands does not
+/// count: of rows that write the same files, none leaves it out for that.
+std::ptrdiff_t lossCount(const Collection& collection, int row) {
+  const io::SaveOptions options = io::saveOptionsFor(row, commonEncoding(collection, row));
+  return std::ranges::count_if(io::lossesOfSaving(collection, row, options), [](const io::Loss& loss) {
+    return !loss.feature.starts_with(u"Architecture:");
+  });
+}
+
+/// Where several rows write what one has read, as the levels and dialects of a format, the first of those
+/// that lose least.
+int writingRowOf(const Collection& collection) {
+  const std::vector<int> rows = writingRowsOf(collection);
+  if (rows.size() < 2) return rows.empty() ? io::kNoRow : rows.front();
+  std::vector<std::ptrdiff_t> losses;
+  for (int row : rows) losses.push_back(lossCount(collection, row));
+  return rows[static_cast<std::size_t>(std::ranges::min_element(losses) - losses.begin())];
 }
 
 /// One file while it is processed.

@@ -26,8 +26,9 @@ struct ProcessResult {
 };
 
 /// Opens the files, applies the tool once to the waveforms of all of them in order, with its options as they
-/// are, and saves each file in its own format and encoding. A file that was not modified is not written over
-/// itself. Nothing is saved when a file cannot be opened, or when the tool fails on a waveform.
+/// are, and saves each file in its own format and encoding, of several levels or dialects in the first that
+/// loses least of it. A file that was not modified is not written over itself. Nothing is saved when a file
+/// cannot be opened, or when the tool fails on a waveform.
 /// A range of frames limits tools that work within a selection.
 ProcessResult processFiles(const tools::ToolEntry& tool, const std::vector<ProcessFile>& files,
                            std::optional<tools::FrameRange> range = {});

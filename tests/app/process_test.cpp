@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <nlohmann/json.hpp>
 
+#include "core/filter.h"
 #include "io/open.h"
 #include "io/samples.h"
 #include "platform/file_identity.h"
@@ -206,6 +207,62 @@ TEST(Process, ChangesTheSamplesAndKeepsTheEncoding) {
     EXPECT_NEAR(tools::peak(*after.wave).level, c.peak, 0.03f * c.peak);
     EXPECT_EQ(after.wave->source->encoding(), before.wave->source->encoding());
     EXPECT_EQ(after.wave->frames, before.wave->frames);
+  }
+}
+
+/// A song, and an instrument of two regions that are panned apart and go through the filter.
+void makeBank(const Path& path, std::u16string_view description, FilterType filter) {
+  Collection collection;
+  Waveform& wave = createWaveform(collection, u"bank");
+  fill(wave, ramp(1000), 1);
+  wave.rate = 44100;
+  Instrument& instrument = createInstrument(collection, u"bank");
+  Layer& layer = createLayer(instrument, u"layer");
+  for (bool low : {true, false}) {
+    Region& region =
+        createRegion(layer, u"region",
+                     {.waveform = serialOf(wave.id()), .keys = low ? MidiRange{0, 59} : MidiRange{60, 127}});
+    region.articulation.set(slots::Pan, low ? -0.5f : 0.5f);
+    if (filter == FilterType::Off) continue;
+    region.articulation.set(slots::FilterType, static_cast<float>(filter));
+    region.articulation.set(slots::FilterCutoff, 1000);
+  }
+  constexpr std::uint8_t kEnd[] = {0, 0xFF, 0x2F, 0};
+  createTrack(createSong(collection, u"song"), u"").setEvents(std::as_bytes(std::span(kEnd)));
+  const int row = io::findWritingRowByDescription(description);
+  Item& item = io::canHold(row, ItemKind::Collection) ? static_cast<Item&>(collection) : instrument;
+  ASSERT_TRUE(io::saveItem(&item, row, path, io::saveOptionsFor(row, 0))) << toUtf8(lastError());
+}
+
+// Where one row reads what several write, as the levels of a collection of sounds.
+TEST(Process, KeepsTheLevelAndWhatItHolds) {
+  const Workshop shop;
+  const struct {
+    const char* file;
+    std::u16string_view row;
+    FilterType filter;
+    bool isLevel2;  // by the kind of its region lists
+  } cases[] = {
+      {"one.dls", u"DownLoadable Sounds level 1", FilterType::Off, false},
+      {"two.dls", u"DownLoadable Sounds level 2", FilterType::LowPass2, true},
+      {"one.rmi", u"RIFF-MIDI w DLS level 1 instruments", FilterType::Off, false},
+      {"two.rmi", u"RIFF-MIDI w DLS level 2 instruments", FilterType::LowPass2, true},
+      {"one.sfz", u"rgc:audio SFZ v1 (waves in same folder)", FilterType::LowPass2, false},
+      {"two.sfz", u"Cakewalk SFZ v2 (waves in same folder)", FilterType::LowPass4, false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.file);
+    const Path path = shop.folder / c.file;
+    makeBank(path, c.row, c.filter);
+    const Ran ran = shop.run({"Adjust volume/gain", "--set", "gain=-6", "--in-place", c.file});
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    EXPECT_EQ(contentOf(path).find("rgn2") != std::string::npos, c.isLevel2);
+    const Loaded after(path);
+    ASSERT_TRUE(after.wave);
+    EXPECT_NEAR(tools::peak(*after.wave).level, 0.25f, 0.01f);
+    const auto regions = regionsOf(after.collection);
+    ASSERT_EQ(regions.size(), 2u);
+    for (const Region* region : regions) EXPECT_EQ(filterTypeOf(valuesOf(effective(*region))), c.filter);
   }
 }
 
