@@ -97,6 +97,24 @@ TEST(Clipboard, CutKeepsTheName) {
   EXPECT_EQ(document.collection().all<Instrument>().at(0)->name(), u"Piano");
 }
 
+TEST(Clipboard, ALinkedWaveformThatWasCutComesBack) {
+  Document document;
+  Collection& collection = document.collection();
+  const ItemId wave = createWaveform(collection, u"Wave").id();
+  Instrument& instrument = createInstrument(collection, u"Piano");
+  const Layer& layer = createLayer(instrument, u"Layer");
+  auto copied = document.copy(Ids{wave}, true);
+  ASSERT_TRUE(document.remove(Ids{wave}));
+  ASSERT_TRUE(document.paste(std::move(*copied), layer.id(), true)) << toUtf8(lastError());
+  const auto regions = regionsOf(instrument);
+  ASSERT_EQ(regions.size(), 1u);
+  ASSERT_TRUE(regions[0]->waveform());
+  EXPECT_EQ(regions[0]->waveform()->name(), u"Wave");
+  EXPECT_EQ(layer.children, Ids{regions[0]->id()});
+  ASSERT_TRUE(document.undo());
+  EXPECT_EQ(collection.count(ItemKind::Waveform) + collection.count(ItemKind::Region), 0u);
+}
+
 // Damaged bytes fail with the message, or give items that are sound; they never crash.
 TEST(Clipboard, SurvivesDamagedBytes) {
   Document from;

@@ -103,7 +103,8 @@ class Document {
   std::optional<CopiedItems> copy(std::span<const ItemId> items, bool cut = false) const;
   /// Adds copies: top items and waveforms to the collection, others to the target or what is around it. What
   /// comes from this document keeps playing its waveforms, and is named "Copy of ..." unless it was cut. With
-  /// `link`, waveforms of this document become regions that play them. The pasted items are selected.
+  /// `link`, waveforms of this document become regions that play them; those that were deleted since come
+  /// back. The pasted items are selected.
   bool paste(CopiedItems copied, ItemId target, bool link);
 
   // --- Selection: in the tree, and in the list of waveforms. Ids of items that have gone are dropped.

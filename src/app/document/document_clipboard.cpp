@@ -110,7 +110,8 @@ std::optional<Document::PastePlace> Document::placeFor(ItemKind kind, ItemId tar
 std::vector<ItemId> Document::placeCopies(CopiedItems& copied, std::span<const PastePlace> places, bool own,
                                           Created& created) {
   std::vector<Item*> tops;
-  for (ItemId id : copied.tops) tops.push_back(copied.items->find(id));  // null for a waveform that is linked
+  for (ItemId id : copied.tops)
+    tops.push_back(copied.items->find(id));  // null for a waveform that is here already
   if (own && !copied.wasCut)
     for (Item* top : tops)
       if (top) top->setName(u"Copy of " + top->displayName());
@@ -130,9 +131,10 @@ std::vector<ItemId> Document::placeCopies(CopiedItems& copied, std::span<const P
   for (std::size_t i = 0; i < tops.size(); ++i) {
     Item* parent = collection_.find(places[i].parent);
     Item* top = tops[i];
-    if (!top && parent) {
-      top = &createRegion(static_cast<Layer&>(*parent), collection_.find(copied.tops[i])->name(),
-                          {.waveform = serialOf(copied.tops[i])});
+    if (parent && kindOf(copied.tops[i]) == ItemKind::Waveform) {
+      const Item* waveform = top ? top : collection_.find(copied.tops[i]);
+      top = &createRegion(static_cast<Layer&>(*parent), waveform->name(),
+                          {.waveform = serialOf(waveform->id())});
       created.push_back(top->id());
     } else if (top && parent) {
       attach(*parent, *top);
