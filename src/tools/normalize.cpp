@@ -1,5 +1,6 @@
 #include "base/last_error.h"
 #include "base/parallel_for.h"
+#include "io/samples.h"
 #include "tools/levels.h"
 #include "tools/loudness.h"
 #include "tools/volume_tools.h"
@@ -39,8 +40,11 @@ void copyChannel(std::span<float> interleaved, std::size_t channels, std::size_t
   }
 }
 
-/// Each channel by its own loudness. False with the last error message set when there is no room for one.
+/// Each channel by its own loudness. False with the last error message set when there is no room for one, or
+/// there are no samples.
 bool normalizeChannels(const NormalizeOptions& options, Waveform& waveform) {
+  if (!io::loadSamples(waveform, true)) return false;
+  if (waveform.frames == 0) return true;
   Collection temporary;
   Waveform& mono = createWaveform(temporary, u"");
   mono.rate = waveform.rate;

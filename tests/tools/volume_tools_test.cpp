@@ -200,6 +200,19 @@ TEST_F(Normalize, ChannelsByThemselves) {
   EXPECT_EQ(soft.volumeAdjustmentDb, 0);
 }
 
+TEST_F(Normalize, ChannelsWithoutFramesAreNoFailure) {
+  normalizeOptions() = {.channelsSeparately = true};
+  Waveform& empty = addWave(collection, {}, 2);
+  Waveform& noData = createWaveform(collection, u"no data");
+  noData.channels = 2;
+  std::vector<std::u16string> errors;
+  ToolContext context{.selection = {&empty, &noData}};
+  context.showError = [&](const Item*, std::u16string_view message) { errors.emplace_back(message); };
+  EXPECT_TRUE(applyTool(*findTool(ToolList::Waveform, u"Normalize volume"), context));
+  EXPECT_EQ(context.processedCount, 1u);
+  EXPECT_EQ(errors, std::vector<std::u16string>{u"No wave data import procedure"});
+}
+
 TEST(OtherVolumeTools, CountWhatTheyChanged) {
   Collection collection;
   Waveform& offset = addWave(collection, {0.5f, 0.25f});
