@@ -105,7 +105,8 @@ float toDecibels(float level) {
   if (level == 0.5f) return -6;
   if (level == 0.25f) return -12;
   const double hundredths = std::log(static_cast<double>(level)) * 868.5889;
-  return static_cast<float>(std::trunc(hundredths + (hundredths > 0 ? 0.499 : -0.499)) * 0.01);
+  const double rounded = std::trunc(hundredths + (hundredths > 0 ? 0.499 : -0.499));
+  return static_cast<float>(rounded * 0.01 + 0.0);  // 0.0 makes 0 of -0
 }
 
 double toFactor(double decibels) { return std::exp(decibels * 0.115129255); }

@@ -27,11 +27,6 @@ float rmsAroundPeak(const Waveform& waveform) {
   return rms(waveform, at - reach, static_cast<std::uint32_t>(std::min<std::uint64_t>(waveform.frames, end)));
 }
 
-std::u16string decimalText(float value) {
-  const std::string text = formatted("%.2f", value);
-  return toUtf16(text == "-0.00" ? "0.00" : text);
-}
-
 // `change` gives false for a waveform that needs none, and for one that failed.
 void changeAll(ToolContext& context, bool (*change)(Waveform&)) {
   for (Waveform* waveform : selectedWaveforms(context)) {
@@ -81,7 +76,8 @@ void applyFindVolume(ToolContext& context) {
     Waveform& waveform = *waveforms[i];
     const float volume = volumes[i];
     context.volumes.push_back({waveform.id(), waveform.displayName(), volume});
-    if (options.appendToName) waveform.setName(waveform.name() + u" " + decimalText(volume) + u" dB");
+    if (options.appendToName)
+      waveform.setName(waveform.name() + u" " + toUtf16(formatted("%.2f dB", volume)));
     if (options.subtractFromAdjustment) waveform.volumeAdjustmentDb -= volume;
     if (options.normalize && !applyGain(waveform, -volume, 0, 0)) reportFailure(context, &waveform);
     ++context.processedCount;

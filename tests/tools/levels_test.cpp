@@ -40,10 +40,12 @@ TEST(Levels, DecibelsAreRoundedAndSomeAnswersAreExact) {
       {1.0017290f, 0.01f},
       {1 / 1.0017290f, -0.01f},
       {kInfinity, kInfinity},
+      {0.99995f, 0},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.level);
     EXPECT_EQ(toDecibels(c.level), c.decibels);
+    EXPECT_EQ(std::signbit(toDecibels(c.level)), c.decibels < 0) << "0 is shown without a sign";
   }
 }
 
