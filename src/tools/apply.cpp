@@ -2,6 +2,7 @@
 
 #include "base/last_error.h"
 #include "base/log.h"
+#include "base/memory.h"
 #include "base/progress.h"
 #include "base/text.h"
 #include "io/samples.h"
@@ -51,22 +52,28 @@ bool applyTool(const ToolEntry& tool, ToolContext& context) {
   WaitCursor wait;
   context.toolName = tool.name;
   context.processedCount = 0;
+  bool ok = true;
   try {
     // Remembered before samples are loaded: deferred ones are then changed in place, and undo defers them
     // again instead of keeping a copy.
     Snapshot before = context.history ? captureSelected(context) : Snapshot();
     if (context.list == ToolList::Waveform && !loadSelected(context)) return false;
     showStatus(u"Processing");
-    tool.apply(context);
+    ok = withinMemory([&] {
+      tool.apply(context);
+      return true;
+    });
+    // Also what was changed before memory ran out.
     if (context.history && context.processedCount > 0)
       context.history->add(std::u16string(tool.name), std::move(before));
   } catch (const std::bad_alloc&) {
-    fail(u"Out of memory");
-    reportFailure(context, nullptr);
-    return false;
+    ok = fail(u"Out of memory");
   }
-  showStatus(applyReport(context.processedCount, tool.name));
-  return true;
+  if (ok)
+    showStatus(applyReport(context.processedCount, tool.name));
+  else
+    reportFailure(context, nullptr);
+  return ok;
 }
 
 }  // namespace vemko::tools

@@ -83,8 +83,8 @@ bool isOffered(const ToolEntry& tool, const ToolContext& context);
 
 /// What OK does: loads the samples of waveforms to be processed, remembers the state for undo, applies the
 /// tool, and tells the count in the status line. An undo step is left only when some item was processed.
-/// False with the last error message, which was shown too, when samples could not be loaded; nothing was
-/// applied then.
+/// False with the last error message, which was shown too, when samples could not be loaded, and nothing was
+/// applied then, or when memory ran out; the step takes back what was changed by then.
 bool applyTool(const ToolEntry& tool, ToolContext& context);
 
 /// "No items were modified by ...", "Processed 1 item using ...", "Processed 2 items using ...".

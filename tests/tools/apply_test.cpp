@@ -93,6 +93,24 @@ TEST(ApplyTool, GoesOnAfterAFailureOnOneItem) {
   EXPECT_NEAR(samplesOf(wave)[0], 0.25 * std::pow(10, 6 / 20.0), 1e-6);
 }
 
+TEST(ApplyTool, WhatWasChangedBeforeMemoryRanOutCanBeTakenBack) {
+  Collection collection;
+  const ItemId id = addWave(collection, {0.5f}).id();
+  const ToolEntry tool = {u"Greedy", nullptr, 0, [](ToolContext& context) {
+                            context.selection[0]->setName(u"changed");
+                            ++context.processedCount;
+                            throw std::bad_alloc();
+                          }};
+  History history;
+  std::vector<std::u16string> errors;
+  ToolContext context{.selection = {collection.find(id)}, .history = &history};
+  context.showError = [&](const Item*, std::u16string_view message) { errors.emplace_back(message); };
+  EXPECT_FALSE(applyTool(tool, context));
+  EXPECT_EQ(errors, std::vector<std::u16string>{u"Out of memory"});
+  ASSERT_TRUE(history.undo(collection));
+  EXPECT_EQ(collection.find(id)->name(), u"wave");
+}
+
 // Undo defers the samples again, so that the step keeps none.
 TEST(ApplyTool, ChangesDeferredSamplesInPlace) {
   Collection collection;
