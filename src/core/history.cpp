@@ -52,7 +52,7 @@ void History::clear() {
 
 // A step can be done again only after all those before it, so that of these the last ones go.
 void History::keepToLimit() {
-  const std::size_t limit = std::size_t{historyOptions().memoryMiB} << 20;
+  const std::uint64_t limit = std::uint64_t{historyOptions().memoryMiB} << 20;
   while (steps_.size() > 1 && memoryUse() > limit) {
     if (done_ > 1) {
       steps_.pop_front();
