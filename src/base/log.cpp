@@ -5,6 +5,7 @@
 #include <string>
 #include <utility>
 
+#include "base/log_mute.h"
 #include "base/memory.h"
 #include "base/text.h"
 
@@ -13,8 +14,10 @@ namespace {
 
 std::mutex guard;
 LogSink sink;
+thread_local int mutes = 0;
 
 void log(LogLevel level, std::u16string_view line) {
+  if (mutes > 0) return;
   std::lock_guard lock(guard);
   if (sink) sink(level, line);
 }
@@ -28,6 +31,9 @@ LogSink setLogSink(LogSink newSink) {
 
 void logInfo(std::u16string_view line) { log(LogLevel::Info, line); }
 void logWarning(std::u16string_view line) { log(LogLevel::Warning, line); }
+
+LogMute::LogMute() { ++mutes; }
+LogMute::~LogMute() { --mutes; }
 
 // A line that there is no memory for is left out.
 Complaints::~Complaints() {

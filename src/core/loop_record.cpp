@@ -1,6 +1,7 @@
 #include "core/loop_record.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <functional>
 
@@ -20,7 +21,7 @@ constexpr float kMaxTuneCents = 1200;
 // The fields of a section marker's shape; no loop has them.
 constexpr std::uint64_t kSectionFields = ~std::uint64_t{0};
 
-std::uint32_t lastRecordId = 0;
+std::atomic<std::uint32_t> lastRecordId = 0;  // writers make records for comparison in several threads
 
 constexpr std::uint64_t spanOf(std::uint32_t start, std::uint32_t end) {
   return std::uint64_t{start} << 32 | end;
@@ -72,8 +73,10 @@ std::u16string_view displayWord(LoopPlay play) { return kPlayWords[static_cast<s
 std::u16string_view displayWord(LoopCount count) { return kCountWords[static_cast<std::size_t>(count)]; }
 
 std::uint32_t nextRecordId() {
-  if (++lastRecordId >= kRecordIdEnd) lastRecordId = 1;
-  return lastRecordId;
+  std::uint32_t last = lastRecordId, next;
+  do next = last + 1 < kRecordIdEnd ? last + 1 : 1;
+  while (!lastRecordId.compare_exchange_weak(last, next));
+  return next;
 }
 
 std::size_t LoopAdder::ShapeHash::operator()(const Shape& shape) const {

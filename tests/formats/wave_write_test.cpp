@@ -2,6 +2,8 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
+#include "base/log.h"
+#include "base/parallel_for.h"
 #include "codecs/pcm_source.h"
 #include "formats/riff/description.h"
 #include "formats/wave_support.h"
@@ -292,6 +294,27 @@ TEST(WaveWriter, KeepsTuningGainAndRecordsExactly) {
     ASSERT_TRUE(result.ok) << toUtf8(lastError());
     EXPECT_EQ(describe(*result.waveform), describe(waveform));
   }
+}
+
+// Sample files of one instrument are written several at once.
+TEST(WaveWriter, LosesNoLogLineOfItsNeighbours) {
+  constexpr std::size_t kFiles = 400;
+  Collection collection;
+  Waveform& waveform = makeWaveform(collection, 1000, 1);
+  for (std::uint32_t frame = 0; frame < 50; ++frame)
+    waveform.records.push_back(record(RecordType::PositionMarker, u"mark", frame, frame));
+  const std::vector<std::byte> alone = riff::buildDescription(waveform);
+  std::size_t lines = 0;
+  const LogSink before = setLogSink([&](LogLevel, std::u16string_view) { ++lines; });
+  std::vector<char> isSame(kFiles);
+  parallelFor(kFiles, [&](std::size_t i) {
+    isSame[i] = riff::buildDescription(waveform) == alone;
+    logWarning(u"written");
+    return true;
+  });
+  setLogSink(before);
+  EXPECT_EQ(lines, kFiles);
+  EXPECT_EQ(std::ranges::count(isSame, 1), std::ssize(isSame));
 }
 
 TEST(WaveWriter, LetsTheChangesOfOtherProgramsWin) {
