@@ -207,6 +207,11 @@ std::unique_ptr<SampleStream> openChannel(const ChannelData& data) {
   return std::make_unique<PickedStream>(std::move(stream), channels, static_cast<std::size_t>(data.channel));
 }
 
+bool haveNumbers(const SamplePool& pool) {
+  constexpr std::size_t kMaxSamples = 65536;
+  return pool.samples().size() <= kMaxSamples || fail(kTooManySamples);
+}
+
 std::vector<std::size_t> storedOrder(const std::vector<ChannelData>& data) {
   // Files in the order in which they are met; what is not stored so comes last.
   std::map<const SourceFile*, std::size_t> files;

@@ -14,10 +14,13 @@ inline constexpr std::uint32_t kGapPoints = 46;
 /// A stream of that channel alone; null with the last error message set.
 std::unique_ptr<SampleStream> openChannel(const ChannelData& data);
 
-/// Where each sample will be when all are written one behind the other; nothing, with the last error message
+/// Whether zones and links, which have 16 bits for them, can name all samples; false with the last error
+/// message set.
+bool haveNumbers(const SamplePool& pool);
 /// The order in which the samples, by their indexes, are best written: those that are copied as they lie in
 /// their files, so that neighbours stay neighbours and go in one piece.
 std::vector<std::size_t> storedOrder(const std::vector<ChannelData>& data);
+/// Where each sample will be when all are written one behind the other; nothing, with the last error message
 /// set, when they are too much for a file.
 std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data);
 

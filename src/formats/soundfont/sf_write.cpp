@@ -154,6 +154,7 @@ bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
   if (waveforms.empty() && instruments.empty()) return fail(u"Empty item - nothing to save");
   const bool mono = (options.requested & (io::kMono | io::kStereo)) == io::kMono;
   SamplePool pool(waveforms, mono);
+  if (!haveNumbers(pool)) return false;
   keepFileLoops(instruments, pool);
 
   const bool compressed = options.variant == kCompressedVariant;
