@@ -150,10 +150,10 @@ bool runProgram(const Path& program, const ScratchFolder& folder, std::uint64_t 
 }
 
 bool unpack(const InputFile& file, const ScratchFolder& folder) {
-  const auto program = findProgram(kProgram);
-  if (!program) return fail(u"The program " + std::u16string(kPackage) + u" is not available");
   ArchiveHeader header;
   if (!readHeader(file, header)) return false;
+  const auto program = findProgram(kProgram);
+  if (!program) return fail(u"The program " + std::u16string(kPackage) + u" is not available");
   if (!folder.exists()) return fail(u"Could not create file");
   showStatus(u"Decompressing sfArk");
   for (const Lengths lengths : {Lengths::FourBytes, Lengths::EightBytes}) {
