@@ -4,6 +4,7 @@
 #include "base/version.h"
 #include "core/parameters.h"
 #include "formats/soundfont/sf_articulation.h"
+#include "formats/soundfont/sf_sample_data.h"
 #include "formats/soundfont_support.h"
 
 namespace vemko::test {
@@ -419,6 +420,22 @@ TEST(SoundFontWriter, RefusesTooMuchData) {
     if (c.message.empty()) continue;
     EXPECT_EQ(lastError(), c.message);
     EXPECT_EQ(file.size(), 0u);
+  }
+}
+
+TEST(SoundFontWriter, FillsChunksAsFarAsTheirLengthsReach) {
+  struct Case {
+    const char* name;
+    std::uint32_t frames;
+    bool is24, fits;
+  };
+  for (const Case& c :
+       {Case{"16 bits", 1'870'000'000, false, true}, Case{"more", 1'890'000'000, false, false},
+        Case{"24 bits", 1'240'000'000, true, true}, Case{"more", 1'260'000'000, true, false}}) {
+    SCOPED_TRACE(c.name);
+    std::vector<soundfont::ChannelData> data(1);
+    data[0].frames = c.frames;
+    EXPECT_EQ(soundfont::placePoints(data, c.is24).has_value(), c.fits);
   }
 }
 

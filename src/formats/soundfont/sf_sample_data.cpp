@@ -19,9 +19,8 @@ namespace {
 
 constexpr std::size_t kBlockFrames = 4096;
 
-// Chunk lengths have 32 bits, and the other chunks of a bank are far smaller than what three bytes for each
-// of these points leave.
-constexpr std::uint64_t kMaxPoints = 0xE0000000 / 3;
+// Chunk lengths have 32 bits, and the other chunks of a bank are far smaller than what this leaves.
+constexpr std::uint64_t kMaxSampleBytes = 0xE0000000;
 constexpr std::u16string_view kTooManySamples = u"Save failed - The samples are too much for one bank";
 
 class PickedStream final : public SampleStream {
@@ -229,12 +228,13 @@ std::vector<std::size_t> storedOrder(const std::vector<ChannelData>& data) {
   return order;
 }
 
-std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data) {
+std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data, bool is24) {
+  const std::uint64_t maxPoints = kMaxSampleBytes / (is24 ? 3 : 2);
   std::vector<SamplePosition> positions;
   std::uint64_t next = 0;
   for (const ChannelData& each : data) {
     const std::uint64_t end = next + each.frames;
-    if (end + kGapPoints > kMaxPoints) {
+    if (end + kGapPoints > maxPoints) {
       fail(kTooManySamples);
       return std::nullopt;
     }
@@ -276,7 +276,7 @@ bool writeStreams(const std::vector<ChannelData>& data, std::uint32_t setting, B
     if (!ok) return false;
     for (const auto& stream : streams) {
       const std::uint64_t offset = out.position() - start;
-      if (offset + stream.size() > kMaxPoints * 2) return fail(kTooManySamples);
+      if (offset + stream.size() > kMaxSampleBytes) return fail(kTooManySamples);
       positions.push_back({static_cast<std::uint32_t>(offset),
                            static_cast<std::uint32_t>(offset + stream.size()), !stream.empty()});
       if (!out.append(stream)) return false;

@@ -22,7 +22,7 @@ bool haveNumbers(const SamplePool& pool);
 std::vector<std::size_t> storedOrder(const std::vector<ChannelData>& data);
 /// Where each sample will be when all are written one behind the other; nothing, with the last error message
 /// set, when they are too much for a file.
-std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data);
+std::optional<std::vector<SamplePosition>> placePoints(const std::vector<ChannelData>& data, bool is24);
 
 /// Appends 16 bits of every point: all of them, or the upper ones of 24. Stored bytes are copied.
 bool writePoints(const std::vector<ChannelData>& data, bool is24, BlockWriter& out);

@@ -117,7 +117,7 @@ bool writePlainSamples(bool is24, Bank& bank) {
   const std::vector<std::size_t> order = storedOrder(bank.pool.data());
   data.reserve(order.size());
   for (std::size_t index : order) data.push_back(bank.pool.data()[index]);
-  const auto placed = placePoints(data);
+  const auto placed = placePoints(data, is24);
   if (!placed) return false;
   std::vector<SamplePosition> positions(order.size());
   for (std::size_t i = 0; i < order.size(); ++i) positions[order[i]] = (*placed)[i];
