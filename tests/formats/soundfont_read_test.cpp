@@ -76,6 +76,7 @@ TEST(SoundFontReader, MakesAWaveformOfEachWayToLoop) {
     const char* name;
     std::vector<std::vector<Generator>> zones;
     Texts expected;  // main loop of each waveform
+    bool isDamaged = false;
   };
   const Generator on = amount(gen::SampleModes, 1), release = amount(gen::SampleModes, 3);
   // clang-format off
@@ -90,8 +91,9 @@ TEST(SoundFontReader, MakesAWaveformOfEachWayToLoop) {
                          {"Forward Infinite 5-90", "Forward Infinite 10-92"}},
     {"coarse and fine",  {{on, amount(gen::LoopStartCoarseOffset, 1), amount(gen::LoopStartOffset, -32748)}}, {"Forward Infinite 30-90"}},
     {"moved but off",    {{amount(gen::LoopStartOffset, 20)}},            {"Off Infinite 10-90"}},
-    {"end outside",      {{on, amount(gen::LoopEndOffset, 30)}},          {"Forward Infinite 10-100"}},
-    {"start outside",    {{on, amount(gen::LoopStartOffset, -30)}},       {"none"}},
+    {"end outside",      {{on, amount(gen::LoopEndOffset, 30)}},          {"Forward Infinite 10-100"}, true},
+    {"start outside",    {{on, amount(gen::LoopStartOffset, -30)}},       {"none"}, true},
+    {"backwards",        {{on, amount(gen::LoopStartOffset, 81)}},        {"none"}, true},
     {"nothing between",  {{on, amount(gen::LoopStartOffset, 80)}},        {"none"}},
   };
   // clang-format on
@@ -103,8 +105,10 @@ TEST(SoundFontReader, MakesAWaveformOfEachWayToLoop) {
       zone.push_back(amount(gen::Sample, 0));
       bank.instruments[0].zones.push_back({zone, {}});
     }
+    const LogCatcher log;
     ReadBank read(bank);
     ASSERT_TRUE(read.ok) << toUtf8(lastError());
+    EXPECT_EQ(log.contains("A loop lies outside of its sample"), c.isDamaged);
     Texts loops;
     for (const Waveform* waveform : read.collection.all<Waveform>()) {
       const LoopRecord* loop = waveform->mainLoop();

@@ -10,23 +10,41 @@ constexpr int kCoarseFrames = 32768;
 // Sample modes.
 constexpr int kLoop = 1, kLoopUntilRelease = 3;
 
+bool isLooping(const Generators& generators) {
+  const int mode = generators[gen::SampleModes] & 3;
+  return mode == kLoop || mode == kLoopUntilRelease;
+}
+
+// From the sample's first frame on, wherever that leads.
+struct LoopPoints {
+  std::int64_t start = 0, end = 0;
+};
+LoopPoints pointsOf(const SampleHeader& header, const Generators& generators) {
+  const bool isRelative = (header.type & sample_type::Compressed) != 0;
+  const std::int64_t origin = isRelative ? 0 : header.start;
+  LoopPoints points{header.loopStart - origin, header.loopEnd - origin};
+  if (isLooping(generators)) {
+    points.start += generators[gen::LoopStartOffset] + generators[gen::LoopStartCoarseOffset] * kCoarseFrames;
+    points.end += generators[gen::LoopEndOffset] + generators[gen::LoopEndCoarseOffset] * kCoarseFrames;
+  }
+  return points;
+}
+
 }  // namespace
 
 ZoneLoop loopOf(const SampleHeader& header, std::uint32_t frames, const Generators& generators) {
-  const int mode = generators[gen::SampleModes] & 3;
-  const bool loops = mode == kLoop || mode == kLoopUntilRelease;
-  const bool isRelative = (header.type & sample_type::Compressed) != 0;
-  std::int64_t start = std::int64_t{header.loopStart} - (isRelative ? 0 : header.start);
-  std::int64_t end = std::int64_t{header.loopEnd} - (isRelative ? 0 : header.start);
-  if (loops) {
-    start += generators[gen::LoopStartOffset] + generators[gen::LoopStartCoarseOffset] * kCoarseFrames;
-    end += generators[gen::LoopEndOffset] + generators[gen::LoopEndCoarseOffset] * kCoarseFrames;
-  }
-  end = std::min<std::int64_t>(end, frames);
-  if (start < 0 || start >= end) return {};
-  return {true, loops ? LoopPlay::Forward : LoopPlay::Off,
-          mode == kLoopUntilRelease ? LoopCount::UntilRelease : LoopCount::Infinite,
-          static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(end)};
+  const LoopPoints points = pointsOf(header, generators);
+  const std::int64_t end = std::min<std::int64_t>(points.end, frames);
+  if (points.start < 0 || points.start >= end) return {};
+  const bool isUntilRelease = (generators[gen::SampleModes] & 3) == kLoopUntilRelease;
+  return {true, isLooping(generators) ? LoopPlay::Forward : LoopPlay::Off,
+          isUntilRelease ? LoopCount::UntilRelease : LoopCount::Infinite,
+          static_cast<std::uint32_t>(points.start), static_cast<std::uint32_t>(end)};
+}
+
+bool isLoopDamaged(const SampleHeader& header, std::uint32_t frames, const Generators& generators) {
+  const auto [start, end] = pointsOf(header, generators);
+  return isLooping(generators) && start != end && (start < 0 || start > end || end > frames);
 }
 
 ZoneLoop loopOf(const Waveform& waveform) {

@@ -64,6 +64,9 @@ struct ZoneLoop {
   friend bool operator==(const ZoneLoop&, const ZoneLoop&) = default;
 };
 ZoneLoop loopOf(const SampleHeader& header, std::uint32_t frames, const Generators& generators);
+/// Whether a zone loops over points that do not all lie within the sample, or go backwards. Points that meet
+/// stand for no loop.
+bool isLoopDamaged(const SampleHeader& header, std::uint32_t frames, const Generators& generators);
 /// The main loop of a waveform in those terms.
 ZoneLoop loopOf(const Waveform& waveform);
 

@@ -48,7 +48,7 @@ class BankReader {
     SampleWaveforms waveforms(tables_, places);
     for (const RegionPlan& plan : plans_) {
       const Zone& zone = instrumentZone(plan);
-      waveforms.use(zone.target, sumOf(Zone{}, zone));
+      waveforms.use(zone.target, sumOf(Zone{}, zone), complaints_);
     }
     waveforms.create(collection_, notes_, complaints_);
     convertAmounts();

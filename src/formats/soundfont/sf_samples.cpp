@@ -133,8 +133,10 @@ ZoneLoop SampleWaveforms::loopFor(std::uint32_t sample, const Generators& genera
   return loopOf(tables_.samples[sample], places_[sample].frames, generators);
 }
 
-void SampleWaveforms::use(std::uint32_t sample, const Generators& generators) {
+void SampleWaveforms::use(std::uint32_t sample, const Generators& generators, Complaints& complaints) {
   if (!isPlayable(sample)) return;
+  if (isLoopDamaged(tables_.samples[sample], places_[sample].frames, generators))
+    complaints.add(u"A loop lies outside of its sample and is cut or left out");
   const ZoneLoop loop = loopFor(sample, generators);
   auto& variants = variants_[sample];
   const auto known = std::ranges::find(variants, loop, &Variant::loop);

@@ -27,7 +27,7 @@ class SampleWaveforms {
   SampleWaveforms(const BankTables& tables, const std::vector<SamplePlace>& places);
 
   /// Notes that some zone plays the sample with these amounts.
-  void use(std::uint32_t sample, const Generators& generators);
+  void use(std::uint32_t sample, const Generators& generators, Complaints& complaints);
   /// Makes the waveforms, in the order of the headers, and links left and right sides.
   void create(Collection& collection, const std::shared_ptr<BankNotes>& notes, Complaints& complaints);
   /// The one that these amounts play; kNoItem when the sample was skipped or is none.
