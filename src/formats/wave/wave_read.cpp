@@ -50,12 +50,21 @@ void takeFact(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   file.factFrames = ByteReader(chunk.body).u32();
 }
 
-// Recorders that stream or are cut off leave sizes that are too large, or none at all.
+// Recorders that stream or are cut off leave sizes that are too large, or the 0 that they began with: the
+// file then says that it ends where its samples begin, with no room for another chunk.
+bool isUnfinished(const WaveFile& file, const riff::Chunk& chunk) {
+  constexpr std::uint64_t kFormBytes = 4, kChunkHeaderBytes = 8;
+  return file.riffSize == kUnknownSize || file.riffSize < kFormBytes + chunk.offset + kChunkHeaderBytes;
+}
+
 std::uint64_t trueDataSize(const WaveFile& file, const riff::Chunk& chunk) {
   const std::uint64_t held = file.chunks.size() - chunk.offset;
   std::uint64_t size = chunk.size;
   if (size == kUnknownSize && file.largeDataSize) size = *file.largeDataSize;
-  if (size == 0 && (file.riffSize == 0 || file.riffSize == kUnknownSize)) size = held;
+  if (size == 0 && held > 0 && isUnfinished(file, chunk)) {
+    logWarning(u"The size of the 'data' chunk was never filled in: reading what is there");
+    size = held;
+  }
   if (size > held) logWarning(u"The 'data' chunk claims more than the file holds: reading what is there");
   return std::min(size, held);
 }
