@@ -79,6 +79,7 @@ TEST(WaveReader, AnswersBadFilesWithAMessageOrWhatIsThere) {
        "Unsupported block size of the ADPCM samples in this WAVE file"},
       {"MS ADPCM block of 1 byte", withFormat({2, 1, 44100, 1, 4}),
        "Unsupported block size of the ADPCM samples in this WAVE file"},
+      {"ADPCM of 3 bits", withFormat({0x11, 1, 44100, 256, 3}), "Unsupported bits/sample in this WAVE file"},
       {"ADPCM block without count", withFormat({0x11, 1, 44100, 8, 4}, Block(2)), "18 x 1 @ 44100"},
       {"data size of a stream", patched(plain, kDataSize, 0xFFFFFFFF), "8 x 1 @ 44100"},
       {"data size 2 GB", patched(plain, kDataSize, 0x80000000), "8 x 1 @ 44100"},

@@ -111,6 +111,9 @@ bool setPcm(const Fields& fields, WaveFormat& format) {
 }
 
 bool setAdpcm(const Fields& fields, WaveFormat& format) {
+  constexpr std::uint16_t kOtherWidths[] = {2, 3, 5};  // that IMA has; a few writers give the decoded width
+  if (fields.tag == kImaAdpcmTag && std::ranges::count(kOtherWidths, fields.bits) > 0)
+    return fail(u"Unsupported bits/sample in this WAVE file");
   format.storage = WaveFormat::Storage::Adpcm;
   AdpcmFormat& adpcm = format.adpcm;
   adpcm.kind = fields.tag == kImaAdpcmTag ? AdpcmKind::Ima : AdpcmKind::Microsoft;
