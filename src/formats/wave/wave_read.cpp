@@ -154,12 +154,16 @@ void walkChunks(WaveFile& file) {
     }
 }
 
-// The frame count: the "fact" chunk's where it gives one that the data can hold.
-bool settleFrames(const WaveFile& file, std::uint64_t& frames) {
-  if (file.factFrames > frames && file.factFrames != kUnknownSize)
+// The frame count: the "fact" chunk's where it gives one that the data can hold. What it cuts off is not
+// worth a word where samples stand in blocks, of which the last one is filled up.
+bool settleFrames(const WaveFile& file, bool standsInBlocks, std::uint64_t& frames) {
+  if (file.factFrames > frames && file.factFrames != kUnknownSize) {
     logWarning(u"The 'fact' chunk claims more frames than there are");
-  else if (file.factFrames != 0 && file.factFrames != kUnknownSize)
+  } else if (file.factFrames != 0 && file.factFrames != kUnknownSize) {
+    if (file.factFrames < frames && !standsInBlocks)
+      logWarning(u"The 'fact' chunk claims fewer frames than there are: the others are left out");
     frames = file.factFrames;
+  }
   return frames <= UINT32_MAX ? true : fail(u"Wave too big - use 64-bit version!");
 }
 
@@ -199,7 +203,8 @@ bool readChunks(Collection& collection, const InputFile& input, WaveFile& file) 
     samples.facts.frames = riff::framesIn(format, data.size);
   }
   std::uint64_t frames = samples.facts.frames;
-  if (!settleFrames(file, frames)) return false;
+  const bool standsInBlocks = format.coded || format.storage == riff::WaveFormat::Storage::Adpcm;
+  if (!settleFrames(file, standsInBlocks, frames)) return false;
   if (!samples.source) samples.source = riff::makeSource(format, data.file, data.offset, data.size, frames);
 
   Waveform& waveform = createWaveform(collection, {});
