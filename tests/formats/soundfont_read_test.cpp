@@ -121,6 +121,31 @@ TEST(SoundFontReader, MakesAWaveformOfEachWayToLoop) {
   }
 }
 
+TEST(SoundFontReader, TakesNamesInEitherEncoding) {
+  struct Case {
+    const char* name;
+    std::string bytes;
+    std::u16string_view expected;
+  };
+  const Case cases[] = {
+      {"short", "Fl\xC3\xB6te", u"Fl\u00F6te"},
+      {"short, Windows-1252", "Fl\xF6te", u"Fl\u00F6te"},
+      {"whole", "Fl\xC3\xB6te, sehr gesch\xC3\xB6n", u"Fl\u00F6te, sehr gesch\u00F6"},
+      {"cut off", "Fl\xC3\xB6te, sehr sanft \xC3\xA4", u"Fl\u00F6te, sehr sanft"},
+      {"two of three bytes cut off",
+       "\xE3\x83\x94\xE3\x82\xA2\xE3\x83\x8E\xE3\x83\x94\xE3\x82\xA2\xE3\x83\x8E\xE3\x83",
+       u"\u30D4\u30A2\u30CE\u30D4\u30A2\u30CE"},
+      {"Windows-1252 at the end", "Harpsichord and caf\xE9", u"Harpsichord and caf\u00E9"},
+      {"Windows-1252 all over", "Fl\xF6te und viel  Caf\xE9", u"Fl\u00F6te und viel  Caf\u00E9"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    soundfont::Name name{};
+    std::copy_n(c.bytes.begin(), std::min(c.bytes.size(), name.size()), name.begin());
+    EXPECT_EQ(toUtf8(soundfont::textOf(name)), toUtf8(c.expected));
+  }
+}
+
 TEST(SoundFontReader, MendsSampleHeaders) {
   struct Case {
     const char* name;

@@ -208,6 +208,24 @@ std::size_t cutHeaders(std::vector<Header>& headers, const std::vector<Bag>& bag
   return terminal ? std::min<std::size_t>(terminal->firstBag, end) : end;
 }
 
+// --- Names
+
+bool isUtf8(std::string_view text) { return decodeText(asBytes(text)) == toUtf16(text); }
+
+// Writers that know nothing of UTF-8 cut a long name in the middle of its last character. The rest is UTF-8
+// all the same where another such character is in it.
+std::string_view withoutCutCharacter(std::string_view name) {
+  constexpr std::size_t kMostCut = 3;
+  const auto byteAt = [&](std::size_t at) { return static_cast<unsigned char>(name[at]); };
+  if (name.size() < std::tuple_size_v<Name> || byteAt(name.size() - 1) < 0x80 || isUtf8(name)) return name;
+  for (std::size_t cut = 1; cut <= kMostCut; ++cut) {
+    const std::string_view whole = name.substr(0, name.size() - cut);
+    const bool isAscii = std::ranges::all_of(whole, [](char c) { return (c & 0x80) == 0; });
+    if (byteAt(whole.size()) >= 0xC0) return isUtf8(whole) && !isAscii ? whole : name;
+  }
+  return name;
+}
+
 }  // namespace
 
 std::string_view charactersOf(const Name& name) {
@@ -215,7 +233,7 @@ std::string_view charactersOf(const Name& name) {
 }
 
 std::u16string textOf(const Name& name) {
-  return std::u16string(trimmed(decodeText(asBytes(charactersOf(name)))));
+  return std::u16string(trimmed(decodeText(asBytes(withoutCutCharacter(charactersOf(name))))));
 }
 
 bool parseBank(Bytes bytes, BankFile& bank, Complaints& complaints) {

@@ -80,6 +80,7 @@ inline constexpr std::uint16_t Mono = 1, Right = 2, Left = 4, Compressed = 0x10,
 
 using Name = std::array<char, 20>;  ///< Ends at the first zero, if there is one.
 std::string_view charactersOf(const Name& name);
+/// UTF-8, also where 20 bytes cut off its last character, or Windows-1252.
 std::u16string textOf(const Name& name);
 
 struct SampleHeader {
