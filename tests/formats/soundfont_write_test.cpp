@@ -261,6 +261,25 @@ Waveform& addWaveform(Collection& collection, std::uint8_t channels, float value
   return waveform;
 }
 
+TEST(SoundFontWriter, HasTextsOfPublishedNamesOnly) {
+  struct Case {
+    const char* name;
+    std::u16string_view engineer, artist;
+    const char* expected;
+  };
+  for (const Case& c : {Case{"none", u"", u"", ""}, Case{"engineer", u"Ann", u"", "Ann"},
+                        Case{"artist", u"", u"Bob", "Bob"}, Case{"both", u"Ann", u"Bob", "Ann"}}) {
+    SCOPED_TRACE(c.name);
+    Collection collection;
+    addWaveform(collection, 1, 0.5f);
+    collection.setText(TextProperty::Engineer, c.engineer);
+    collection.setText(TextProperty::Artist, c.artist);
+    const soundfont::BankFile bank = parsed(bytesOfSaved(collection));
+    EXPECT_EQ(infoOf(bank, "IENG"), c.expected);
+    EXPECT_EQ(infoOf(bank, "IART"), "");
+  }
+}
+
 TEST(SoundFontWriter, SplitsStereoIntoLinkedSamples) {
   Collection collection;
   Waveform& waveform = addWaveform(collection, 2, 0.25f);

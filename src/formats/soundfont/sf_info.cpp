@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <span>
 
+#include "base/log.h"
 #include "base/text.h"
 #include "base/version.h"
 #include "formats/soundfont/sf_notes.h"
@@ -14,15 +16,23 @@ struct TextRow {
   std::uint32_t id;
   TextProperty property;
 };
-// In the order in which they are written.
+// In the order in which they are written. The last one is only read: the published format does not have it,
+// and players refuse banks with texts that they do not know.
 constexpr TextRow kTextRows[] = {
     {fourCc("INAM"), TextProperty::Name},     {fourCc("IENG"), TextProperty::Engineer},
     {fourCc("IPRD"), TextProperty::Product},  {fourCc("ICOP"), TextProperty::Copyright},
     {fourCc("ICMT"), TextProperty::Comments}, {fourCc("IART"), TextProperty::Artist},
 };
+constexpr std::span kWrittenRows(kTextRows, std::size(kTextRows) - 1);
 
 // Sizes with the terminating zero that the published format allows.
 constexpr std::size_t kTextBytes = 255, kCommentBytes = 65535;
+
+// An artist takes the engineer's place where that is free.
+const std::u16string& writtenText(const Collection& collection, TextProperty property) {
+  const std::u16string& text = collection.text(property);
+  return property == TextProperty::Engineer && text.empty() ? collection.text(TextProperty::Artist) : text;
+}
 
 }  // namespace
 
@@ -38,9 +48,11 @@ void readInfoTexts(const std::vector<InfoText>& info, const Path& path, Collecti
 std::vector<InfoText> infoTextsOf(const Item& item) {
   const Collection& collection = item.collection();
   std::vector<InfoText> texts;
-  for (const TextRow& row : kTextRows) {
+  if (!collection.text(TextProperty::Artist).empty() && !collection.text(TextProperty::Engineer).empty())
+    logWarning(u"The artist is left out: banks have a place for the engineer only");
+  for (const TextRow& row : kWrittenRows) {
     const std::size_t limit = row.property == TextProperty::Comments ? kCommentBytes : kTextBytes;
-    std::string text = toUtf8(collection.text(row.property), limit);
+    std::string text = toUtf8(writtenText(collection, row.property), limit);
     if (!text.empty()) texts.push_back({row.id, std::move(text)});
   }
   if (const auto* notes = notesOf<BankNotes>(collection))
