@@ -106,6 +106,8 @@ TEST(SoundFontSlots, FollowModulators) {
     {"velocity to attack",       {route(0x202, 34, -400), route(2, 34, -100)}, {}, {{91, -84.375f}}},
     {"key to release",           {route(0x203, 38, 6400)}, {}, {{105, 2}}},
     {"key to attack of both",    {route(3, 26, -12800)}, {}, {{123, 0.5f}, {154, 0.5f}}},
+    {"CC73 to delay and attack", {route(0xC9, 33, 80), route(0xC9, 34, 400)}, {}, {{88, 15}, {93, 75}, {106, kUnset}}},
+    {"CC72 to release of both",  {route(0xC8, 30, -800)}, {}, {{137, -100}, {168, -100}, {106, kUnset}}},
     {"unknown route",            {route(0x502, 34, 100)}, {}, {{91, kUnset}}},
   };
   const Case filterCases[] = {
@@ -136,7 +138,7 @@ TEST(SoundFontSlots, SurviveTheWayBack) {
   const RouteRow* before = nullptr;
   for (const RouteRow& row : routeRows()) {
     const bool isKey = (row.source & 0xFF) == 3;
-    const bool isUnipolarTime = row.entry >= Entry::Times && (row.source & 0x200) == 0;
+    const bool isUnipolarTime = row.entry >= Entry::Times && (row.source & 0x280) == 0;
     if ((!before || before->entry != row.entry) && !isUnipolarTime && !(isKey && row.destination >= 25) &&
         row.entry != Entry::KeyToVolumeUnipolar && row.entry != Entry::KeyToCutoffUnipolar &&
         row.entry != Entry::BendRange)

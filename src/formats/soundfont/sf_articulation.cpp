@@ -200,9 +200,12 @@ constexpr Stage kVelocityStages[kTimeStages] = {Stage::VelocityToAttack1, Stage:
                                                 Stage::VelocityToRelease1};
 constexpr Stage kKeyStages[kTimeStages] = {Stage::KeyToAttack1, Stage::KeyToAttack2, Stage::KeyToDecay1,
                                            Stage::KeyToDecay2, Stage::KeyToRelease1};
+// Where kTimeControllers names a controller.
+constexpr Stage kControllerStages[kTimeStages] = {
+    Stage::Cc73ToAttack1, Stage::Cc73ToAttack2, {}, {}, Stage::Cc72ToRelease1};
 constexpr float kBipolarTime = 0.1875f, kUnipolarTime = 0.09375f;
 
-// Velocity in percent at its ends, the key number in timecents an octave.
+// Velocity and controllers in percent at their ends, the key number in timecents an octave.
 void applyTimes(const ModulatorAmounts& amounts, SlotValues& values) {
   for (const TimeSlots& each : kTimeSlots)
     for (int stage = 0; stage < kTimeStages; ++stage) {
@@ -215,6 +218,9 @@ void applyTimes(const ModulatorAmounts& amounts, SlotValues& values) {
           std::clamp(sum(TimeSource::VelocityBipolar, TimeSource::VelocityUnipolar), -100.0f, 100.0f);
       const float timecents = sum(TimeSource::KeyBipolar, TimeSource::KeyUnipolar);
       if (timecents != 0) values[envelopeSlot(each.envelope, kKeyStages[at])] *= std::exp2(timecents / 1200);
+      if (kTimeControllers[at] != 0)
+        values[envelopeSlot(each.envelope, kControllerStages[at])] = std::clamp(
+            amounts[timeEntry(each.isVolume, stage, TimeSource::Controller)] * kBipolarTime, -100.0f, 100.0f);
     }
 }
 
@@ -232,6 +238,10 @@ void undoTimes(const SlotValues& values, ModulatorAmounts& amounts) {
       if (!hasKeyGenerator(stage) && perOctave > 0)
         amounts[timeEntry(each.isVolume, stage, TimeSource::KeyBipolar)] =
             1200 * std::log2(perOctave) / kBipolarTime;
+      if (kTimeControllers[at] != 0)
+        amounts[timeEntry(each.isVolume, stage, TimeSource::Controller)] =
+            std::clamp(values[envelopeSlot(each.envelope, kControllerStages[at])], -100.0f, 100.0f) /
+            kBipolarTime;
     }
     if (!each.isVolume) break;  // both envelopes share one modulation envelope
   }

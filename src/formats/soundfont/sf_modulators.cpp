@@ -103,25 +103,31 @@ constexpr Modulator kOtherDefaults[] = {
 };
 // clang-format on
 
-constexpr std::size_t kRouteCount = std::size(kPlainRoutes) + 2 * kTimeStages * kTimeSources;
+constexpr std::size_t kTimesWithoutController = std::ranges::count(kTimeControllers, 0);
+constexpr std::size_t kRouteCount =
+    std::size(kPlainRoutes) + 2 * (kTimeStages * kTimeSources - kTimesWithoutController);
 
-// Velocity and key number to each time of both envelopes, in the order of TimeSource.
+// Velocity, key number and a controller to each time of both envelopes, in the order of TimeSource.
 constexpr std::array<RouteRow, kRouteCount> makeRoutes() {
-  constexpr std::uint16_t sources[kTimeSources] = {kVelocity | kBipolar, kVelocity, kKey | kBipolar, kKey};
   std::array<RouteRow, kRouteCount> rows{};
   std::size_t at = 0;
   for (const RouteRow& row : kPlainRoutes) rows[at++] = row;
   for (int envelope = 0; envelope < 2; ++envelope)
-    for (int stage = 0; stage < kTimeStages; ++stage)
+    for (std::size_t stage = 0; stage < kTimeStages; ++stage) {
+      const std::uint8_t controller = kTimeControllers[stage];
+      const std::uint16_t sources[kTimeSources] = {kVelocity | kBipolar, kVelocity, kKey | kBipolar, kKey,
+                                                   cc(controller)};
       for (int source = 0; source < kTimeSources; ++source) {
+        if (static_cast<TimeSource>(source) == TimeSource::Controller && controller == 0) continue;
         const auto& times = envelope == 0 ? kModEnvTimes : kVolEnvTimes;
         rows[at++] = {sources[source],
-                      times[static_cast<std::size_t>(stage)],
+                      times[stage],
                       0,
-                      timeEntry(envelope != 0, stage, static_cast<TimeSource>(source)),
+                      timeEntry(envelope != 0, static_cast<int>(stage), static_cast<TimeSource>(source)),
                       1,
                       0};
       }
+    }
   return rows;
 }
 constexpr auto kRoutes = makeRoutes();

@@ -52,12 +52,20 @@ enum class Entry : std::uint8_t {
   Times,
 };
 
-enum class TimeSource : std::uint8_t { VelocityBipolar, VelocityUnipolar, KeyBipolar, KeyUnipolar };
-inline constexpr int kTimeSources = 4;
+enum class TimeSource : std::uint8_t {
+  VelocityBipolar,
+  VelocityUnipolar,
+  KeyBipolar,
+  KeyUnipolar,
+  Controller
+};
+inline constexpr int kTimeSources = 5;
 /// The generators whose value is a time that velocity or key may change: delay, attack, hold, decay, release.
 inline constexpr std::array<std::uint8_t, 5> kModEnvTimes = {25, 26, 27, 28, 30};
 inline constexpr std::array<std::uint8_t, 5> kVolEnvTimes = {33, 34, 35, 36, 38};
 inline constexpr int kTimeStages = 5;
+/// The controller that changes each of them; 0: none does.
+inline constexpr std::array<std::uint8_t, kTimeStages> kTimeControllers = {73, 73, 0, 0, 72};
 constexpr Entry timeEntry(bool volumeEnvelope, int stage, TimeSource source) {
   return static_cast<Entry>(static_cast<int>(Entry::Times) +
                             ((volumeEnvelope ? kTimeStages : 0) + stage) * kTimeSources +
