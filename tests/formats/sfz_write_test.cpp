@@ -140,6 +140,7 @@ TEST(SfzWrite, KeepsSlotsExactly) {
         {slots::PEnv + 19, 2.2f},
         {slots::PEnv + 24, -0.4f},
         {slots::PEnv + 25, 3}}},
+      {"levels of the later releases alone", {{slots::VEnv + 26, 0.3f}, {slots::VEnv + 28, 0.2f}}},
       {"X envelope", {{59, 0.5f}, {slots::XEnv + 1, 0.5f}, {slots::XEnv + 19, 1.5f}}},
       {"times",
        {{slots::VEnv + 6, 0.7f},

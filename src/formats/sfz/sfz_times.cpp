@@ -147,7 +147,8 @@ bool isSixStage(const SlotValues& values, Slot envelope) {
   auto at = [&](Stage stage) { return values[envelopeSlot(envelope, stage)]; };
   return at(Stage::InitialLevel) == at(Stage::Attack1Level) && at(Stage::Attack2Level) == 1 &&
          at(Stage::Decay1Level) == 1 && at(Stage::Sustain) >= 0 && at(Stage::InitialLevel) >= 0 &&
-         at(Stage::Release1Level) == 0 && at(Stage::Release2Time) == 0 && at(Stage::Release3Time) == 0;
+         at(Stage::Release1Level) == 0 && at(Stage::Release2Time) == 0 && at(Stage::Release2Level) == 0 &&
+         at(Stage::Release3Time) == 0 && at(Stage::Release3Level) == 0;
 }
 
 }  // namespace vemko::sfz
