@@ -141,6 +141,7 @@ FeatureMask envelopesOf(const SlotValues& values) {
       const Slot slot = envelopeSlot(envelope, row.stage);
       if (values[slot] != initialValues()[slot]) used |= featureBit(row.feature);
     }
+    if (values[envelopeSlot(envelope, Stage::Sustain)] < 0) used |= featureBit(MoreLevels);
   };
   addStages(slots::VEnv);
   const bool pitch = isInUse(values, Carrier::PEnv), filter = isInUse(values, Carrier::FEnv);

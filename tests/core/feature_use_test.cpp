@@ -124,6 +124,11 @@ TEST(FeatureUse, FindsEachFeature) {
          setAll(r, {{slots::VEnv, 0.5f}});
        },
        {22}},
+      {"a sustain level below zero",
+       [](Region& r) {
+         setAll(r, {{12, 1}, {envelopeSlot(slots::PEnv, Stage::Sustain), -0.5f}});
+       },
+       {19, 22}},
       {"releases",
        [](Region& r) {
          setAll(r, {{109, 1}});
