@@ -19,6 +19,7 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
   region.articulation.set(24, 2.0f);   // a low-pass filter
   region.articulation.set(28, 12.0f);  // that the mod wheel opens
   region.articulation.set(60, 0.5f);   // reverb
+  region.articulation.set(62, 0.2f);   // and a send that is neither reverb nor chorus
   region.articulation.set(3, 12.0f);   // an octave of pitch bend
   instrument.patch = Patch::of(1, 0, 5);
   collection.setText(TextProperty::Artist, u"Somebody");
@@ -33,12 +34,14 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
         u"Pitch: Pitch bend to Pitch"}},
       {u"DownLoadable Sounds level 2",
        {u"Trigger: Waveform play section section (start/end offsets)",
-        u"Filter: Mod wheel/Aftertouch to Cutoff", u"Pitch: Pitch bend to Pitch"}},
+        u"Filter: Mod wheel/Aftertouch to Cutoff", u"Pitch: Pitch bend to Pitch",
+        u"Effects: More than two sends"}},
       {u"DownLoadable Sounds level 2++",
-       {u"Trigger: Waveform play section section (start/end offsets)", u"Pitch: Pitch bend to Pitch"}},
+       {u"Trigger: Waveform play section section (start/end offsets)", u"Pitch: Pitch bend to Pitch",
+        u"Effects: More than two sends"}},
       {u"Cakewalk SFZ v2 (waves in sub-folder)",
        {u"Architecture: Bank and program numbers", u"Architecture: Texts"}},
-      {u"SoundFont v2 bank", {}},
+      {u"SoundFont v2 bank", {u"Effects: More than two sends"}},
   };
   for (const auto& each : cases) {
     std::vector<std::u16string> features;

@@ -31,7 +31,7 @@ inline constexpr FeatureMask kVersion1Features =
                  features::ExclusiveGroups, features::FixedKey, features::PlayRules, features::SeparateLfos,
                  features::SeparateEnvelopes, features::RandomPan, features::SilentRegions,
                  features::PannedStereo, features::HighResonance, features::AftertouchToLfos,
-                 features::WaveTexts, features::Images, features::RootKeys});
+                 features::MoreSends, features::WaveTexts, features::Images, features::RootKeys});
 inline constexpr FeatureMask kVersion2Features =
     profileFeatures(u"SFZ v2 (.SFZ)") | kVersion1Features |
     featureBits({features::ChannelDepths, features::SteepFilters, features::PanModulation,
