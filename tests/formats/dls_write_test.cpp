@@ -226,6 +226,17 @@ TEST(DlsWriter, WritesTheListsOfItsLevel) {
   }
 }
 
+TEST(DlsWriter, WritesASendAsTheEffectThatItLeadsTo) {
+  Collection collection;
+  Instrument& instrument = addInstrument(collection, 1, Patch::of(0, 0, 1));
+  instrument.sendEffects[0] = SendEffect::Chorus;
+  instrument.articulation.set(60, 0.5f);
+  ReadDls read(savedAs(collection, 2));
+  const ArticulationBlock block = effective(*regionsOf(*read.collection.all<Instrument>()[0])[0]);
+  EXPECT_FALSE(block.isSet(60));
+  EXPECT_EQ(block.get(64), 0.5f);
+}
+
 TEST(DlsWriter, RegionsOfAMelodicInstrumentShareTheirListAtLevel1) {
   for (bool isDrumKit : {false, true}) {
     SCOPED_TRACE(isDrumKit);

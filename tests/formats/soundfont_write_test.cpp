@@ -311,6 +311,14 @@ TEST(SoundFontWriter, SplitsStereoIntoLinkedSamples) {
   EXPECT_EQ(mono.samples.size(), 1u);
 }
 
+TEST(SoundFontWriter, WritesASendAsTheEffectThatItLeadsTo) {
+  ReadBank read(simpleBank({amount(gen::ReverbSend, 500), amount(gen::ChorusSend, 250)}));
+  read.collection.all<Instrument>()[0]->sendEffects[0] = SendEffect::Chorus;
+  const ArticulationBlock block = effective(ReadBank(bytesOfSaved(read.collection)).region());
+  EXPECT_FALSE(block.isSet(60));
+  EXPECT_EQ(block.get(64), 0.5f);
+}
+
 TEST(SoundFontWriter, ChoosesTheWidth) {
   struct Case {
     const char* name;

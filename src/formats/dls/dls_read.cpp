@@ -195,8 +195,9 @@ Patch patchOf(std::uint32_t bank, std::uint32_t program) {
 
 SendChannels sendsOf(const Instrument& instrument) {
   SendChannels sends;
-  sends.reverb = findSend(instrument.sendEffects, SendEffect::Reverb).value_or(sends.reverb);
-  sends.chorus = findSend(instrument.sendEffects, SendEffect::Chorus).value_or(sends.chorus);
+  SendEffects effects = instrument.sendEffects;
+  sends.reverb = claimSend(effects, SendEffect::Reverb).value_or(sends.reverb);
+  sends.chorus = claimSend(effects, SendEffect::Chorus).value_or(sends.chorus);
   return sends;
 }
 

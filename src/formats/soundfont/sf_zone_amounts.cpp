@@ -27,8 +27,9 @@ SendChannels sendsOf(const Region& region) {
   const auto* layer = region.collection().find<Layer>(region.parent);
   const auto* instrument = layer ? region.collection().find<Instrument>(layer->parent) : nullptr;
   if (!instrument) return sends;
-  sends.reverb = findSend(instrument->sendEffects, SendEffect::Reverb).value_or(sends.reverb);
-  sends.chorus = findSend(instrument->sendEffects, SendEffect::Chorus).value_or(sends.chorus);
+  SendEffects effects = instrument->sendEffects;
+  sends.reverb = claimSend(effects, SendEffect::Reverb).value_or(sends.reverb);
+  sends.chorus = claimSend(effects, SendEffect::Chorus).value_or(sends.chorus);
   return sends;
 }
 
