@@ -40,11 +40,13 @@ constexpr std::u16string_view kTexts[] = {
     u"Effects: More than two sends",
     u"Mixer: LFO/Envelope to Pan",
     u"Waves: Stereo out of the centre",
+    u"Effects: EQ shelves",
+    u"Envs: Hold pedal to Release",
 };
 static_assert(std::size(kTexts) == features::Count - kFeatureCount);
 
 // A slot that is not at its default uses the feature, in so far as what it belongs to does something.
-enum class Needs : std::uint8_t { Nothing, Filter };
+enum class Needs : std::uint8_t { Nothing, Filter, Gain };
 struct SlotRow {
   int feature;
   Slot slot;
@@ -66,6 +68,8 @@ constexpr SlotRow kSlotRows[] = {
     {MoreSends, 62}, {MoreSends, 66}, {PanModulation, 58}, {PanModulation, 59},
     {ChannelDepths, 56}, {ChannelDepths, 61}, {ChannelDepths, 63}, {ChannelDepths, 65}, {ChannelDepths, 67},
     {Equalizer, 44}, {Equalizer, 48}, {Equalizer, 52},
+    {EqualizerShelves, 42, Needs::Gain}, {EqualizerShelves, 46, Needs::Gain},
+    {EqualizerShelves, 50, Needs::Gain},
     {KeyToVolumePan, 16}, {KeyToVolumePan, 57},
     {RandomPan, 55},
     {PitchBend, 3},
@@ -94,7 +98,7 @@ constexpr StageRow kStageRows[] = {
     {VelocityToDecay, Stage::VelocityToDecay1}, {VelocityToDecay, Stage::VelocityToDecay2},
     {VelocityToRelease, Stage::VelocityToRelease1},
     {ControllersToTimes, Stage::Cc73ToAttack1}, {ControllersToTimes, Stage::Cc73ToAttack2},
-    {ControllersToTimes, Stage::Cc72ToRelease1},
+    {ControllersToTimes, Stage::Cc72ToRelease1}, {HoldPedal, Stage::HoldPedalToRelease1},
 };
 // clang-format on
 
@@ -161,6 +165,18 @@ bool isSteep(FilterType type) {
   return type == LowPass3 || type == LowPass4 || type == LowPass6 || type == HighPass4;
 }
 
+bool hasWhatItNeeds(const SlotRow& row, const SlotValues& values) {
+  switch (row.needs) {
+    case Needs::Nothing:
+      return true;
+    case Needs::Filter:
+      return filterTypeOf(values) != FilterType::Off;
+    case Needs::Gain:  // of the band whose mode the slot is
+      return values[static_cast<Slot>(row.slot + 2)] != 0;
+  }
+  return true;
+}
+
 FeatureMask articulationOf(const SlotValues& values) {
   const FilterType filter = filterTypeOf(values);
   FeatureMask used = lfosOf(values) | envelopesOf(values);
@@ -172,8 +188,7 @@ FeatureMask articulationOf(const SlotValues& values) {
     used |= featureBit(HighResonance);
   if (isSteep(filter)) used |= featureBit(SteepFilters);
   for (const SlotRow& row : kSlotRows)
-    if (values[row.slot] != initialValues()[row.slot] &&
-        (row.needs == Needs::Nothing || filter != FilterType::Off))
+    if (values[row.slot] != initialValues()[row.slot] && hasWhatItNeeds(row, values))
       used |= featureBit(row.feature);
   return used;
 }
@@ -346,6 +361,7 @@ FeatureMask lostFeatures(FeatureMask used, FeatureMask held) {
   if (lost.has(LowPassFilter)) lost &= ~featureBit(HighResonance);
   if (lost.has(OtherFilters)) lost &= ~featureBit(SteepFilters);
   if (lost.has(SendLevels)) lost &= ~featureBit(MoreSends);
+  if (lost.has(Equalizer)) lost &= ~featureBit(EqualizerShelves);
   return lost;
 }
 

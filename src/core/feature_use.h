@@ -52,6 +52,8 @@ enum : int {
   MoreSends,      ///< Sends beside reverb and chorus.
   PanModulation,  ///< An LFO or an envelope moves the pan.
   PannedStereo,   ///< Stereo out of the centre: a pair of mono waveforms loses the pan of its near side.
+  EqualizerShelves,
+  HoldPedal,  ///< CC 69 makes the release longer.
   Count
 };
 static_assert(Count <= 128);

@@ -174,6 +174,21 @@ TEST(FeatureUse, FindsEachFeature) {
          setAll(r, {{44, 3}});
        },
        {36}},
+      {"a shelf",
+       [](Region& r) {
+         setAll(r, {{46, 2}, {48, 3}});
+       },
+       {36, features::EqualizerShelves}},
+      {"a shelf without gain",
+       [](Region& r) {
+         setAll(r, {{42, 1}});
+       },
+       {}},
+      {"hold pedal",
+       [](Region& r) {
+         setAll(r, {{107, 2}});
+       },
+       {features::HoldPedal}},
       {"key to volume, random pan",
        [](Region& r) {
          setAll(r, {{16, 1}, {55, 1}});
@@ -247,6 +262,9 @@ TEST(FeatureUse, LosesOnlyWhatMatters) {
   EXPECT_EQ(lostFeatures(mask({1, 3}), mask({1})), mask({3}));
   EXPECT_EQ(lostFeatures(mask({7, 8, features::Loops}), 0), mask({features::Loops}));
   EXPECT_EQ(lostFeatures(mask({7, 8, features::Loops}), mask({7, features::Loops})), mask({8}));
+  EXPECT_EQ(lostFeatures(mask({36, features::EqualizerShelves}), 0), mask({36}));
+  EXPECT_EQ(lostFeatures(mask({36, features::EqualizerShelves}), mask({36})),
+            mask({features::EqualizerShelves}));
 }
 
 }  // namespace

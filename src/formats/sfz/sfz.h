@@ -31,11 +31,12 @@ inline constexpr FeatureMask kVersion1Features =
                  features::ExclusiveGroups, features::FixedKey, features::PlayRules, features::SeparateLfos,
                  features::SeparateEnvelopes, features::RandomPan, features::SilentRegions,
                  features::PannedStereo, features::HighResonance, features::AftertouchToLfos,
-                 features::MoreSends, features::WaveTexts, features::Images, features::RootKeys});
+                 features::MoreSends, features::HoldPedal, features::WaveTexts, features::Images,
+                 features::RootKeys});
 inline constexpr FeatureMask kVersion2Features =
     profileFeatures(u"SFZ v2 (.SFZ)") | kVersion1Features |
     featureBits({features::ChannelDepths, features::SteepFilters, features::PanModulation,
-                 features::KeyToDecay, features::FourthLfo});
+                 features::KeyToDecay, features::FourthLfo, features::EqualizerShelves});
 inline constexpr io::CapabilityMask kCapabilities =
     io::kMono | io::kStereo | io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm12) |
     io::encodingBit(SampleEncoding::Pcm16) | io::encodingBit(SampleEncoding::Pcm20) |
