@@ -146,6 +146,10 @@ TEST(SfzRead, PutsArticulationTogether) {
            {"ampeg_attack=1 ampeg_vel2attack=2", kAttack, 2},
            {"ampeg_attack=1 ampeg_vel2attack=2", kAttack + 1, 50},
            {"ampeg_attack=2 ampeg_attackcc73=1", kAttack + 3, 50},
+           {"ampeg_attack=0.5 ampeg_attackcc73=5", kAttack + 3, 1000},
+           {"ampeg_attack=2 ampeg_attackcc73=-5", kAttack + 3, -100},
+           {"ampeg_attackcc73=5", kAttack, 0.001},
+           {"ampeg_attackcc73=5", kAttack + 3, 500000},
            {"ampeg_attack=1 ampeg_attack_oncc133=1", kAttack, semitones(12 * 60 / 127.0)},
            {"ampeg_start=30", envelopeSlot(slots::VEnv, Stage::Attack1Level), 0.3},
            {"pitchlfo_depth=50", slots::PLfoFrequency, 0.01},  // stands still

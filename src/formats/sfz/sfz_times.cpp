@@ -12,6 +12,7 @@ namespace {
 
 constexpr double kKeysBelow = 60 / 12.0, kKeys = 127 / 12.0;  // octaves: from key 0 to middle C, to key 127
 constexpr double kLeastShare = 1e-6;
+constexpr double kLeastSeconds = 0.001;  // where a controller makes a time out of none
 
 struct StageRow {
   Stage time, velocity, key;
@@ -46,6 +47,8 @@ std::array<StageSlots, 5> stageSlotsOf(Slot envelope) {
 }
 
 // The key first, then velocity, then the controller: each is relative to the time that the ones before give.
+// A controller may well add more than the whole time, so that its percentage has no upper bound; where it
+// adds to none, there is one too short to be heard.
 void applyStageTime(const StageTime& time, const StageSlots& slots, SlotValues& values) {
   double seconds = time.seconds;
   if (time.keySeconds != 0 && seconds > 0) {
@@ -59,8 +62,11 @@ void applyStageTime(const StageTime& time, const StageSlots& slots, SlotValues& 
     seconds += half;
     if (seconds > 0) values[slots.velocity] = bounded(slots.velocity, 100 * half / seconds);
   }
-  if (time.controllerSeconds != 0 && slots.controller != 0 && seconds > 0)
-    values[slots.controller] = bounded(slots.controller, 100 * time.controllerSeconds / seconds);
+  if (time.controllerSeconds != 0 && slots.controller != 0) {
+    if (seconds == 0 && time.controllerSeconds > 0) seconds = kLeastSeconds;
+    if (seconds > 0)
+      values[slots.controller] = static_cast<float>(std::max(100 * time.controllerSeconds / seconds, -100.0));
+  }
   values[slots.time] = static_cast<float>(seconds);
 }
 
