@@ -168,6 +168,21 @@ TEST(DlsArticulation, KeysChangeTimesAroundMiddleC) {
   EXPECT_NEAR(values[101], 0.5, 1e-6);
 }
 
+TEST(DlsArticulation, TimesStayThoseOfMiddleCWhereKeysChangeNone) {
+  for (Level level : {Level::One, Level::Two, Level::TwoPlus})
+    for (auto [time, key] : {std::pair<Slot, Slot>{90, 92}, {103, 105}, {121, 123}}) {
+      SCOPED_TRACE(testing::Message() << "level " << int(level) << ", slot " << int(time));
+      SlotValues values = initialValues();
+      useCarrier(Carrier::PEnv, values);
+      values[time] = 0.5f;
+      values[key] = 2;
+      const dls::List list = level == Level::One ? dls::List::Level1 : dls::List::Level2;
+      const SlotValues again = dls::valuesOf({list, dls::amountsOf(values, level).connections});
+      EXPECT_NEAR(again[time], 0.5, 1e-5);
+      EXPECT_EQ(again[key], 1);
+    }
+}
+
 TEST(DlsArticulation, TheLfoOfLevel1IsThePitchLfo) {
   const std::vector<Connection> list = {connection(from::Lfo, 0, to::Pitch, 0, 12),
                                         connection(from::Lfo, from::ModWheel, to::Pitch, 0, 50),

@@ -270,9 +270,10 @@ void moveTimesToMiddleC(SlotValues& values) {
     if (row.scale == Scale::KeyToTime)
       values[timeOf(row.slot)] *= static_cast<float>(std::pow(static_cast<double>(values[row.slot]), 5));
 }
-void moveTimesToKeyZero(SlotValues& values) {
+// Where the level has no such connection, all keys keep the time of middle C.
+void moveTimesToKeyZero(Level level, SlotValues& values) {
   for (const ConnectionRow& row : kRows)
-    if (row.scale == Scale::KeyToTime && values[row.slot] > 0)
+    if (row.scale == Scale::KeyToTime && row.writtenFrom <= level && values[row.slot] > 0)
       values[timeOf(row.slot)] =
           static_cast<float>(values[timeOf(row.slot)] / std::pow(static_cast<double>(values[row.slot]), 5));
 }
@@ -429,7 +430,7 @@ RegionAmounts amountsOf(SlotValues values, Level level, const SendChannels& send
       addUnlessInitial(each.controller, rounded(values[sendControllerSlot(each.channel)] * 1000.0 * kUnit),
                        amounts.connections);
     }
-  moveTimesToKeyZero(values);
+  moveTimesToKeyZero(level, values);
   if (hasFilter) {
     values[slots::FilterResonance] =
         std::clamp(values[slots::FilterResonance], 0.0f, highestResonance(level));
