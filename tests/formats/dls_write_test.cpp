@@ -110,6 +110,59 @@ TEST(DlsWriter, ChangesOnlyWhatWasEdited) {
   EXPECT_EQ(list.size(), expected.size() + 1);
 }
 
+// What a file says beyond the level stays while it is not edited; what is said anew is within the level.
+TEST(DlsWriter, EditsBesideConnectionsBeyondTheLevel) {
+  const std::vector<Connection> given = {
+      connection(3, 0, 1, 0x4000, 300),     // key to gain
+      connection(0, 0, 0x500, 0, 8000),     // cutoff
+      connection(0, 0, 0x501, 0, 300),      // resonance
+      connection(0x81, 0, 0x500, 0, 1200),  // mod wheel to cutoff
+      connection(0, 0, 0x209, 0, 1200),     // release
+      connection(3, 0, 0x209, 0, -12800),   // key to release
+  };
+  const std::vector<Connection> givenAtLevel1 = {connection(1, 0, 3, 0x4000, 50),  // LFO to pitch
+                                                 connection(0, 0, 0x209, 0, 1200)};
+  const struct {
+    const char* name;
+    std::uint32_t level;
+    Slot slot;
+    float value, expected;
+  } cases[] = {
+      {"something else", 2, slots::Pan, 0.5f, 0.5f},
+      {"the time of a key", 2, 103, 0.25f, 0.25f},
+      {"what the key does to it", 2, 105, 1, 1},
+      {"a new factor", 2, 105, 4, 1},
+      {"the peak", 2, slots::FilterResonance, 10, 10},
+      {"a higher peak", 2, slots::FilterResonance, 40, 22.5f},
+      {"no mod wheel", 2, slots::ModWheelToCutoff, 0, 0},
+      {"more mod wheel", 2, slots::ModWheelToCutoff, 24, 0},
+      {"more mod wheel at the level that has it", 4, slots::ModWheelToCutoff, 24, 24},
+      {"no key to volume", 2, slots::KeyToVolume, 0, 0},
+      {"volume", 2, slots::MasterVolume, -6, -6},
+      {"tuning", 1, slots::MasterTuning, 2, 2},
+      {"LFO", 1, slots::PLfoFrequency, 3, 3},
+      {"a filter", 1, slots::ModWheelToCutoff, 12, 0},
+  };
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.name);
+    DlsFile file = simpleFile(each.level == 1 ? givenAtLevel1 : given);
+    file.isLevel2 = each.level != 1;
+    ReadDls read(file);
+    ASSERT_TRUE(read.ok);
+    ArticulationBlock before = effective(*read.regions()[0]);
+    read.regions()[0]->articulation.set(each.slot, each.value);
+    ReadDls again(savedAs(read.collection, each.level));
+    ASSERT_TRUE(again.ok);
+    before.set(each.slot, each.expected);
+    const ArticulationBlock after = effective(*again.regions()[0]);
+    for (int slot = 0; slot < kSlotCount; ++slot) {
+      const float expected = before.get(static_cast<Slot>(slot));
+      EXPECT_NEAR(after.get(static_cast<Slot>(slot)), expected, 1e-4 * std::max(1.0f, std::abs(expected)))
+          << "slot " << slot;
+    }
+  }
+}
+
 TEST(DlsWriter, RegionsMovedToAnotherInstrumentKeepTheirSound) {
   DlsFile file;
   file.instruments[0].connections = {{connection(0, 0, 0x206, 0, -1200), connection(0, 0, 4, 0, 100)}};

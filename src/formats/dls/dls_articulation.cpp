@@ -449,6 +449,17 @@ RegionAmounts amountsOf(SlotValues values, Level level, const SendChannels& send
   return amounts;
 }
 
+SlotValues limitedTo(Level level, const SlotValues& before, SlotValues now) {
+  if (level == Level::One) return now;
+  auto isEdited = [&](Slot slot) { return now[slot] != before[slot]; };
+  for (const ConnectionRow& row : kRows)
+    if (row.writtenFrom > level && isEdited(row.slot)) now[row.slot] = initialValues()[row.slot];
+  if (level < Level::TwoPlusPlus && isEdited(slots::KeyToVolume)) now[slots::KeyToVolume] = 0;
+  if (isEdited(slots::FilterResonance))
+    now[slots::FilterResonance] = std::min(now[slots::FilterResonance], highestResonance(level));
+  return now;
+}
+
 Connection initialConnection(const Connection& route) {
   for (const ConnectionRow& row : kRows)
     if (isSameRoute(routeOf(row), route)) return routeOf(row);

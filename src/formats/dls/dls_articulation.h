@@ -62,6 +62,11 @@ struct RegionAmounts {
 /// What reads as these values, as near as the level's steps allow. What it cannot say is left out.
 RegionAmounts amountsOf(SlotValues values, Level level, const SendChannels& sends = {});
 
+/// What of an edited item the level can say beside a file's list that reads as `before`: slots that it has no
+/// connection for stay as they are in the file or go back to their defaults. A list of level 1 says nothing
+/// beyond it.
+SlotValues limitedTo(Level level, const SlotValues& before, SlotValues now);
+
 /// The published default of a route, with its scale; 0 for routes that have none.
 Connection initialConnection(const Connection& route);
 

@@ -17,11 +17,8 @@ bool isBend(const Connection& connection) {
 }
 
 // The file's connections with those of a changed item in their place. What no slot knows stays.
-std::vector<Connection> mixed(const std::vector<Connection>& file, const SlotValues& before,
-                              const SlotValues& now, Level level, const SendChannels& sends) {
-  const std::vector<Connection> old = amountsOf(before, level, sends).connections;
-  const std::vector<Connection> changed = amountsOf(now, level, sends).connections;
-  const bool isSameBend = before[slots::BendToPitch] == now[slots::BendToPitch];
+std::vector<Connection> mixed(const std::vector<Connection>& file, const std::vector<Connection>& old,
+                              const std::vector<Connection>& changed, bool isSameBend) {
   std::vector<Connection> result;
   for (const Connection& each : file) {
     if (isReadOnlyRoute(each) || (isBend(each) && !isSameBend)) continue;
@@ -42,11 +39,20 @@ struct Amounts {
 
 Amounts amountsFor(const SlotValues& values, const Articulation* file, const WaveTotals& totals, Level level,
                    const SendChannels& sends) {
-  RegionAmounts now = amountsOf(values, level, sends);
-  if (!file || file->list != listOf(level)) return {std::move(now.connections), now.gainDb, now.cents, false};
+  if (!file || file->list != listOf(level)) {
+    RegionAmounts now = amountsOf(values, level, sends);
+    return {std::move(now.connections), now.gainDb, now.cents, false};
+  }
   const SlotValues before = valuesOf(*file, totals, sends);
   if (values == before) return {file->connections, totals.gainDb, totals.cents, true};
-  return {mixed(file->connections, before, values, level, sends), now.gainDb, now.cents, false};
+  // What the file says beyond the level stays, and volume and times depend on it: both are seen as by a level
+  // that knows all of it.
+  const Level knowing = level == Level::One ? Level::One : Level::TwoPlusPlus;
+  RegionAmounts edited = amountsOf(limitedTo(level, before, values), knowing, sends);
+  const bool isSameBend = before[slots::BendToPitch] == values[slots::BendToPitch];
+  return {
+      mixed(file->connections, amountsOf(before, knowing, sends).connections, edited.connections, isSameBend),
+      edited.gainDb, edited.cents, false};
 }
 
 // With the defaults of routes that the instrument's list says otherwise.
