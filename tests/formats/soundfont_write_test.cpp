@@ -207,6 +207,15 @@ TEST(SoundFontWriter, KeepsWhatAnEditLeavesAlone) {
   }
 }
 
+TEST(SoundFontWriter, ANewLfoHasTheSettingsOfItsSlots) {
+  ReadBank read(simpleBank({amount(gen::ModLfoDelay, 0), amount(gen::ModLfoFrequency, 1200)}));
+  read.regions()[0]->articulation.set(slots::VLfoToVolume, 3);
+  read.regions()[0]->articulation.set(slots::VLfoShape + 1, 8.18f);  // the format's default
+  const ArticulationBlock block = effective(ReadBank(bytesOfSaved(read.collection)).region());
+  EXPECT_EQ(block.get(slots::VLfoShape + 1), 8.18f);
+  EXPECT_EQ(block.get(slots::VLfoShape + 2), 0);
+}
+
 TEST(SoundFontWriter, ChangesTheModulatorThatWasEdited) {
   ReadBank read(simpleBank({}, {route(0x102, 48, 960), route(0x502, 48, 0), route(0x81, 6, 20)}));
   read.regions()[0]->articulation.set(slots::VelocityResponse, 0.5f);

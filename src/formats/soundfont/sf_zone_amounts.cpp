@@ -4,6 +4,7 @@
 
 #include "base/log.h"
 #include "core/parameters.h"
+#include "core/slot_values.h"
 #include "core/units.h"
 #include "formats/soundfont/sf_articulation.h"
 
@@ -45,6 +46,13 @@ bool concernsFilter(int generator) {
          generator == gen::ModEnvToCutoff;
 }
 
+// Whether the generator sets an LFO that leads somewhere.
+bool setsUsedLfo(int generator, const SlotValues& values) {
+  return std::ranges::any_of(generatorRows(), [&](const GeneratorRow& row) {
+    return row.generator == generator && row.onlyInUse && isInUse(values, row.carrier);
+  });
+}
+
 bool isOfEntry(const Modulator& modulator, Entry entry) {
   const RouteRow* row = findRoute(modulator);
   return row && row->entry == entry;
@@ -78,10 +86,15 @@ Source articulationAmounts(const ArticulationBlock& block, const Source* file,
   if (block == fromFile) return *file;
   const ZoneAmounts before = amountsOf(fromFile, sends), now = amountsOf(block, sends);
   const bool isSameFilter = hasFilter(block) == hasFilter(fromFile);
+  const SlotValues valuesBefore = valuesOf(fromFile), values = valuesOf(block);
   Source mixed = *file;
-  for (int number = 0; number < kGeneratorCount; ++number)
-    if (now.generators[number] != before.generators[number] || (!isSameFilter && concernsFilter(number)))
+  for (int number = 0; number < kGeneratorCount; ++number) {
+    // The file's settings of an LFO that led nowhere were not read.
+    const bool isNewLfo = setsUsedLfo(number, values) && !setsUsedLfo(number, valuesBefore);
+    if (now.generators[number] != before.generators[number] || (!isSameFilter && concernsFilter(number)) ||
+        isNewLfo)
       mixed.generators[number] = now.generators[number];
+  }
   mixed.modulators = mixModulators(file->modulators, before.modulators, now.modulators);
   mixed.isCut = now.isCut;
   return mixed;
