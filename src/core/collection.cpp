@@ -120,6 +120,7 @@ void Collection::clear() {
   for (TextProperty property : kTextProperties) setText(property, {});
   setImage({});
   setName(kNewCollectionName);
+  notes.reset();
   formatRow = -1;
   formatConfidence = 0;
   file.clear();

@@ -202,11 +202,13 @@ TEST(Collection, ClearingMakesItNew) {
   collection.setText(TextProperty::SourceFile, u"/bank.sf2");
   collection.formatRow = 3;
   collection.file = "/bank.sf2";
+  collection.notes = std::make_shared<ReaderNotes>();
   collection.clear();
   EXPECT_EQ(collection.name(), u"New collection");
   EXPECT_EQ(collection.text(TextProperty::SourceFile), u"");
   EXPECT_EQ(collection.formatRow, -1);
   EXPECT_TRUE(collection.file.empty());
+  EXPECT_EQ(collection.notes, nullptr);
   EXPECT_EQ(collection.all<Region>().size(), 0u);
   createWaveform(collection, u"after");
   EXPECT_EQ(collection.count(ItemKind::Waveform), 1u);
