@@ -71,6 +71,13 @@ bool needsSplitting(const Item& item, CapabilityMask capabilities) {
   return false;
 }
 
+// Writers take these from the collection also where they write one of its instruments.
+void copyDescription(const Collection& source, Collection& target) {
+  for (TextProperty property : kTextProperties) target.setText(property, source.text(property));
+  target.shareImage(source);
+  target.notes = source.notes;
+}
+
 void copyWithChildren(const Item& source, Collection& target) {
   target.add(source.clone(target), serialOf(source.id()));
   for (ItemId id : source.children)
@@ -97,8 +104,8 @@ void tidyBelow(Collection& collection, ItemKind kind) {
 
 bool splitForWriting(const Item& item, PreparedItem& prepared) {
   auto copies = std::make_unique<Collection>();
+  copyDescription(item.collection(), *copies);
   if (item.kind() == ItemKind::Collection) {
-    copies->setName(item.name());
     for (int kind = 0; kind < kItemKindCount; ++kind)
       for (const Item* each : item.collection().allOf(static_cast<ItemKind>(kind)))
         copies->add(each->clone(*copies), serialOf(each->id()));

@@ -18,7 +18,7 @@ bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, For
                  PreparedItem& prepared);
 
 /// A copy of the item with all that it holds and plays, under the same ids, whose stereo waveforms are split
-/// into linked pairs of mono ones.
+/// into linked pairs of mono ones; its collection has the texts and notes of the item's.
 bool splitForWriting(const Item& item, PreparedItem& prepared);
 
 /// The tidying that a save of an item of that kind begins with.

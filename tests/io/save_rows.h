@@ -14,6 +14,8 @@ enum Behaviour : std::uint32_t { Writes, Fails, RunsOutOfMemory };
 struct Written {
   std::vector<std::string> names;
   std::size_t waveforms = 0;
+  std::string collection, copyright;  // the collection's texts
+  std::shared_ptr<const ReaderNotes> notes;
   io::SaveOptions options;
 };
 inline Written written;
@@ -22,6 +24,10 @@ inline bool writeScripted(Item& item, OutputFile& file, const io::SaveOptions& o
   EXPECT_TRUE(io::isSaving());
   written.names.push_back(toUtf8(item.displayName()));
   written.waveforms = waveformsOf(item).size();
+  const Collection& collection = item.collection();
+  written.collection = toUtf8(collection.name());
+  written.copyright = toUtf8(collection.text(TextProperty::Copyright));
+  written.notes = collection.notes;
   written.options = options;
   EXPECT_TRUE(file.write(asBytes("new"))) << toUtf8(lastError());
   if (options.variant == Fails) return fail(u"Scripted failure");

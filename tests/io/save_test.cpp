@@ -108,12 +108,18 @@ TEST(Save, RendersSongsAndSynthsWhereTheRowNeedsSound) {
 TEST(Save, SplitsStereoForRowsOfLinkedPairs) {
   Scene scene;
   scene.collection.remove(scene.lost);
+  scene.collection.setName(u"bank");
+  scene.collection.setText(TextProperty::Copyright, u"somebody");
+  scene.collection.notes = std::make_shared<ReaderNotes>();
   const TempFolder folder;
   for (Item* item : {static_cast<Item*>(&scene.piano), static_cast<Item*>(&scene.collection)}) {
     const std::size_t before = waveformsOf(*item).size();
     ASSERT_TRUE(saveItem(item, LinkedRow, folder / "out", optionsOf(LinkedRow), kRows))
         << toUtf8(lastError());
     EXPECT_EQ(written.waveforms, before + 1);
+    EXPECT_EQ(written.collection, "bank");
+    EXPECT_EQ(written.copyright, "somebody");
+    EXPECT_EQ(written.notes, scene.collection.notes);
     EXPECT_EQ(scene.wave.channels, 2);
     EXPECT_EQ(waveformsOf(*item).size(), before);
   }
