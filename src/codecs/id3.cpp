@@ -11,6 +11,7 @@
 
 #include "base/log.h"
 #include "base/text.h"
+#include "base/version.h"
 
 namespace vemko {
 namespace {
@@ -107,6 +108,9 @@ std::vector<std::byte> buildId3(const Item& item) try {
     frame->setPicture({reinterpret_cast<const char*>(image.data()), static_cast<unsigned>(image.size())});
   }
   if (tag.isEmpty()) return {};
+  auto* software = new TagLib::ID3v2::TextIdentificationFrame("TSSE", TagLib::String::UTF8);
+  tag.addFrame(software);
+  software->setText(kSoftwareName);
   const TagLib::ByteVector rendered = tag.render();
   const Bytes bytes = asBytes({rendered.data(), rendered.size()});
   return {bytes.begin(), bytes.end()};

@@ -9,7 +9,7 @@ namespace vemko {
 /// Damaged tags give what can be read.
 void readId3(Bytes tag, Item& item);
 
-/// An ID3v2.4 tag with the item's texts and image; empty when it has none.
+/// An ID3v2.4 tag with the item's texts and image, and the program that wrote them; empty when it has none.
 std::vector<std::byte> buildId3(const Item& item);
 
 }  // namespace vemko

@@ -108,8 +108,8 @@ void describe(Waveform& waveform) {
 }
 
 /// A letter for each thing that is the same in both: Name, Artist, Comments, copyright (O), Engineer,
-/// Product, source File, Image; root Key, fine Tune, Volume.
-std::string keptOf(const Waveform& before, const Waveform& after) {
+/// Product, source File, Image; root Key, fine Tune, Volume; and one for the Software that wrote the file.
+std::string keptOf(const Waveform& before, const Waveform& after, const Path& file) {
   constexpr std::string_view kLetters = "NACOEPFI";
   std::string kept;
   for (std::size_t i = 0; i < kLetters.size(); ++i) {
@@ -121,6 +121,7 @@ std::string keptOf(const Waveform& before, const Waveform& after) {
   kept += before.rootKey == after.rootKey ? 'K' : '-';
   kept += before.fineTuneCents == after.fineTuneCents ? 'T' : '-';
   kept += before.volumeAdjustmentDb == after.volumeAdjustmentDb ? 'V' : '-';
+  kept += contentOf(file).find("Vemko Studio v12.13") != std::string::npos ? 'S' : '-';
   return kept;
 }
 
@@ -130,31 +131,31 @@ struct KeptCase {
 };
 // clang-format off
 constexpr KeptCase kKeptCases[] = {
-  {u"Audio interchange",                    "NACOEPFIKTV"},
-  {u"Audio interchange (aiff)",             "NACOEPFIKTV"},
-  {u"Audio interchange, compressed",        "NACOEPFIKTV"},
-  {u"Sun/NeXT/DEC audio",                   "-----------"},
-  {u"Audio Visual Research",                "--------K--"},
-  {u"Apple CoreAudio",                      "NACOEPF-KTV"},
-  {u"Apple CoreAudio (caff)",               "NACOEPF-KTV"},
-  {u"Free lossless audio codec (default)",  "NACOEPFIKTV"},
-  {u"Free lossless audio codec (max comp)", "NACOEPFIKTV"},
-  {u"Raw GSM 06.10",                        "-----------"},
-  {u"Amiga IFF",                            "NACO-------"},
-  {u"MPEG layer III - CBR",                 "NACOEPFI---"},
-  {u"MPEG layer III - ABR",                 "NACOEPFI---"},
-  {u"MPEG layer III - VBR",                 "NACOEPFI---"},
-  {u"NIST Sphere",                          "-----------"},
-  {u"Ogg Vorbis",                           "NACOEPFI---"},
-  {u"Opus",                                 "NACOEPFI---"},
-  {u"Ensoniq PARIS",                        "-----------"},
-  {u"IRCAM sound",                          "-----------"},
-  {u"Sun/NeXT/DEC audio (snd)",             "-----------"},
-  {u"Amiga 8SVX",                           "NACO-------"},
-  {u"Creative voice",                       "-----------"},
-  {u"Wave-64",                              "-----------"},
-  {u"Microsoft wave",                       "NACOEPFIKTV"},
-  {u"WavPack",                              "NACOEPFIKTV"},
+  {u"Audio interchange",                    "NACOEPFIKTVS"},
+  {u"Audio interchange (aiff)",             "NACOEPFIKTVS"},
+  {u"Audio interchange, compressed",        "NACOEPFIKTVS"},
+  {u"Sun/NeXT/DEC audio",                   "------------"},
+  {u"Audio Visual Research",                "--------K---"},
+  {u"Apple CoreAudio",                      "NACOEPF-KTVS"},
+  {u"Apple CoreAudio (caff)",               "NACOEPF-KTVS"},
+  {u"Free lossless audio codec (default)",  "NACOEPFIKTVS"},
+  {u"Free lossless audio codec (max comp)", "NACOEPFIKTVS"},
+  {u"Raw GSM 06.10",                        "------------"},
+  {u"Amiga IFF",                            "NACO--------"},
+  {u"MPEG layer III - CBR",                 "NACOEPFI---S"},
+  {u"MPEG layer III - ABR",                 "NACOEPFI---S"},
+  {u"MPEG layer III - VBR",                 "NACOEPFI---S"},
+  {u"NIST Sphere",                          "------------"},
+  {u"Ogg Vorbis",                           "NACOEPFI---S"},
+  {u"Opus",                                 "NACOEPFI---S"},
+  {u"Ensoniq PARIS",                        "------------"},
+  {u"IRCAM sound",                          "------------"},
+  {u"Sun/NeXT/DEC audio (snd)",             "------------"},
+  {u"Amiga 8SVX",                           "NACO--------"},
+  {u"Creative voice",                       "------------"},
+  {u"Wave-64",                              "------------"},
+  {u"Microsoft wave",                       "NACOEPFIKTVS"},
+  {u"WavPack",                              "NACOEPFIKTV-"},
 };
 // clang-format on
 
@@ -178,7 +179,7 @@ TEST(AudioRows, TextsImageAndTuningComeBackWhereTheFormatHoldsThem) {
         << toUtf8(lastError());
     const Opened opened = openWaveform(pathFor(folder, row));
     if (!opened.waveform) continue;
-    EXPECT_EQ(keptOf(waveform, *opened.waveform), keptExpected(row));
+    EXPECT_EQ(keptOf(waveform, *opened.waveform, pathFor(folder, row)), keptExpected(row));
   }
 }
 

@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "base/text.h"
+#include "base/version.h"
 #include "formats/audio/big_endian.h"
 #include "formats/audio/caf_tables.h"
 #include "formats/audio/descriptions.h"
@@ -95,16 +96,19 @@ RecordChunks buildRecords(const Waveform& waveform) {
 std::vector<std::byte> buildInformation(const DescriptionToWrite& what) {
   ByteWriter texts;
   std::uint32_t count = 0;
+  const auto put = [&](std::string_view key, std::string_view text) {
+    texts.text(key);
+    texts.u8(0);
+    texts.text(text);
+    texts.u8(0);
+    ++count;
+  };
   for (const CafTextRow& row : kCafTextRows) {
     const std::u16string& text = what.waveform.text(row.property);
     if (text.empty() || (row.property == TextProperty::Name && !what.name)) continue;
-    texts.text(row.key);
-    texts.u8(0);
-    texts.text(toUtf8(text));
-    texts.u8(0);
-    ++count;
+    put(row.key, toUtf8(text));
   }
-  if (count == 0) return {};
+  put("encoding application", kSoftwareName);
   ByteWriter body;
   putBig(body, count);
   body.append(texts.bytes);
