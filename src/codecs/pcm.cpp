@@ -92,7 +92,7 @@ template <>
 std::int32_t toInteger<32>(float sample) {
   if (sample >= 1.0f) return INT32_MAX;
   if (sample <= -1.0f) return INT32_MIN;
-  return sample == sample ? static_cast<std::int32_t>(sample * 2147483648.0f) : 0;
+  return sample == sample ? roundToInteger(sample * 2147483648.0f) : 0;
 }
 
 template <class T, bool kSwap>

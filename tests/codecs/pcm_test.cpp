@@ -45,6 +45,7 @@ TEST(Pcm, EncodesToNearestClampedAndInTheRightOrder) {
       {"24 bit full scale", {Pcm24}, 1.0f, {0xFF, 0xFF, 0x7F}},
       {"32 bit full scale", {Pcm32}, 1.0f, {0xFF, 0xFF, 0xFF, 0x7F}},
       {"32 bit most negative", {Pcm32, true}, -1.0f, {0x80, 0, 0, 0}},
+      {"32 bit just over half a step", {Pcm32}, -0.51f / 2147483648, {0xFF, 0xFF, 0xFF, 0xFF}},
       {"huge", {Pcm16}, 1e38f, {0xFF, 0x7F}},
       {"infinite", {Pcm24}, -kInfinity, {0, 0, 0x80}},
       {"infinite in 32 bit", {Pcm32}, kInfinity, {0xFF, 0xFF, 0xFF, 0x7F}},
