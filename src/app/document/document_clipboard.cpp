@@ -12,6 +12,7 @@ void copyInto(Collection& target, const Item& item) {
   if (target.find(item.id())) return;
   Item& copy = target.add(item.clone(target), serialOf(item.id()));
   copy.children.clear();
+  copy.parent = kNoItem;  // attach() would find the parent's copy by it, and look through all its children
   for (ItemId child : item.children) {
     const Item* below = item.collection().find(child);
     if (!below) continue;
@@ -31,7 +32,6 @@ std::optional<CopiedItems> Document::copy(std::span<const ItemId> ids, bool cut)
   for (const Item* item : items) {
     copied.tops.push_back(item->id());
     copyInto(*copied.items, *item);
-    copied.items->find(item->id())->parent = kNoItem;
     for (const Waveform* waveform : waveformsOf(*item)) copyInto(*copied.items, *waveform);
   }
   return copied;
