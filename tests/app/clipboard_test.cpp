@@ -88,6 +88,27 @@ TEST(Clipboard, CopiesOfTheSameDocumentPlayItsWaveforms) {
   EXPECT_EQ(regionsOf(document.collection()).at(1)->waveform(), document.collection().all<Waveform>().at(0));
 }
 
+// Ids of the items copied before mean others then.
+TEST(Clipboard, CopiesBringTheirWaveformsIntoTheNextDocument) {
+  Document document;
+  Waveform& low = createWaveform(document.collection(), u"low");
+  Waveform& high = createWaveform(document.collection(), u"high");
+  Instrument& instrument = createInstrument(document.collection(), u"");
+  Layer& layer = createLayer(instrument, u"");
+  for (const Waveform* wave : {&high, &low}) createRegion(layer, u"", {.waveform = serialOf(wave->id())});
+  auto linked = document.copy(Ids{high.id()}), copied = document.copy(Ids{instrument.id()});
+  document.startNew();
+  for (int i = 0; i < 4; ++i) createWaveform(document.collection(), u"other");
+  const ItemId target = createLayer(createInstrument(document.collection(), u""), u"").id();
+  EXPECT_FALSE(document.paste(std::move(*linked), target, true));
+  ASSERT_TRUE(document.paste(std::move(*copied), kNoItem, false)) << toUtf8(lastError());
+  const auto regions = regionsOf(*document.collection().all<Instrument>().at(1));
+  ASSERT_EQ(regions.size(), 2u);
+  for (const Region* region : regions) ASSERT_NE(region->waveform(), nullptr);
+  EXPECT_EQ(regions[0]->waveform()->name(), u"high");
+  EXPECT_EQ(regions[1]->waveform()->name(), u"low");
+}
+
 TEST(Clipboard, CutKeepsTheName) {
   Document document;
   const ItemId instrument = fill(document.collection());

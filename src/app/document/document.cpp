@@ -35,12 +35,15 @@ std::vector<ItemId> itemsSince(const Collection& collection, const Counts& befor
 
 std::vector<ItemId> allItems(const Collection& collection) { return itemsSince(collection, Counts{}); }
 
+// Another file makes it another document: ids of what was copied before may mean other items then.
+std::uint64_t newIdentity() {
+  std::random_device random;
+  return std::uint64_t{random()} << 32 | random();
+}
+
 }  // namespace
 
-Document::Document() {
-  std::random_device random;
-  identity_ = std::uint64_t{random()} << 32 | random();
-}
+Document::Document() : identity_(newIdentity()) {}
 
 bool Document::open(const Path& file, io::OpenMode mode) {
   if (mode == io::OpenMode::Merge) {
@@ -54,6 +57,7 @@ bool Document::open(const Path& file, io::OpenMode mode) {
     return opened;
   }
   history_.clear();
+  identity_ = newIdentity();
   selectedItems_.clear();
   selectedWaveforms_.clear();
   const bool opened = io::openWithMode(collection_, file, mode, true);
@@ -67,6 +71,7 @@ bool Document::open(const Path& file, io::OpenMode mode) {
 void Document::startNew() {
   collection_.clear();
   history_.clear();
+  identity_ = newIdentity();
   selectedItems_.clear();
   selectedWaveforms_.clear();
   past_.clear();
