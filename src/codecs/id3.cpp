@@ -52,12 +52,24 @@ const TagLib::ID3v2::AttachedPictureFrame* findPicture(const TagLib::ID3v2::Fram
   return found;
 }
 
+// The comment without a description, else the first; those of iTunes hold numbers for players.
+TagLib::String findComment(const TagLib::ID3v2::FrameList& frames) {
+  TagLib::String found;
+  for (const TagLib::ID3v2::Frame* frame : frames) {
+    auto* comment = dynamic_cast<const TagLib::ID3v2::CommentsFrame*>(frame);
+    if (!comment || comment->description().startsWith("iTun")) continue;
+    if (comment->description().isEmpty()) return comment->text();
+    if (found.isEmpty()) found = comment->text();
+  }
+  return found;
+}
+
 void takeTag(const TagLib::ID3v2::Tag& tag, Item& item) {
   for (const FrameRow& row : kFrameRows) {
     const auto& frames = tag.frameList(row.id);
     if (!frames.isEmpty()) setWhereEmpty(item, row.property, frames.front()->toString());
   }
-  setWhereEmpty(item, TextProperty::Comments, tag.comment());
+  setWhereEmpty(item, TextProperty::Comments, findComment(tag.frameList("COMM")));
   if (const auto* picture = findPicture(tag.frameList("APIC")); picture && item.image().empty()) {
     const TagLib::ByteVector data = picture->picture();
     item.setImage(asBytes({data.data(), data.size()}));

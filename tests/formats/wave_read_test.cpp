@@ -144,6 +144,15 @@ TEST(WaveReader, TakesTextsWhereTheyStand) {
       {"Windows-1252",
        {info({{"INAM", text("\x80 caf\xE9")}})},
        {u"\u20AC caf\u00E9", u"", u"", u"", u"", u"", u""}},
+      {"ID3: a comment for people",
+       {{"id3 ", text(std::string_view("ID3\3\0\0\0\0\0\x30"
+                                       "COMM\0\0\0\x0F\0\0\0"
+                                       "engiTunNORM\0"
+                                       "00"
+                                       "COMM\0\0\0\x0D\0\0\0"
+                                       "engNote\0said",
+                                       58))}},
+       {u"test", u"", u"said", u"", u"", u"", u""}},
       {"damaged ID3",
        {{"id3 ", text(std::string_view("ID3\4\0\0\0\0\0\x7F"
                                        "TIT2\0\0\1",
