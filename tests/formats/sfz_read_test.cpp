@@ -91,6 +91,7 @@ TEST(SfzRead, NamesTheTreeAfterFileAndTitles) {
   folder.open(collection,
               "/// Strings\n<group>\n<region>sample=a.wav\n\n/// not a title\n\n<group>\n<region>",
               "Viola.sfz");
+  EXPECT_EQ(collection.name(), u"Viola");
   EXPECT_EQ(collection.all<Instrument>().at(0)->name(), u"Viola");
   const auto layers = collection.all<Layer>();
   ASSERT_EQ(layers.size(), 2u);

@@ -174,7 +174,9 @@ bool readSfz(Collection& collection, InputFile& file, std::uint32_t) {
   const Bytes bytes = file.bytes();
   if (bytes.empty() && file.size() != 0) return false;
   std::string converted;
-  return Reader(collection, file.path()).read(textOfFile(bytes, converted), file.path());
+  if (!Reader(collection, file.path()).read(textOfFile(bytes, converted), file.path())) return false;
+  collection.setName(textOf(file.path().stem()));
+  return true;
 }
 
 }  // namespace vemko::sfz
