@@ -225,6 +225,22 @@ TEST(SfzWrite, KeepsWhatARegionIs) {
   }
 }
 
+// A file that only says how far the wheel bends up leaves the way down at two semitones.
+TEST(SfzWrite, BendsDownAsFarAsUp) {
+  const struct {
+    float semitones;
+    const char* lines;
+  } cases[] = {{12, " bend_up=1200\r\n bend_down=-1200\r\n"}, {0, " bend_up=0\r\n bend_down=0\r\n"}};
+  for (const auto& each : cases)
+    for (std::uint32_t variant : {0u, kVersion2}) {
+      TempFolder folder;
+      Sampler sampler;
+      sampler.region->articulation.set(slots::BendToPitch, each.semitones);
+      ASSERT_TRUE(save(sampler.instrument, folder / "x.sfz", variant)) << toUtf8(lastError());
+      EXPECT_NE(contentOf(folder / "x.sfz").find(each.lines), std::string::npos) << each.lines;
+    }
+}
+
 TEST(SfzWrite, SaysAFixedNoteByWhatItComesTo) {
   TempFolder folder;
   Sampler sampler;

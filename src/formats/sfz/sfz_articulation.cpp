@@ -276,6 +276,12 @@ void putCarrier(const SlotValues& values, const CarrierRow& row, OpcodeLines& ou
   if (row.isEnvelope()) putTimes(values, row.first(), row.prefix, out);
 }
 
+// The slot's wheel bends both ways alike; a file without the second opcode bends down by two semitones.
+void putBendDown(float semitones, OpcodeLines& out) {
+  out.putNumber("bend_down", semitones * -100.0,
+                [&](double cents) { return isEqual(semitones, cents * -0.01); });
+}
+
 void putDirectRows(const SlotValues& values, OpcodeLines& out) {
   Slots seen = indirectSlots(values, out.isVersion2());
   for (const OpcodeRow& row : opcodeRows()) {
@@ -286,6 +292,7 @@ void putDirectRows(const SlotValues& values, OpcodeLines& out) {
     const std::string name = spelledName(row.name, out.isVersion2());
     out.putNumber(name, value / row.factor,
                   [&](double number) { return isEqual(value, number * row.factor); });
+    if (row.slot == slots::BendToPitch) putBendDown(value, out);
   }
 }
 

@@ -1,9 +1,11 @@
 #include "formats/sfz/sfz_region.h"
 
 #include <algorithm>
+#include <cmath>
 
 #include "base/log.h"
 #include "base/text.h"
+#include "core/parameters.h"
 
 namespace vemko::sfz {
 namespace {
@@ -196,6 +198,15 @@ void RegionBuilder::claimSends() {
   if (opcodes_.sends[1] != 0) claimSend(instrument_.sendEffects, SendEffect::Chorus);
 }
 
+// The slot's wheel bends both ways alike.
+void RegionBuilder::tellUnevenBend() {
+  constexpr double kUsualCents = 200, kLeastHeard = 0.01;
+  const double up =
+      opcodes_.givenSlots[slots::BendToPitch] ? opcodes_.amounts[slots::BendToPitch] * 100 : kUsualCents;
+  if (std::abs(up + opcodes_.get(Field::BendDown, -kUsualCents)) > kLeastHeard)
+    complaints_.add(u"A region that bends down by another interval than up bends as far as up");
+}
+
 void RegionBuilder::add(std::span<const Setting> settings) {
   collect(settings);
   Waveform* waveform = findWaveform();
@@ -204,6 +215,7 @@ void RegionBuilder::add(std::span<const Setting> settings) {
   setFades(region);
   setRules(region);
   claimSends();
+  tellUnevenBend();
   FileAdjustments file;
   if (waveform) {
     // A root key of the definition file's own goes without the sample file's tuning.

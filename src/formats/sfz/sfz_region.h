@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/log.h"
 #include "core/collection.h"
 #include "formats/sfz/sfz_articulation.h"
 #include "formats/sfz/sfz_samples.h"
@@ -41,6 +42,7 @@ class RegionBuilder {
   void setFades(Region& region) const;
   void setRules(Region& region);
   void claimSends();
+  void tellUnevenBend();
 
   Instrument& instrument_;
   SampleFiles samples_;
@@ -48,6 +50,7 @@ class RegionBuilder {
   Layer* layer_ = nullptr;
   std::string layerName_;
   std::shared_ptr<const PlayRules> lastRules_;
+  Complaints complaints_;
   // Of the region that is being added.
   RegionOpcodes opcodes_;
   PlayRules rules_;
