@@ -137,6 +137,9 @@ TEST(SfzRead, PutsArticulationTogether) {
            {"resonance=6", slots::FilterResonance, 0},  // no filter without a cutoff
            {"cutoff=1000", slots::FilterType, 2},
            {"cutoff=1000 fil_type=bpf_2p", slots::FilterType, 11},
+           {"cutoff=1000 fil_type=brf_1p", slots::FilterType, 12},
+           {"cutoff=1000 fil_type=hsh resonance=6", slots::FilterType, 0},
+           {"cutoff=1000 fil_type=hsh resonance=6", slots::FilterResonance, 0},
            {"cutoff=1000 fil_veltrack=2400", slots::VelocityToCutoff, 12},
            {"cutoff=1000 fil_veltrack=2400", slots::FilterCutoff, 1000 * semitones(12)},
            {"cutoff=1000 fil_keytrack=100 fil_keycenter=48", slots::FilterCutoff, 1000 * semitones(12)},

@@ -99,12 +99,12 @@ double cutoffOf(double hertz, double velocityCents, double centreCents) {
   return hertz * std::exp2((velocityCents / 2 + centreCents) / 1200);
 }
 
-// Without a cutoff there is no filter.
+// Without a cutoff there is no filter, and none for types that the model does not have.
 void applyFilter(const RegionOpcodes& opcodes, SlotValues& values) {
-  if (!opcodes.has(Field::Cutoff)) return resetGroup(values, SlotGroup::Filter);
   constexpr auto kLowPass2 = static_cast<double>(FilterType::LowPass2);
-  values[slots::FilterType] =
-      static_cast<float>(filterTypeOfWord(opcodes.get(Field::FilterShape, kLowPass2)));
+  const FilterType type = filterTypeOfWord(opcodes.get(Field::FilterShape, kLowPass2));
+  if (!opcodes.has(Field::Cutoff) || type == FilterType::Off) return resetGroup(values, SlotGroup::Filter);
+  values[slots::FilterType] = static_cast<float>(type);
   const double velocity = opcodes.amounts[slots::VelocityToCutoff],
                perKey = opcodes.amounts[slots::KeyToCutoff];
   const double centre = perKey * (kMiddleC - opcodes.get(Field::CutoffKeyCenter, kMiddleC));

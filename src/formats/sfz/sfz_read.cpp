@@ -5,6 +5,7 @@
 #include "base/last_error.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "core/filter.h"
 #include "formats/sfz/sfz.h"
 #include "formats/sfz/sfz_lexer.h"
 #include "formats/sfz/sfz_region.h"
@@ -86,7 +87,12 @@ class Reader {
     if (row.form == Form::Text) return put({*key, double(textNumber(row, value))});
     if (row.field == Field::KeyCenter && value == "sample") return put({*key, kKeyCenterOfSample});
     auto number = parseValue(row, value);
-    if (!number) return tally_.add(u"has a value that makes no sense", name, at);
+    if (!number) {
+      tally_.add(u"has a value that makes no sense", name, at);
+      // A low-pass in place of a shelf or an all-pass filter would take away what is to be heard.
+      if (row.field == Field::FilterShape) put({*key, static_cast<double>(FilterType::Off)});
+      return;
+    }
     if (row.form == Form::Key && *number >= 0) *number += keyOffset_;
     if (row.form != Form::Word) {
       const double bounded = std::clamp<double>(*number, row.minimum, row.maximum);
