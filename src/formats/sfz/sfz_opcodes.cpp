@@ -141,7 +141,6 @@ constexpr OpcodeRow kRows[] = {
   {"eg#_pitch@131",   EgPitch,             Form::Number, 1,                            .01,  -24000, 24000,  kV2},
   {"eg#_cutoff",      EgCutoff,            Form::Number, 0,                            .01,  -12800, 12800,  kV2},
   {"eg#_cutoff@131",  EgCutoff,            Form::Number, 1,                            .01,  -25600, 25600,  kV2},
-  {"eg#_volume",      EgVolume,            Form::Number, 0,                           1,     -144,   144,    kReadOnly},
   {"eg#_pan",         EgPan,               Form::Number, 0,                            .01,  -100,   100,    kV2},
   {"eg#_ampeg",       EgAmplitude,         Form::Number, 0,                            .01,  0,      100,    kV2},
   {"eg#_amplitude",   EgAmplitude,         Form::Number, 0,                            .01,  0,      100,    kReadOnly},

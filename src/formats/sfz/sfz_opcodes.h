@@ -92,7 +92,6 @@ enum class Field : std::uint8_t {
   EgLevel,
   EgTime,
   EgPitch,
-  EgVolume,
   EgCutoff,
   EgPan,
   EgAmplitude,
