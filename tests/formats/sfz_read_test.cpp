@@ -118,7 +118,9 @@ TEST(SfzRead, LeadsDirectRowsToTheirSlots) {
 }
 
 TEST(SfzRead, PutsArticulationTogether) {
-  constexpr Slot kAttack = envelopeSlot(slots::VEnv, Stage::Attack2Time);
+  constexpr Slot kAttack = envelopeSlot(slots::VEnv, Stage::Attack2Time),
+                 kDecay = envelopeSlot(slots::VEnv, Stage::Decay2Time),
+                 kRelease = envelopeSlot(slots::VEnv, Stage::Release1Rate);
   struct Case {
     const char* opcodes;
     Slot slot;
@@ -155,6 +157,14 @@ TEST(SfzRead, PutsArticulationTogether) {
            {"ampeg_attackcc73=5", kAttack, 0.001},
            {"ampeg_attackcc73=5", kAttack + 3, 500000},
            {"ampeg_attack=1 ampeg_attack_oncc133=1", kAttack, semitones(12 * 60 / 127.0)},
+           {"ampeg_decay=2 ampeg_sustain=60", kDecay, 2},
+           {"ampeg_decay=2 ampeg_sustain=60 ampeg_decay_zero=1", kDecay, 2},
+           {"ampeg_decay=2 ampeg_sustain=60 ampeg_decay_zero=0", kDecay, 5},
+           {"ampeg_decay=2 ampeg_vel2decay=2 ampeg_sustain=60 ampeg_decay_zero=0", kDecay, 7.5},
+           {"ampeg_decay=2 ampeg_decay_zero=0", kDecay, 2},  // no way at all to fall
+           {"ampeg_release=2 ampeg_sustain=40", kRelease, 2},
+           {"ampeg_release=2 ampeg_sustain=40 ampeg_release_zero=0", kRelease, 5},
+           {"ampeg_release=2 ampeg_sustain=0 ampeg_release_zero=0", kRelease, 2},
            {"ampeg_start=30", envelopeSlot(slots::VEnv, Stage::Attack1Level), 0.3},
            {"pitchlfo_depth=50", slots::PLfoFrequency, 0.01},  // stands still
            {"lfo01_pitch=100 lfo01_wave=3 lfo01_freq=4", slots::PLfoToPitch, 1},

@@ -169,6 +169,8 @@ constexpr EnvelopeSuffix kEnvelopeSuffixes[] = {
   {"delay@73",    Amount,        Stage::Cc73ToAttack1,       1,    -1e6f, 1e6f,  false},
   {"attack@73",   Amount,        Stage::Cc73ToAttack2,       1,    -1e6f, 1e6f,  false},
   {"release@72",  Amount,        Stage::Cc72ToRelease1,      1,    -1e6f, 1e6f,  false},
+  {"decay_zero",  Amount,        Stage::Decay1Level,         1,    0,    1,  false},
+  {"release_zero", Amount,       Stage::Release1Level,       1,    0,    1,  false},
   {"release@69",  Direct,   Stage::HoldPedalToRelease1, 1,    0,    1000,  true},
   {"vel2delay",   Amount,        Stage::VelocityToAttack1,   1,    -1e6f, 1e6f,  false},
   {"vel2attack",  Amount,        Stage::VelocityToAttack2,   1,    -1e6f, 1e6f,  false},
@@ -240,6 +242,12 @@ const std::vector<Words>& allWords() {
   return all;
 }
 
+// Key tracking of times came with the second version.
+Dialects dialectsOf(std::string_view envelopeSuffix) {
+  if (envelopeSuffix.ends_with("_zero")) return kReadOnly;
+  return envelopeSuffix.ends_with("@133") ? kV2 : kBoth;
+}
+
 struct Vocabulary {
   std::vector<OpcodeRow> rows;
   std::deque<std::string> names;  // of the generated rows
@@ -268,8 +276,7 @@ struct Vocabulary {
            .factor = suffix.factor,
            .minimum = suffix.minimum,
            .maximum = suffix.maximum,
-           // Key tracking of times came with the second version.
-           .dialects = suffix.name.ends_with("@133") ? kV2 : kBoth});
+           .dialects = dialectsOf(suffix.name)});
     }
     if (prefix.depth == 0) return;
     add(prefix.name, "depth", {.slot = prefix.depth, .factor = .01, .minimum = -12800, .maximum = 12800});

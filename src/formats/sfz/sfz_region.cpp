@@ -51,6 +51,7 @@ void RegionBuilder::collectNumber(const OpcodeRow& row, const Setting& setting) 
     case Field::Amount:
     case Field::EnvelopeStart:
       opcodes_.amounts[row.slot] = number;
+      opcodes_.givenSlots.set(row.slot);
       return;
     case Field::OuterVolume:
       opcodes_.fields[static_cast<std::size_t>(row.field)] += number;

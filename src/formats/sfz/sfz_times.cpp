@@ -32,6 +32,22 @@ constexpr StageRow kStages[] = {
 
 float bounded(Slot slot, double value) { return boundedValue(slot, static_cast<float>(value)); }
 
+// The part of the full way that a stage's time is for: all of it, unless "..._zero" says that the decay's
+// time is that down to the sustain level, and the release's that from there.
+double wayOf(const RegionOpcodes& opcodes, const StageSlots& stage, Slot envelope) {
+  const Slot level = envelopeSlot(envelope, Stage::Sustain);
+  const double sustain = opcodes.givenSlots[level] ? opcodes.amounts[level] : 1;
+  auto isPart = [&](Stage time, Stage zero) {
+    const Slot said = envelopeSlot(envelope, zero);
+    return stage.time == envelopeSlot(envelope, time) && opcodes.givenSlots[said] &&
+           opcodes.amounts[said] == 0;
+  };
+  double way = 1;
+  if (isPart(Stage::Decay2Time, Stage::Decay1Level)) way = 1 - sustain;
+  if (isPart(Stage::Release1Rate, Stage::Release1Level)) way = sustain;
+  return way > 0 ? way : 1;
+}
+
 }  // namespace
 
 std::array<StageSlots, 5> stageSlotsOf(Slot envelope) {
@@ -89,10 +105,11 @@ StageTime undoStageTime(const SlotValues& values, const StageSlots& slots) {
 void applyTimes(const RegionOpcodes& opcodes, SlotValues& values) {
   for (Slot envelope : {slots::VEnv, slots::PEnv, slots::FEnv})
     for (const StageSlots& each : stageSlotsOf(envelope)) {
-      const StageTime time{opcodes.amounts[each.time], opcodes.amounts[each.velocity],
-                           opcodes.amounts[each.key],
-                           each.controller != 0 ? opcodes.amounts[each.controller] : 0};
-      applyStageTime(time, each, values);
+      const double way = wayOf(opcodes, each, envelope);
+      const double controller = each.controller != 0 ? opcodes.amounts[each.controller] : 0;
+      applyStageTime({opcodes.amounts[each.time] / way, opcodes.amounts[each.velocity] / way,
+                      opcodes.amounts[each.key] / way, controller / way},
+                     each, values);
     }
 }
 
