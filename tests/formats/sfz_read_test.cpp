@@ -135,6 +135,9 @@ TEST(SfzRead, PutsArticulationTogether) {
            {"volume=-6 group_volume=2 amplitude=50", slots::MasterVolume, -4 + 20 * std::log10(0.5)},
            {"amp_keytrack=2 amp_keycenter=72", slots::MasterVolume, -24},
            {"amp_keytrack=2", slots::KeyToVolume, 24},
+           {"volume_keytrack=2 gain_keycenter=72", slots::MasterVolume, -24},
+           {"volume_veltrack=50", slots::VelocityResponse, 0.5},
+           {"volume_random=6", slots::RandomToVolume, 6},
            {"pan=10 pan_keytrack=1 pan_keycenter=50", slots::Pan, 0.2},
            {"resonance=6", slots::FilterResonance, 0},  // no filter without a cutoff
            {"cutoff=1000", slots::FilterType, 2},

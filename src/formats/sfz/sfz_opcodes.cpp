@@ -217,7 +217,9 @@ constexpr std::pair<std::string_view, std::string_view> kAliases[] = {
   {"gain", "volume"},          {"gain@1", "volume@1"},             {"gain@129", "volume@129"}, {"gain@135", "volume@135"}, {"gain@136", "volume@136"},
   {"cutoff@131", "fil_veltrack"}, {"group_label", "region_label"}, {"xf_cckeycurve", "xf_keycurve"},
   {"filter_cutoff", "cutoff"}, {"filter_resonance", "resonance"},  {"tune_keytrack", "pitch_keytrack"},
-  {"gain_keytrack", "amp_keytrack"}, {"gain_veltrack", "amp_veltrack"},
+  {"gain_keytrack", "amp_keytrack"}, {"gain_veltrack", "amp_veltrack"}, {"gain_keycenter", "amp_keycenter"},
+  {"volume_keytrack", "amp_keytrack"}, {"volume_veltrack", "amp_veltrack"}, {"volume_keycenter", "amp_keycenter"},
+  {"volume_random", "amp_random"}, {"tune_keycenter", "pitch_keycenter"},
 };
 // clang-format on
 
