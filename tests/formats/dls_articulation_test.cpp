@@ -46,6 +46,10 @@ TEST(DlsArticulation, UnitsAreThePublishedOnes) {
     SCOPED_TRACE(each.name);
     EXPECT_NEAR(valuesOfList({each.connection})[each.slot], each.value, 1e-4 * std::max(1.0, each.value));
   }
+  // An open filter with a peak is as open where the list says so as where it does not.
+  const Connection peak = connection(0, 0, to::Resonance, 0, 100), open{0, 0, to::Cutoff, 0, INT32_MAX};
+  EXPECT_FLOAT_EQ(valuesOfList({peak})[slots::FilterCutoff], 24000);
+  EXPECT_EQ(valuesOfList({peak, open}), valuesOfList({peak}));
 }
 
 // Values between a parameter's bounds that differ from its default.

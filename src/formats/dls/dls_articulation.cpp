@@ -403,7 +403,8 @@ SlotValues valuesOf(const Articulation& articulation, const WaveTotals& totals, 
   values[slots::MasterVolume] = static_cast<float>(totals.gainDb + routes.amount(kGain).value_or(0) * 0.1);
   applyBend(routes, values);
   applyKeyToGain(routes, values);
-  if (!routes.scale({None, None, to::Cutoff, 0, 0})) values[slots::FilterCutoff] = 24000;
+  if (routes.scale({None, None, to::Cutoff, 0, 0}).value_or(kOpen) == kOpen)
+    values[slots::FilterCutoff] = 24000;
   if (applyOpenFilterRule(values)) {
     applyVelocityRoute(routes, values);
     applyKeyRoute(routes, values);
