@@ -114,6 +114,21 @@ TEST(DlsArticulation, DefaultsAreNotWritten) {
             ArticulationBlock());
 }
 
+// Halves of a cent go towards zero, and it is the sum that is rounded.
+TEST(DlsArticulation, Level1RoundsTheTuningTogetherWithTheWaveforms) {
+  const struct {
+    double cents, ownCents, written;
+  } cases[] = {{0.5, 0, 0},   {-0.5, 0, 0}, {0.502, 0, 1}, {0.5, 4, 4},       {-0.5, 5, 4},
+               {0.5, -5, -4}, {-0.4, 5, 5}, {-0.6, 5, 4},  {-137.2, 12, -125}};
+  for (const auto& each : cases) {
+    SCOPED_TRACE(testing::Message() << each.cents << " and " << each.ownCents);
+    SlotValues values = initialValues();
+    values[slots::MasterTuning] = static_cast<float>(each.cents / 100);
+    EXPECT_EQ(dls::level1Cents(values, each.ownCents) + each.ownCents, each.written);
+    EXPECT_TRUE(dls::amountsOf(values, Level::One).connections.empty());
+  }
+}
+
 TEST(DlsArticulation, ResonanceIsBoundedByTheLevel) {
   SlotValues values = initialValues();
   values[slots::FilterType] = 2;

@@ -245,6 +245,16 @@ TEST(DlsWriter, AsksBeforeItWritesTooManyRegions) {
   }
 }
 
+TEST(DlsWriter, RoundsTheTuningOfLevel1InOne) {
+  Collection collection;
+  Instrument& instrument = addInstrument(collection, 2, Patch::of(0, 0, 1));
+  collection.all<Waveform>().at(0)->fineTuneCents = 5;
+  regionsOf(instrument)[0]->articulation.set(slots::MasterTuning, -0.005f);
+  const auto record = recordOf(savedAs(collection, 1));
+  EXPECT_EQ(record.instruments[0].regions[0].sample->fineTuneCents, 4);
+  EXPECT_EQ(record.instruments[0].regions[1].sample->fineTuneCents, 5);
+}
+
 TEST(DlsWriter, RefusesOtherItems) {
   Collection collection, songs;
   createSong(songs, u"");

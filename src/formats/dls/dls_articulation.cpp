@@ -372,13 +372,12 @@ void undoRows(const SlotValues& values, Level level, bool hasFilter, std::vector
 float highestResonance(Level level) { return level == Level::TwoPlusPlus ? 96 : kModestResonanceDb; }
 
 // What wave sample chunks can say of the tuning: whole cents of 16 bits.
-double wholeCents(const SlotValues& values) {
-  const double cents = values[slots::MasterTuning] * 100.0;
+double wholeCents(double cents) {
   return std::trunc(std::clamp(cents, -32000.0, 32000.0) + (cents < 0 ? -0.499 : 0.499));
 }
 
 void undoTuning(const SlotValues& values, Level level, RegionAmounts& amounts) {
-  amounts.cents = wholeCents(values);
+  amounts.cents = wholeCents(values[slots::MasterTuning] * 100.0);
   if (level == Level::One) return;
   const double rest = values[slots::MasterTuning] * 100.0 - amounts.cents;
   // A float holds the slot to about a thousandth of a cent.
@@ -419,6 +418,10 @@ SlotValues valuesOf(const Articulation& articulation, const WaveTotals& totals, 
       values[slot] = boundedValue(slot, values[slot]);
     }
   return values;
+}
+
+double level1Cents(const SlotValues& values, double ownCents) {
+  return wholeCents(values[slots::MasterTuning] * 100.0 + ownCents) - ownCents;
 }
 
 RegionAmounts amountsOf(SlotValues values, Level level, const SendChannels& sends) {

@@ -61,6 +61,9 @@ struct RegionAmounts {
 };
 /// What reads as these values, as near as the level's steps allow. What it cannot say is left out.
 RegionAmounts amountsOf(SlotValues values, Level level, const SendChannels& sends = {});
+/// The whole cents of level 1, which has no place for parts of them: they are rounded together with the
+/// waveform's own, which are not among them.
+double level1Cents(const SlotValues& values, double ownCents);
 
 /// What of an edited item the level can say beside a file's list that reads as `before`: slots that it has no
 /// connection for stay as they are in the file or go back to their defaults. A list of level 1 says nothing

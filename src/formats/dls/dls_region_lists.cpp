@@ -105,8 +105,11 @@ InstrumentPlan planInstrument(const Instrument& instrument, const std::vector<co
   for (const Region* region : regions) {
     const auto* origin = notesOf<RegionNotes>(*region);
     const Articulation list = origin ? mergedOf(*origin) : Articulation{};
-    amounts.push_back(amountsFor(valuesFor(*region, level), origin ? &list : nullptr,
-                                 origin ? origin->totals : WaveTotals{}, level, sends));
+    const SlotValues values = valuesFor(*region, level);
+    Amounts& each = amounts.emplace_back(
+        amountsFor(values, origin ? &list : nullptr, origin ? origin->totals : WaveTotals{}, level, sends));
+    if (level == Level::One && !each.isAsRead)
+      each.cents = level1Cents(values, region->waveform()->fineTuneCents);
   }
   const bool isShared = level == Level::One && !instrument.patch.isDrumKit() && !outer.isAsRead;
   if (isShared) plan.connections = mostCommon(amounts);
