@@ -51,6 +51,32 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
   }
 }
 
+TEST(LossReport, TellsHighPeaksWhereTheyAreCut) {
+  Collection collection;
+  Waveform& wave = createWaveform(collection, u"wave");
+  defer(wave, std::vector<float>(100, 0.5f))->storedAs = SampleEncoding::Pcm16;
+  Region& region = createRegion(createLayer(createInstrument(collection, u"lead"), u""), u"region",
+                                {.waveform = serialOf(wave.id())});
+  region.articulation.set(24, 2.0f);
+  region.articulation.set(37, 30.0f);
+  const struct {
+    const char16_t* row;
+    std::vector<std::u16string> features;
+  } cases[] = {
+      {u"DownLoadable Sounds level 2", {u"Filter: Resonance above 22.5 dB"}},
+      {u"DownLoadable Sounds level 2+", {u"Filter: Resonance above 22.5 dB"}},
+      {u"DownLoadable Sounds level 2++", {}},
+      {u"SoundFont v2 bank", {}},
+      {u"Cakewalk SFZ v2 (waves in sub-folder)", {}},
+  };
+  for (const auto& each : cases) {
+    std::vector<std::u16string> features;
+    for (const Loss& loss : lossesOfSaving(collection, findWritingRowByDescription(each.row), {}))
+      features.push_back(loss.feature);
+    EXPECT_EQ(features, each.features) << toUtf8(each.row);
+  }
+}
+
 TEST(LossReport, TellsWhatTheEncodingAndTheChannelsDrop) {
   using enum SampleEncoding;
   struct Case {

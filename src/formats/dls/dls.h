@@ -26,15 +26,14 @@ inline constexpr FeatureMask kTextFeatures = featureBits({features::InstrumentTe
 inline constexpr FeatureMask kLevel1Features =
     (profileFeatures(u"DLS level 1 melodic (.DLS)") | kBankFeatures | kTextFeatures |
      featureBit(features::PannedStereo)) &
-    ~featureBits({features::AftertouchToLfos, features::FourthLfo, features::HighResonance});
+    ~featureBits({features::AftertouchToLfos, features::FourthLfo});
 inline constexpr FeatureMask kLevel2Features =
-    (profileFeatures(u"DLS level 2 (.DLS)") | kBankFeatures | kTextFeatures) &
-    ~featureBit(features::HighResonance);
+    profileFeatures(u"DLS level 2 (.DLS)") | kBankFeatures | kTextFeatures;
 inline constexpr FeatureMask kLevel2PlusFeatures =
-    (profileFeatures(u"DLS level 2+ (.DLS)") | kBankFeatures | kTextFeatures) &
-    ~featureBit(features::HighResonance);
-inline constexpr FeatureMask kLevel2PlusPlusFeatures =
-    profileFeatures(u"DLS level 2++ (.DLS)") | kBankFeatures | kTextFeatures;
+    profileFeatures(u"DLS level 2+ (.DLS)") | kBankFeatures | kTextFeatures;
+inline constexpr FeatureMask kLevel2PlusPlusFeatures = profileFeatures(u"DLS level 2++ (.DLS)") |
+                                                       kBankFeatures | kTextFeatures |
+                                                       featureBit(features::HighResonance);
 inline constexpr io::CapabilityMask kLevel1Capabilities =
     io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono | io::kStereo;
 inline constexpr io::CapabilityMask kLevel2PlusCapabilities =

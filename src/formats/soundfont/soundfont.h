@@ -27,8 +27,8 @@ std::u16string missingForArchive(bool writing);
 /// the format's 16-bit indexes do not reach, with "Save failed - Too much data!" and what follows.
 bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options);
 
-inline constexpr FeatureMask kFeatures =
-    profileFeatures(u"SoundFont 2.01 (.SF2)") | kBankFeatures | featureBit(features::FixedKey);
+inline constexpr FeatureMask kFeatures = profileFeatures(u"SoundFont 2.01 (.SF2)") | kBankFeatures |
+                                         featureBits({features::FixedKey, features::HighResonance});
 inline constexpr io::CapabilityMask kCapabilities =
     io::encodingBit(SampleEncoding::Pcm16) | io::encodingBit(SampleEncoding::Pcm24) | io::kMono | io::kStereo;
 
