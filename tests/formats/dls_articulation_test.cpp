@@ -114,6 +114,26 @@ TEST(DlsArticulation, DefaultsAreNotWritten) {
             ArticulationBlock());
 }
 
+// The route from one end of the keyboard counts where that from its middle says nothing.
+TEST(DlsArticulation, KeysMoveCutoffAndVolumeFromEitherPlace) {
+  const Connection cutoff = connection(0, 0, to::Cutoff, 0, 6900);
+  const struct {
+    const char* name;
+    double bipolar, unipolar, semitonesAnOctave, dbAnOctave;
+  } cases[] = {
+      {"from the middle", 1280, 640, 2.4, 24}, {"from the end", 0, 1280, 1.2, 12}, {"neither", 0, 0, 0, 0}};
+  for (const auto& each : cases) {
+    SCOPED_TRACE(each.name);
+    const SlotValues values =
+        valuesOfList({cutoff, connection(from::Key, 0, to::Cutoff, 0x4000, each.bipolar),
+                      connection(from::Key, 0, to::Cutoff, 0, each.unipolar),
+                      connection(from::Key, 0, to::Gain, 0x4000, each.bipolar),
+                      connection(from::Key, 0, to::Gain, 0, each.unipolar)});
+    EXPECT_NEAR(values[slots::KeyToCutoff], each.semitonesAnOctave, 1e-5);
+    EXPECT_NEAR(values[slots::KeyToVolume], each.dbAnOctave, 1e-4);
+  }
+}
+
 // Halves of a cent go towards zero, and it is the sum that is rounded.
 TEST(DlsArticulation, Level1RoundsTheTuningTogetherWithTheWaveforms) {
   const struct {

@@ -281,10 +281,12 @@ void moveTimesToKeyZero(Level level, SlotValues& values) {
 constexpr double kBipolarKeyToGain = 0.01875, kUnipolarKeyToGain = 0.009375;  // dB an octave of a centibel
 
 void applyKeyToGain(const Routes& routes, SlotValues& values) {
-  if (const auto bipolar = routes.amount(kKeyToGain))
-    applyKeyToVolume(static_cast<float>(*bipolar * kBipolarKeyToGain), KeySource::Bipolar, values);
-  else if (const auto unipolar = routes.amount(kKeyToGainUnipolar))
-    applyKeyToVolume(static_cast<float>(*unipolar * kUnipolarKeyToGain), KeySource::Unipolar, values);
+  const double bipolar = routes.amount(kKeyToGain).value_or(0);
+  const double unipolar = routes.amount(kKeyToGainUnipolar).value_or(0);
+  if (bipolar != 0)
+    applyKeyToVolume(static_cast<float>(bipolar * kBipolarKeyToGain), KeySource::Bipolar, values);
+  else if (unipolar != 0)
+    applyKeyToVolume(static_cast<float>(unipolar * kUnipolarKeyToGain), KeySource::Unipolar, values);
 }
 
 void applyVelocityRoute(const Routes& routes, SlotValues& values) {
@@ -296,10 +298,12 @@ void applyVelocityRoute(const Routes& routes, SlotValues& values) {
 constexpr double kBipolarKeyToCutoff = 0.001875, kUnipolarKeyToCutoff = 0.0009375;
 
 void applyKeyRoute(const Routes& routes, SlotValues& values) {
-  if (const auto bipolar = routes.amount(kKeyToCutoff))
-    applyKeyToCutoff(static_cast<float>(*bipolar * kBipolarKeyToCutoff), KeySource::Bipolar, values);
-  else if (const auto unipolar = routes.amount(kKeyToCutoffUnipolar))
-    applyKeyToCutoff(static_cast<float>(*unipolar * kUnipolarKeyToCutoff), KeySource::Unipolar, values);
+  const double bipolar = routes.amount(kKeyToCutoff).value_or(0);
+  const double unipolar = routes.amount(kKeyToCutoffUnipolar).value_or(0);
+  if (bipolar != 0)
+    applyKeyToCutoff(static_cast<float>(bipolar * kBipolarKeyToCutoff), KeySource::Bipolar, values);
+  else if (unipolar != 0)
+    applyKeyToCutoff(static_cast<float>(unipolar * kUnipolarKeyToCutoff), KeySource::Unipolar, values);
 }
 
 // The default range of the controller is two semitones.
