@@ -76,6 +76,7 @@ TEST(WaveSample, GivesTheLoopsThatAreThere) {
       {"short", text("123456789"), false, 0},
       {"none", fixed(20, 0), true, 0},
       {"one", joined({fixed(20, 1), words(16, 1, 5, 7)}), true, 1},
+      {"one by an old number", joined({fixed(20, 1), words(16, 2, 5, 7)}), true, 1},
       {"larger records of a later version", joined({fixed(24, 1), words(0), words(20, 1, 5, 7, 0)}), true, 1},
       {"more announced than there", joined({fixed(20, 0xFFFFFFFF), words(16, 1, 5, 7)}), true, 1},
       {"size past the end", joined({fixed(0xFFFFFFF0, 1), words(16, 1, 5, 7)}), true, 0},

@@ -6,7 +6,8 @@ namespace vemko::riff {
 namespace {
 
 constexpr std::uint32_t kFixedBytes = 20, kLoopBytes = 16;
-constexpr std::uint32_t kReleaseLoop = 1;
+// The headers of Windows 2000 have the second number.
+constexpr std::uint32_t kReleaseLoop = 1, kOldReleaseLoop = 2;
 
 // Steps over what a later version of a record may have appended to the part that is known.
 void skipExtension(ByteReader& reader, std::uint32_t claimed, std::uint32_t known) {
@@ -31,7 +32,7 @@ bool parseWaveSample(Bytes body, WaveSample& sample) {
     WaveSampleLoop loop;
     loop.start = reader.u32();
     loop.length = reader.u32();
-    loop.untilRelease = type == kReleaseLoop;
+    loop.untilRelease = type == kReleaseLoop || type == kOldReleaseLoop;
     sample.loops.push_back(loop);
     skipExtension(reader, loopSize, kLoopBytes);
   }
