@@ -29,11 +29,11 @@ inline constexpr FeatureMask kLevel1Features =
     ~featureBits({features::AftertouchToLfos, features::FourthLfo});
 inline constexpr FeatureMask kLevel2Features =
     profileFeatures(u"DLS level 2 (.DLS)") | kBankFeatures | kTextFeatures;
-inline constexpr FeatureMask kLevel2PlusFeatures =
-    profileFeatures(u"DLS level 2+ (.DLS)") | kBankFeatures | kTextFeatures;
-inline constexpr FeatureMask kLevel2PlusPlusFeatures = profileFeatures(u"DLS level 2++ (.DLS)") |
-                                                       kBankFeatures | kTextFeatures |
-                                                       featureBit(features::HighResonance);
+inline constexpr FeatureMask kLevel2PlusFeatures = profileFeatures(u"DLS level 2+ (.DLS)") | kBankFeatures |
+                                                   kTextFeatures | featureBit(features::PannedStereo);
+inline constexpr FeatureMask kLevel2PlusPlusFeatures =
+    profileFeatures(u"DLS level 2++ (.DLS)") | kBankFeatures | kTextFeatures |
+    featureBits({features::HighResonance, features::PannedStereo});
 inline constexpr io::CapabilityMask kLevel1Capabilities =
     io::encodingBit(SampleEncoding::Pcm8) | io::encodingBit(SampleEncoding::Pcm16) | io::kMono | io::kStereo;
 inline constexpr io::CapabilityMask kLevel2PlusCapabilities =
