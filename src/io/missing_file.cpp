@@ -144,19 +144,37 @@ std::u16string_view fileNameOf(std::u16string_view stored) {
   return name == u"." || name == u".." ? std::u16string_view() : name;
 }
 
+/// The parts of a reference, and where they start from.
+struct Reference {
+  Path base;
+  std::vector<std::u16string_view> parts;
+};
+
+Reference referenceOf(std::u16string_view stored, const Path& folder) {
+  Reference reference{baseOf(stored, folder), partsOf(stored)};
+  if (reference.base.has_root_name() && reference.base != folder)
+    reference.parts.erase(reference.parts.begin());
+  return reference;
+}
+
+/// As the reference says to the letter, with slashes of either kind.
+std::optional<Path> findToTheLetter(std::u16string_view stored, const Reference& reference,
+                                    const Path& folder) {
+  const Path asStored = folder / pathOf(stored);
+  if (isFile(asStored)) return asStored;
+  Path joined = reference.base;
+  for (std::u16string_view part : reference.parts) joined /= pathOf(part);
+  if (joined != asStored && isFile(joined)) return joined;
+  return std::nullopt;
+}
+
 /// As the reference says, or at least in the folder.
 std::optional<Path> findInPlace(std::u16string_view stored, std::u16string_view name, const Path& folder) {
-  std::vector<std::u16string_view> parts = partsOf(stored);
-  const Path base = baseOf(stored, folder);
-  if (base.has_root_name() && base != folder) parts.erase(parts.begin());
-  if (parts.empty()) return std::nullopt;
-  Path joined = base;
-  for (std::u16string_view part : parts) joined /= pathOf(part);
-  const Path asStored = folder / pathOf(stored), byName = folder / pathOf(name);
-  if (isFile(asStored)) return asStored;
-  if (joined != asStored && isFile(joined)) return joined;
-  if (byName != asStored && byName != joined && isFile(byName)) return byName;
-  if (auto found = findIgnoringCase(base, parts)) return found;
+  const Reference reference = referenceOf(stored, folder);
+  if (reference.parts.empty()) return std::nullopt;
+  if (auto found = findToTheLetter(stored, reference, folder)) return found;
+  if (const Path byName = folder / pathOf(name); isFile(byName)) return byName;
+  if (auto found = findIgnoringCase(reference.base, reference.parts)) return found;
   return findIgnoringCase(folder, {&name, 1});
 }
 
@@ -178,6 +196,16 @@ std::optional<Path> locateMissingFile(std::u16string_view stored, const Path& fo
   if (!found) found = askUser(stored);
   if (found) search.lastFolder = found->parent_path();
   return found;
+}
+
+std::optional<Path> findReferredFile(std::u16string_view stored, const Path& folder) {
+  stored = trimmed(stored);
+  if (fileNameOf(stored).empty() || stored.find(u'\0') != stored.npos) return std::nullopt;
+  const Path from = folder.empty() ? Path(".") : folder;
+  const Reference reference = referenceOf(stored, from);
+  if (reference.parts.empty()) return std::nullopt;
+  if (auto found = findToTheLetter(stored, reference, from)) return found;
+  return findIgnoringCase(reference.base, reference.parts);
 }
 
 void resetMissingFileSearch() { search = {}; }

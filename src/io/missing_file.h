@@ -14,6 +14,10 @@ namespace vemko::io {
 /// cancelled. Nothing when all fail.
 std::optional<Path> locateMissingFile(std::u16string_view stored, const Path& folder);
 
+/// The file where the reference says, seen from the folder, with upper and lower case ignored; nothing else
+/// is searched and nobody asked.
+std::optional<Path> findReferredFile(std::u16string_view stored, const Path& folder);
+
 /// Forgets the remembered folder and the listings of folders; called when an opening begins.
 void resetMissingFileSearch();
 

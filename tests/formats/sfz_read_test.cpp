@@ -85,6 +85,25 @@ TEST(SfzRead, FollowsIncludesAndPaths) {
   EXPECT_EQ(regions[0]->waveform()->name(), u"b");
 }
 
+// Packs have files of one name in a folder for each microphone, and name them from the main file's folder.
+TEST(SfzRead, IncludesNoNamesake) {
+  SfzFolder folder;
+  std::filesystem::create_directories(folder / "maps/close/soft");
+  std::filesystem::create_directories(folder / "maps/far");
+  test::putFile(folder / "maps/close.sfz", "<region>lokey=1\n#include \"maps/close/snare.sfz\"");
+  test::putFile(folder / "maps/far.sfz", "<region>lokey=2\n#include \"Maps\\Far\\Snare.sfz\"");
+  test::putFile(folder / "maps/close/snare.sfz", "hikey=11\n#include \"maps/close/soft/snare.sfz\"");
+  test::putFile(folder / "maps/close/soft/snare.sfz", "hivel=100");
+  test::putFile(folder / "maps/far/snare.sfz", "hikey=12\n#include \"maps/gone/far.sfz\"");
+  Collection collection;
+  folder.open(collection, "#include \"maps/close.sfz\"\n#include \"maps/far.sfz\"");
+  const auto regions = collection.all<Region>();
+  ASSERT_EQ(regions.size(), 2u);
+  EXPECT_EQ(regions[0]->keys, (MidiRange{1, 11}));
+  EXPECT_EQ(regions[0]->velocities.high, 100);
+  EXPECT_EQ(regions[1]->keys, (MidiRange{2, 12}));
+}
+
 TEST(SfzRead, NamesTheTreeAfterFileAndTitles) {
   SfzFolder folder;
   Collection collection;

@@ -285,17 +285,29 @@ bool Lexer::include(std::string_view& rest) {
   return includeFile(stored);
 }
 
+bool Lexer::isOpen(const Path& path) const {
+  return std::ranges::find(open_, canonicalOf(path)) != open_.end();
+}
+
+// From the including file's folder, as its author saw it, or from the main file's, as most players go. Only
+// what is in neither place is searched for: packs have files of one name in many folders.
+std::optional<Path> Lexer::findIncluded(std::u16string_view name) const {
+  const Path folders[] = {files_[place_.file].parent_path(), folder_};
+  for (const Path& folder : folders)
+    if (auto found = io::findReferredFile(name, folder)) return found;
+  for (const Path& folder : folders)
+    if (auto found = io::locateMissingFile(name, folder); found && !isOpen(*found)) return found;
+  return std::nullopt;
+}
+
 bool Lexer::includeFile(std::string_view stored) {
   const std::u16string name = toUtf16(stored);
-  // From the including file's folder, as its author saw it; some players go from the main file's.
-  auto path = io::locateMissingFile(name, files_[place_.file].parent_path());
-  if (!path) path = io::locateMissingFile(name, folder_);
+  const auto path = findIncluded(name);
   if (!path || !isBelow(*path, folder_)) {
     logWarning((path ? u"Not included, because it is outside the folder: " : u"Could not include ") + name);
     return true;
   }
-  const Path whole = canonicalOf(*path);
-  if (std::ranges::find(open_, whole) != open_.end()) return fail(u"The file includes itself");
+  if (isOpen(*path)) return fail(u"The file includes itself");
   IncludedFile& entry = *included_.emplace_back(std::make_unique<IncludedFile>());
   if (!entry.file.open(*path)) {
     logWarning(u"Could not include " + name);
@@ -309,7 +321,7 @@ bool Lexer::includeFile(std::string_view stored) {
   const Place before = place_;
   place_ = {static_cast<std::uint32_t>(files_.size()), 0};
   files_.push_back(*path);
-  open_.push_back(whole);
+  open_.push_back(canonicalOf(*path));
   bool ok = readText(textOfFile(entry.file.bytes(), entry.converted));
   if (!entry.file.isIntact()) ok = fail(u"Reading from file failed");
   open_.pop_back();

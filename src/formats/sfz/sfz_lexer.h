@@ -4,6 +4,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -53,6 +54,8 @@ class Lexer {
   bool define(std::string_view& rest);
   bool include(std::string_view& rest);
   bool includeFile(std::string_view stored);
+  std::optional<Path> findIncluded(std::u16string_view name) const;
+  bool isOpen(const Path& path) const;
   void tokenize(std::string_view text);
   bool expand(std::string_view text, std::string& result, std::size_t limit);
   std::string_view kept(std::string text);
