@@ -104,6 +104,29 @@ TEST(SfzRead, IncludesNoNamesake) {
   EXPECT_EQ(regions[1]->keys, (MidiRange{2, 12}));
 }
 
+TEST(SfzRead, IncludesOnlyDefinitionsFromOutside) {
+  SfzFolder folder;
+  std::filesystem::create_directories(folder / "programs");
+  std::filesystem::create_directories(folder / "data");
+  struct Case {
+    const char* name;
+    const char* text;
+    bool isIncluded;
+  };
+  for (const Case& c :
+       {Case{"definitions", "// keys\n#define $KEY 7\nlokey=$KEY", true},
+        Case{"opcodes", "lokey=7 hikey=9", true}, Case{"other text", "root:x:0:0:\nlokey=7", false},
+        Case{"a letter", "Dear all,\nlokey=7", false}}) {
+    SCOPED_TRACE(c.name);
+    test::putFile(folder / "data/part.txt", c.text);
+    Collection collection;
+    test::LogLines log;
+    folder.open(collection, "<region>\n#include \"../data/part.txt\"", "programs/x.sfz");
+    EXPECT_EQ(test::onlyRegion(collection).keys.low, c.isIncluded ? 7 : 0);
+    EXPECT_EQ(log.count("Not included"), c.isIncluded ? 0u : 1u);
+  }
+}
+
 TEST(SfzRead, NamesTheTreeAfterFileAndTitles) {
   SfzFolder folder;
   Collection collection;

@@ -5,6 +5,7 @@
 #include "base/last_error.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "formats/sfz/sfz.h"
 #include "formats/sfz/sfz_text.h"
 #include "io/missing_file.h"
 
@@ -18,6 +19,7 @@ constexpr std::size_t kMaxExpandedBytes = std::size_t{256} << 20;
 constexpr std::size_t kMaxDefinition = 4096;
 constexpr std::size_t kMaxName = 255;
 constexpr std::size_t kMaxHeader = 32;
+constexpr std::size_t kHead = 32768;  // that tells what a file is
 
 constexpr bool isBlank(char c) { return static_cast<unsigned char>(c) <= ' '; }
 constexpr bool isNameCharacter(char c) {
@@ -75,6 +77,13 @@ bool isBelow(const Path& path, const Path& folder) {
   const Path base = std::filesystem::weakly_canonical(folder.empty() ? Path(".") : folder, error);
   const Path whole = std::filesystem::weakly_canonical(path, error);
   return !error && std::mismatch(base.begin(), base.end(), whole.begin(), whole.end()).first == base.end();
+}
+
+// Packs have common parts beside the folder of their definitions ("../Data/keys.txt"). What else lies outside
+// is none of a definition's business.
+bool isPartOfDefinition(InputFile& file) {
+  const Bytes bytes = file.bytes();
+  return probeSfz(bytes.first(std::min<std::size_t>(bytes.size(), kHead)), 0, file.size()) > 0;
 }
 
 Path canonicalOf(const Path& path) {
@@ -303,14 +312,18 @@ std::optional<Path> Lexer::findIncluded(std::u16string_view name) const {
 bool Lexer::includeFile(std::string_view stored) {
   const std::u16string name = toUtf16(stored);
   const auto path = findIncluded(name);
-  if (!path || !isBelow(*path, folder_)) {
-    logWarning((path ? u"Not included, because it is outside the folder: " : u"Could not include ") + name);
+  if (!path) {
+    logWarning(u"Could not include " + name);
     return true;
   }
   if (isOpen(*path)) return fail(u"The file includes itself");
   IncludedFile& entry = *included_.emplace_back(std::make_unique<IncludedFile>());
   if (!entry.file.open(*path)) {
     logWarning(u"Could not include " + name);
+    return true;
+  }
+  if (!isBelow(*path, folder_) && !isPartOfDefinition(entry.file)) {
+    logWarning(u"Not included, because it is outside the folder and no part of an instrument: " + name);
     return true;
   }
   includedBytes_ +=
