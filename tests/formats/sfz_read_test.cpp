@@ -243,9 +243,10 @@ TEST(SfzRead, KeepsWhenAndHowARegionPlays) {
       "locc64=10 hicc64=100 on_locc20=1 on_hicc20=2 loop_mode=one_shot xf_velcurve=gain trigger=first\n"
       "xfin_lokey=c3 xfin_hikey=c4 xfout_lovel=100 delay=0.5 offset=10 end=99\n"
       "<region>sample=a.wav group=7 off_by=7 key=-1 trigger=release_key "
-      "delay_samples=44100\n<region>sample=a.wav");
+      "delay_samples=44100\n<region>sample=a.wav\n"
+      "<region>sample=a.wav group=-80602 off_by=80602\n<region>sample=a.wav group=80602 off_by=-80602");
   const auto regions = collection.all<Region>();
-  ASSERT_EQ(regions.size(), 3u);
+  ASSERT_EQ(regions.size(), 5u);
   PlayRules rules;
   rules.sequenceLength = 4, rules.sequencePosition = 2, rules.randomLow = 0.25f, rules.randomHigh = 0.5f;
   rules.group = 300, rules.stoppedBy = 2, rules.stopsNaturally = true, rules.playsToEnd = true;
@@ -263,6 +264,9 @@ TEST(SfzRead, KeepsWhenAndHowARegionPlays) {
   EXPECT_EQ(regions[1]->trigger, Trigger::Release);
   EXPECT_FLOAT_EQ(regions[1]->delaySeconds, 1);
   EXPECT_FALSE(regions[2]->rules);
+  EXPECT_EQ(rulesOf(*regions[3]).group, rulesOf(*regions[4]).stoppedBy);
+  EXPECT_EQ(rulesOf(*regions[4]).group, rulesOf(*regions[3]).stoppedBy);
+  EXPECT_NE(rulesOf(*regions[3]).group, 0u);
 }
 
 TEST(SfzRead, TakesLoopsFromFilesAndRegions) {

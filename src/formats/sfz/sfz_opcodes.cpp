@@ -12,6 +12,7 @@ namespace vemko::sfz {
 namespace {
 
 constexpr float kFrames = 4294967295.0f;
+constexpr float kLowestGroup = -2147483648.0f;
 using enum Field;
 
 // clang-format off
@@ -28,8 +29,8 @@ constexpr OpcodeRow kRows[] = {
   {"hi@",             ControllerHigh,      Form::Whole,  0,                           1,     0,      127},
   {"on_lo@",          StartLow,            Form::Whole,  0,                           1,     0,      127},
   {"on_hi@",          StartHigh,           Form::Whole,  0,                           1,     0,      127},
-  {"group",           GroupNumber,        Form::Whole,  0,                           1,     0,      kFrames},
-  {"off_by",          OffBy,               Form::Whole,  0,                           1,     0,      kFrames},
+  {"group",           GroupNumber,        Form::Whole,  0,                           1,     kLowestGroup, kFrames},
+  {"off_by",          OffBy,               Form::Whole,  0,                           1,     kLowestGroup, kFrames},
   {"off_mode",        OffMode,             Form::Word},
   {"lorand",          LowRandom,           Form::Number, 0,                           1,     0,      1},
   {"hirand",          HighRandom,          Form::Number, 0,                           1,     0,      1},

@@ -167,6 +167,10 @@ void RegionBuilder::setRules(Region& region) {
   auto whole = [&](Field field, double otherwise) {
     return static_cast<std::uint32_t>(opcodes_.get(field, otherwise));
   };
+  // Drum kits give the groups that only stop others numbers below 0: as large numbers they stay apart.
+  auto groupNumber = [&](Field field) {
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(opcodes_.get(field, 0)));
+  };
   constexpr double kReleaseKey = 4;
   const double trigger = opcodes_.get(Field::TriggerKind, 0);
   region.trigger =
@@ -175,8 +179,8 @@ void RegionBuilder::setRules(Region& region) {
   rules_.sequencePosition = static_cast<std::uint16_t>(whole(Field::SequencePosition, 1));
   rules_.randomLow = static_cast<float>(opcodes_.get(Field::LowRandom, 0));
   rules_.randomHigh = static_cast<float>(opcodes_.get(Field::HighRandom, 1));
-  rules_.group = whole(Field::GroupNumber, 0);
-  rules_.stoppedBy = whole(Field::OffBy, 0);
+  rules_.group = groupNumber(Field::GroupNumber);
+  rules_.stoppedBy = groupNumber(Field::OffBy);
   if (rules_.group == rules_.stoppedBy && rules_.group <= 255) {
     region.exclusiveGroup = static_cast<std::uint8_t>(rules_.group);
     rules_.group = rules_.stoppedBy = 0;

@@ -82,8 +82,9 @@ auto equals(Number number) {
 void putGroups(const Region& region, const PlayRules& rules, OpcodeLines& out) {
   const std::uint32_t group = region.exclusiveGroup ? region.exclusiveGroup : rules.group;
   const std::uint32_t stoppedBy = region.exclusiveGroup ? region.exclusiveGroup : rules.stoppedBy;
-  if (group != 0) out.putWhole("group", group);
-  if (stoppedBy != 0) out.putWhole("off_by", stoppedBy);
+  // The upper half of the numbers was read from negative ones.
+  if (group != 0) out.putWhole("group", static_cast<std::int32_t>(group));
+  if (stoppedBy != 0) out.putWhole("off_by", static_cast<std::int32_t>(stoppedBy));
   if (rules.stopsNaturally) out.putText("off_mode", "normal");
 }
 
