@@ -130,15 +130,21 @@ TEST(SfzRead, IncludesOnlyDefinitionsFromOutside) {
 TEST(SfzRead, NamesTheTreeAfterFileAndTitles) {
   SfzFolder folder;
   Collection collection;
-  folder.open(collection,
-              "/// Strings\n<group>\n<region>sample=a.wav\n\n/// not a title\n\n<group>\n<region>",
-              "Viola.sfz");
+  folder.open(
+      collection,
+      "/// Strings\n<group>group_label=Low\n<region>sample=a.wav\n\n/// not a title\n\n<group>\n<region>\n"
+      "<master>group_label=Bass\n<group>key=1\n<region>region_label=Pluck sample=a.wav",
+      "Viola.sfz");
   EXPECT_EQ(collection.name(), u"Viola");
   EXPECT_EQ(collection.all<Instrument>().at(0)->name(), u"Viola");
   const auto layers = collection.all<Layer>();
-  ASSERT_EQ(layers.size(), 2u);
+  ASSERT_EQ(layers.size(), 3u);
   EXPECT_EQ(layers[0]->name(), u"Strings");
   EXPECT_EQ(layers[1]->name(), u"New layer");
+  EXPECT_EQ(layers[2]->name(), u"Bass");
+  const auto regions = collection.all<Region>();
+  EXPECT_EQ(regions.at(0)->name(), u"a");
+  EXPECT_EQ(regions.at(2)->name(), u"Pluck");
 }
 
 // Every row that leads to one slot does so, whatever other spelling it is given.

@@ -57,6 +57,7 @@ enum class Field : std::uint8_t {
   LoopType,
   LoopTune,
   Label,
+  GroupLabel,
   Transpose,
   Tune,
   RandomTuneUp,  ///< From a source 0..1.

@@ -92,6 +92,12 @@ void RegionBuilder::collect(std::span<const Setting> settings) {
   }
 }
 
+// Empty where none is given.
+std::u16string RegionBuilder::label(Field field) const {
+  if (!opcodes_.has(field)) return {};
+  return toUtf16(labels_[static_cast<std::size_t>(opcodes_.get(field, 0))]);
+}
+
 Waveform* RegionBuilder::findWaveform() {
   // A region whose end is -1 plays nothing; it is there to stop others.
   if (sample_ == kNoSample || opcodes_.get(Field::End, 0) < 0) return nullptr;
@@ -112,7 +118,8 @@ Waveform* RegionBuilder::findWaveform() {
 }
 
 Region& RegionBuilder::createRegionFor(const Waveform* waveform) {
-  if (!layer_) layer_ = &createLayer(instrument_, toUtf16(layerName_));
+  if (!layer_)
+    layer_ = &createLayer(instrument_, layerName_.empty() ? label(Field::GroupLabel) : toUtf16(layerName_));
   RegionRequest request;
   if (waveform) request.waveform = serialOf(waveform->id());
   // A key of -1 switches the keys off, for regions that a controller starts.
@@ -125,10 +132,8 @@ Region& RegionBuilder::createRegionFor(const Waveform* waveform) {
                           midi(opcodes_.get(Field::HighVelocity, 127))};
   const double center = opcodes_.get(Field::KeyCenter, kMiddleC);
   if (center >= 0) request.rootKey = midi(center);
-  std::u16string name = opcodes_.has(Field::Label)
-                            ? toUtf16(labels_[static_cast<std::size_t>(opcodes_.get(Field::Label, 0))])
-                        : waveform ? waveform->name()
-                                   : std::u16string();
+  std::u16string name = label(Field::Label);
+  if (name.empty() && waveform) name = waveform->name();
   return createRegion(*layer_, name, request);
 }
 

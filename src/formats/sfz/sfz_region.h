@@ -28,7 +28,7 @@ class RegionBuilder {
   std::uint32_t sampleNumber(std::string_view stored) { return samples_.number(stored); }
   std::uint32_t labelNumber(std::string_view label);
 
-  /// The next region starts a layer of that name.
+  /// The next region starts a layer of that name; without one, its "group_label" names it.
   void endLayer(std::string_view nextName);
   /// Adds the region; `settings` are in the order of their keys, each key once.
   void add(std::span<const Setting> settings);
@@ -36,6 +36,7 @@ class RegionBuilder {
  private:
   void collect(std::span<const Setting> settings);
   void collectNumber(const OpcodeRow& row, const Setting& setting);
+  std::u16string label(Field field) const;
   Waveform* findWaveform();
   Region& createRegionFor(const Waveform* waveform);
   void setSection(Region& region, Waveform* waveform);
