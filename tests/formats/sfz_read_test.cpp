@@ -388,15 +388,15 @@ TEST(SfzRead, TellsWhatItCouldNotUse) {
   folder.open(
       collection,
       "lokey=1\n<region>sample=a.wav warmth=3\n<region>sample=gone.wav warmth=4 lokey=zz#9 hikey=999999\n"
-      "<region>sample=gone.wav volume=nan tune=1e309\n<effect>type=reverb");
-  EXPECT_EQ(collection.count(ItemKind::Region), 3u);
-  EXPECT_EQ(collection.count(ItemKind::Waveform), 1u);
+      "<region>sample=gone.wav volume=nan tune=1e309\n<region>sample=moved/A.WAV\n<effect>type=reverb");
+  EXPECT_EQ(collection.count(ItemKind::Region), 4u);
+  EXPECT_EQ(collection.count(ItemKind::Waveform), 2u);
   for (const char* line :
        {"x.sfz, line 1: lokey stands before any header", "x.sfz, line 2: warmth has no place here (2 times)",
         "x.sfz, line 3: lokey has a value that makes no sense",
         "x.sfz, line 3: hikey has a value beyond its bounds", "Couldn't openwave: gone.wav",
         "line 4: volume has a value that makes no sense", "line 4: tune has a value that makes no sense",
-        "<effect> is not used"})
+        "<effect> is not used", "Not where it is said to be: moved/A.WAV"})
     EXPECT_EQ(log.count(line), 1u) << line;
 }
 

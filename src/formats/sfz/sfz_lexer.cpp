@@ -304,8 +304,12 @@ std::optional<Path> Lexer::findIncluded(std::u16string_view name) const {
   const Path folders[] = {files_[place_.file].parent_path(), folder_};
   for (const Path& folder : folders)
     if (auto found = io::findReferredFile(name, folder)) return found;
-  for (const Path& folder : folders)
-    if (auto found = io::locateMissingFile(name, folder); found && !isOpen(*found)) return found;
+  for (const Path& folder : folders) {
+    auto found = io::locateMissingFile(name, folder);
+    if (!found || isOpen(*found)) continue;
+    logWarning(u"Not where it is said to be: " + std::u16string(name) + u", taken is " + textOf(*found));
+    return found;
+  }
   return std::nullopt;
 }
 

@@ -53,7 +53,12 @@ void SampleFiles::open(Sample& sample) {
   sample.isOpened = true;
   if (sample.stored.starts_with('*')) return generate(sample);
   const std::u16string name = toUtf16(sample.stored);
-  const auto path = io::locateMissingFile(name, folder_);
+  auto path = io::findReferredFile(name, folder_);
+  if (!path) {
+    path = io::locateMissingFile(name, folder_);
+    // A file of that name may be another sound.
+    if (path) logWarning(u"Not where it is said to be: " + name + u", taken is " + textOf(*path));
+  }
   Collection opened;
   if (!path || !io::openAudioFile(opened, *path)) {
     std::u16string line = u"Couldn't openwave: " + name;
