@@ -49,6 +49,15 @@ std::optional<Number> numberIn(std::string_view text) {
   return value;
 }
 
+constexpr std::int64_t kNotTold = -1;
+
+// Times, as some write them, are no frames.
+std::int64_t framesIn(std::string_view text) {
+  std::uint32_t frames = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), frames);
+  return error == std::errc() && end == text.data() + text.size() ? frames : kNotTold;
+}
+
 // Reads comments one by one and keeps what belongs together until all are known.
 class CommentReader {
  public:
@@ -61,9 +70,9 @@ class CommentReader {
     for (const KeyRow& row : kKeyRows)
       if (isKey(key, row.key) && waveform_.text(row.property).empty())
         waveform_.setText(row.property, decodeText(asBytes(value)));
-    if (isKey(key, "LOOPSTART")) loopStart_ = numberIn<std::uint32_t>(value).value_or(0);
-    if (isKey(key, "LOOPLENGTH")) loopLength_ = numberIn<std::uint32_t>(value).value_or(0);
-    if (isKey(key, "LOOPEND")) loopEnd_ = numberIn<std::uint32_t>(value).value_or(0);
+    if (isKey(key, "LOOPSTART") || isKey(key, "LOOP_START")) loopStart_ = framesIn(value);
+    if (isKey(key, "LOOPLENGTH") || isKey(key, "LOOP_LENGTH")) loopLength_ = framesIn(value);
+    if (isKey(key, "LOOPEND") || isKey(key, "LOOP_END")) loopEnd_ = framesIn(value);
     if (isKey(key, kPictureKey)) takePicture(value);
     if (key.size() >= kChapterKey.size() + kChapterDigits &&
         isKey(key.substr(0, kChapterKey.size()), kChapterKey))
@@ -72,7 +81,7 @@ class CommentReader {
 
   void finish() {
     LoopAdder adder(waveform_);
-    if (loopStart_ >= 0) addLoop(adder);
+    if (loopStart_ != kNotTold) addLoop(adder);
     for (Chapter& chapter : chapters_) {
       if (!chapter.seconds) continue;
       LoopRecord record;
@@ -124,8 +133,11 @@ class CommentReader {
     }
   }
 
+  // Music that begins again behind its introduction often tells no end.
   void addLoop(LoopAdder& adder) {
-    const std::int64_t end = loopLength_ >= 0 ? loopStart_ + loopLength_ : loopEnd_;
+    const std::int64_t end = loopLength_ != kNotTold ? loopStart_ + loopLength_
+                             : loopEnd_ != kNotTold  ? loopEnd_
+                                                     : waveform_.frames;
     LoopDescriptor loop;
     loop.startFrames = static_cast<double>(loopStart_);
     loop.endFrames = static_cast<double>(std::min<std::int64_t>(end, waveform_.frames));
@@ -133,7 +145,7 @@ class CommentReader {
   }
 
   Waveform& waveform_;
-  std::int64_t loopStart_ = -1, loopLength_ = -1, loopEnd_ = -1;  // -1: not told
+  std::int64_t loopStart_ = kNotTold, loopLength_ = kNotTold, loopEnd_ = kNotTold;
   std::vector<Chapter> chapters_;
 };
 

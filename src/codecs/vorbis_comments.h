@@ -1,7 +1,8 @@
 #pragma once
 // Comments of the Xiph formats (FLAC, Ogg Vorbis, Opus) and the properties of a waveform. Beside the texts:
-// LOOPSTART with LOOPLENGTH or LOOPEND, in frames, is the main loop, as game engines have it; CHAPTERnnn and
-// CHAPTERnnnNAME are markers, exact to a millisecond; METADATA_BLOCK_PICTURE is an image.
+// LOOPSTART with LOOPLENGTH or LOOPEND, in frames, is the main loop, as game engines have it (without an end
+// to the last frame; also LOOP_START and so on); CHAPTERnnn and CHAPTERnnnNAME are markers, exact to a
+// millisecond; METADATA_BLOCK_PICTURE is an image.
 #include <string>
 #include <vector>
 
