@@ -104,7 +104,8 @@ class Comparison {
   }
 
   void addMissingRegion(const Region& region, bool isFirst) {
-    constexpr FeatureMask kLeavesOut = featureBits({features::SilentRegions, features::TriggerTypes});
+    constexpr FeatureMask kLeavesOut =
+        featureBits({features::SilentRegions, features::TriggerTypes, features::PlayRules});
     FeatureMask features = featuresOf(region) & kLeavesOut;
     if (region.waveform()) features |= featureOfSide(*region.waveform());
     report_.differences.push_back({compare::placeOf(region), u"missing region", isFirst ? u"yes" : u"no",

@@ -147,7 +147,8 @@ const PlayRules& rulesOf(const Region& region) {
 }
 
 bool soundsOnAttack(const Region& region) {
-  return region.waveform() && region.trigger != Trigger::Release && region.trigger != Trigger::Legato;
+  return region.waveform() && region.trigger != Trigger::Release && region.trigger != Trigger::Legato &&
+         !rulesOf(region).ignoresKeys;
 }
 
 bool playsAlike(const Region& a, const Region& b) {

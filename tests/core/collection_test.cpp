@@ -338,6 +338,41 @@ TEST(Collection, RegionsPlayTheirOwnSectionOrTheWaveforms) {
   }
 }
 
+TEST(Collection, KnowsWhichRegionsANoteStarts) {
+  struct Case {
+    const char* name;
+    void (*change)(Region&, PlayRules&);
+    bool sounds;
+  };
+  for (const Case& c : {
+           Case{"plain", [](Region&, PlayRules&) {}, true},
+           Case{"without a waveform", [](Region&r, PlayRules&) { r.setWaveform(kNoItem); }, false},
+           Case{"at the first note", [](Region&r, PlayRules&) { r.trigger = Trigger::First; }, true},
+           Case{"at the release", [](Region&r, PlayRules&) { r.trigger = Trigger::Release; }, false},
+           Case{"also by the pedal",
+                [](Region&, PlayRules&p) {
+                  p.starts = {{64, 126, 127}};
+                },
+                true},
+           Case{"only by the pedal",
+                [](Region&, PlayRules&p) {
+                  p.starts = {{64, 126, 127}};
+                  p.ignoresKeys = true;
+                },
+                false},
+       }) {
+    SCOPED_TRACE(c.name);
+    Collection collection;
+    const Waveform& waveform = createWaveform(collection, u"");
+    Region& region = createRegion(createLayer(createInstrument(collection, u""), u""), u"",
+                                  {.waveform = serialOf(waveform.id())});
+    PlayRules rules;
+    c.change(region, rules);
+    region.rules = std::make_shared<const PlayRules>(rules);
+    EXPECT_EQ(soundsOnAttack(region), c.sounds);
+  }
+}
+
 TEST(Collection, ManyRegionsTakeLinearTime) {
   constexpr std::size_t kRegions = 100'000;
   const double seconds = secondsOf([] {
