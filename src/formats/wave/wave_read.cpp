@@ -16,6 +16,7 @@ namespace vemko::wave {
 namespace {
 
 constexpr std::uint32_t kUnknownSize = 0xFFFFFFFF;  // stands elsewhere, or was never filled in
+constexpr std::uint32_t kFormTypeBytes = 4;         // that the file's size counts with the chunks
 
 // What the walk over the chunks finds. Bodies are views of the mapped file, or of what was made of it.
 struct WaveFile {
@@ -50,11 +51,14 @@ void takeFact(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   file.factFrames = ByteReader(chunk.body).u32();
 }
 
+bool isKnownChunk(Bytes at);
+
 // Recorders that stream or are cut off leave sizes that are too large, or the 0 that they began with: the
-// file then says that it ends where its samples begin, with no room for another chunk.
-bool isUnfinished(const WaveFile& file, const riff::Chunk& chunk) {
-  constexpr std::uint64_t kFormBytes = 4, kChunkHeaderBytes = 8;
-  return file.riffSize == kUnknownSize || file.riffSize < kFormBytes + chunk.offset + kChunkHeaderBytes;
+// file then says that it ends where its samples begin, with no room for another chunk, and none is there.
+bool isUnfinished(const WaveFile& file, const riff::Chunk& data) {
+  constexpr std::uint64_t kChunkHeaderBytes = 8;
+  if (isKnownChunk(file.chunks.subspan(static_cast<std::size_t>(data.offset)))) return false;
+  return file.riffSize == kUnknownSize || file.riffSize < kFormTypeBytes + data.offset + kChunkHeaderBytes;
 }
 
 std::uint64_t trueDataSize(const WaveFile& file, const riff::Chunk& chunk) {
@@ -114,6 +118,11 @@ constexpr ChunkRow kChunkRows[] = {
   {fourCc("id3 "), takeTag},
 };
 // clang-format on
+
+bool isKnownChunk(Bytes at) {
+  const std::uint32_t id = ByteReader(at).u32();
+  return std::ranges::find(kChunkRows, id, &ChunkRow::id) != std::end(kChunkRows);
+}
 
 // Accepts a file of its own, and a wave list as it stands in sound banks.
 bool readHeader(Bytes bytes, WaveFile& file) {
