@@ -129,6 +129,25 @@ TEST(Document, SavingMakesItUnchangedAndUndoChangesItAgain) {
   EXPECT_FALSE(bank.document.isChanged());
 }
 
+TEST(Document, SongsAreSavedAsEvents) {
+  const test::TempFolder folder;
+  const Path path = folder / "song.mid";
+  Document document;
+  Song& song = createSong(document.collection(), u"Song");
+  Track& track = createTrack(song, u"Track");
+  track.setEvents(asBytes(std::string_view("\0\x90\x3C\x40\x60\x80\x3C\0\0\xFF\x2F\0", 12)));
+  const int row = io::findWritingRow(u"mid", kindBit(ItemKind::Song));
+  ASSERT_TRUE(document.save(track, path, row, io::saveOptionsFor(row, 0))) << toUtf8(lastError());
+  ASSERT_TRUE(document.open(path, io::OpenMode::Replace)) << toUtf8(lastError());
+  EXPECT_EQ(document.collection().all<Track>().at(0)->eventCount(), 3u);
+  io::SaveAllRequest request;
+  request.kind = ItemKind::Song;
+  request.row = row;
+  request.folder = folder.path();
+  request.options = io::saveOptionsFor(row, 0);
+  EXPECT_EQ(document.saveAll(request).saved, 1u) << toUtf8(lastError());
+}
+
 TEST(Document, MergingIsAStep) {
   test::TempFolder folder;
   Bank source, target;

@@ -41,6 +41,12 @@ std::uint64_t newIdentity() {
   return std::uint64_t{random()} << 32 | random();
 }
 
+// Songs go to a file as events wherever its format has them; only elsewhere is it their sound.
+io::SaveOptions withEvents(io::SaveOptions options, int row) {
+  options.requested |= io::capabilitiesOf(row).capabilities & io::kMidiEvents;
+  return options;
+}
+
 }  // namespace
 
 Document::Document() : identity_(newIdentity()) {}
@@ -83,7 +89,7 @@ void Document::startNew() {
 bool Document::save(Item& item, const Path& file, int row, const io::SaveOptions& options) {
   bool saved = false;
   const bool wholeCollection = item.kind() == ItemKind::Collection;
-  whileSaving([&] { saved = io::saveWithBackup(&item, file, row, options, true); });
+  whileSaving([&] { saved = io::saveWithBackup(&item, file, row, withEvents(options, row), true); });
   if (saved && (wholeCollection || isSameFile(file, collection_.file))) savedRevision_ = revision_;
   tell({.structure = true, .items = {}});
   return saved;
@@ -91,6 +97,7 @@ bool Document::save(Item& item, const Path& file, int row, const io::SaveOptions
 
 io::SaveAllResult Document::saveAll(io::SaveAllRequest request) {
   request.collection = &collection_;
+  request.options = withEvents(request.options, request.row);
   io::SaveAllResult result;
   whileSaving([&] { result = io::saveAll(request); });
   if (result.ok && request.kind == ItemKind::Collection) savedRevision_ = revision_;

@@ -45,8 +45,8 @@ class Document {
   bool open(const Path& file, io::OpenMode mode);
   /// Back to an empty collection.
   void startNew();
-  /// Saves the item, or what the row stores of it. The collection counts as unchanged when
-  /// it was saved itself, or the file that it came from was written.
+  /// Saves the item, or what the row stores of it; songs as events where the row has them. The collection
+  /// counts as unchanged when it was saved itself, or the file that it came from was written.
   bool save(Item& item, const Path& file, int row, const io::SaveOptions& options);
   /// Saves every item of the request's kind of this collection.
   io::SaveAllResult saveAll(io::SaveAllRequest request);
