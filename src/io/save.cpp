@@ -86,12 +86,14 @@ bool saveReported(Item* item, const Path& path, int row, const SaveOptions& opti
                   FormatRows rows) {
   return withinMemory([&] {
     if (report) showStatus(u"Saving");
+    // The tidying may remove the item itself where it is a part, but never the whole.
+    Item* const stored = item ? storedItemFor(*item) : nullptr;
     std::vector<Loss> losses;
-    if (item && options.tellsLosses && rows.data() == formatTable().data())
-      losses = lossesOfSaving(*item, row, options);
+    if (stored && options.tellsLosses && rows.data() == formatTable().data())
+      losses = lossesOfSaving(*stored, row, options);
     const bool ok = save(item, row, path, options, tidy, rows);
     if (ok)
-      takeOverFile(*item, path, row);
+      takeOverFile(*stored, path, row);
     else
       showStatus(u"Failed to Save.");
     if (ok && report) {

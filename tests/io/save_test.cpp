@@ -86,6 +86,23 @@ TEST(Save, WritesTheStoredItemOrSaysWhyNot) {
   }
 }
 
+// The second layer is joined with the first one before its instrument is written.
+TEST(Save, OutlivesAPartThatIsTidiedAway) {
+  const TempFolder folder;
+  Collection collection;
+  Waveform& wave = createWaveform(collection, u"wave");
+  defer(wave, {0, 0});
+  Instrument& piano = createInstrument(collection, u"piano");
+  play(createLayer(piano, u"low"), wave, {0, 59});
+  Layer& high = createLayer(piano, u"high");
+  play(high, wave, {60, 127});
+  written = {};
+  EXPECT_TRUE(saveWithBackup(&high, folder / "out", InstrumentRow, optionsOf(InstrumentRow), false, kRows))
+      << toUtf8(lastError());
+  EXPECT_EQ(written.names, Names{"piano"});
+  EXPECT_EQ(collection.count(ItemKind::Layer), 1u);
+}
+
 TEST(Save, RendersSongsAndSynthsWhereTheRowNeedsSound) {
   Scene scene;
   const TempFolder folder;
