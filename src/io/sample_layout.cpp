@@ -83,13 +83,14 @@ SampleEncoding chooseEncoding(const Waveform& waveform, CapabilityMask requested
 }
 
 std::uint8_t chooseChannels(std::uint8_t channels, CapabilityMask requested, CapabilityMask capabilities) {
+  const bool keepsPairs = (capabilities & kLinkedStereo) && !(capabilities & kStereo);
   if (capabilities & kLinkedStereo) capabilities |= kStereo;
   const bool mono = capabilities & kMono, stereo = capabilities & kStereo;
   if (mono && !stereo) return 1;
   if (stereo && !mono && channels == 1) return 2;
   const CapabilityMask asked = requested & (kMono | kStereo);
   if (asked == kMono && mono) return 1;
-  if (asked == kStereo && stereo) return 2;
+  if (asked == kStereo && stereo) return keepsPairs && channels == 1 ? 1 : 2;
   return channels;
 }
 

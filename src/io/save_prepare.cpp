@@ -62,8 +62,10 @@ bool render(Item& item, PreparedItem& prepared) {
   return true;
 }
 
-bool needsSplitting(const Item& item, CapabilityMask capabilities) {
+bool needsSplitting(const Item& item, CapabilityMask requested, CapabilityMask capabilities) {
   if ((capabilities & kLinkedStereo) == 0 || (capabilities & kStereo) != 0) return false;
+  // Both sides become one.
+  if ((requested & (kMono | kStereo)) == kMono && (capabilities & kMono) != 0) return false;
   // A single waveform has no partner's file to go to.
   if (item.kind() == ItemKind::Waveform) return false;
   for (const Waveform* waveform : waveformsOf(item))
@@ -137,7 +139,8 @@ bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, For
   if (!checkSamplesOf(*prepared.item)) return false;
   if (way == Way::Render && !render(*prepared.item, prepared)) return false;
   if (isEmpty(*prepared.item)) return fail(u"Empty item - nothing to save");
-  return !needsSplitting(*prepared.item, entry->capabilities) || splitForWriting(*prepared.item, prepared);
+  return !needsSplitting(*prepared.item, options.requested, entry->capabilities) ||
+         splitForWriting(*prepared.item, prepared);
 }
 
 }  // namespace vemko::io

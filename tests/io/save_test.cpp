@@ -139,6 +139,9 @@ TEST(Save, SplitsStereoForRowsOfLinkedPairs) {
     EXPECT_EQ(written.notes, scene.collection.notes);
     EXPECT_EQ(scene.wave.channels, 2);
     EXPECT_EQ(waveformsOf(*item).size(), before);
+    ASSERT_TRUE(saveItem(item, LinkedRow, folder / "out", optionsOf(LinkedRow, kMono), kRows))
+        << toUtf8(lastError());
+    EXPECT_EQ(written.waveforms, before) << "mono was asked for";
   }
 }
 
