@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include "core/filter.h"
+#include "formats/sfz/sfz.h"
 #include "formats/sfz/sfz_opcodes.h"
 #include "formats/sfz/sfz_text.h"
 #include "sfz_support.h"
@@ -10,6 +11,19 @@ namespace {
 
 using test::onlyRegion;
 using test::SfzFolder;
+
+TEST(SfzProbe, TellsDefinitionsFromOtherTexts) {
+  struct Case {
+    std::string_view text;
+    int score;
+  };
+  using namespace std::string_view_literals;
+  for (const Case& c : {Case{"// Piano\n/* by */ <region> sample=a.wav", 6}, Case{"<control>", 6},
+                        Case{"#define $KEY 60\n<region> key=$KEY", 6}, Case{"#include \"regions.sfz\"", 2},
+                        Case{"/* program */\n#include <stdio.h>\nint main() {}", 2}, Case{"lokey=1", 2},
+                        Case{"// only words", 2}, Case{"only words", 0}, Case{"lokey=1\0"sv, 0}})
+    EXPECT_EQ(probeSfz(asBytes(c.text), 0, c.text.size()), c.score) << c.text;
+}
 
 TEST(SfzRead, UnderstandsTheSyntax) {
   struct Case {

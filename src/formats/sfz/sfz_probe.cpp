@@ -25,11 +25,15 @@ std::string_view withoutComments(std::string_view text) {
   }
 }
 
-bool beginsLikeSfz(std::string_view text) {
-  if (text.starts_with("#define") || text.starts_with("#include")) return true;
+bool beginsWithHeader(std::string_view text) {
   for (std::string_view header : kHeaders)
     if (text.starts_with(header)) return true;
   return false;
+}
+
+// As programs in C may begin too.
+bool beginsWithDirective(std::string_view text) {
+  return text.starts_with("#define") || text.starts_with("#include");
 }
 
 // "name=", as the fragments begin that other files include.
@@ -45,11 +49,12 @@ int probeSfz(Bytes head, std::uint32_t, std::uint64_t) {
   std::string converted;
   const std::string_view text = plainTextOfFile(head, converted);
   const std::string_view first = withoutComments(text);
-  if (beginsLikeSfz(first)) return 6;
+  const auto hasRegion = [text] { return text.find("<region>") != text.npos; };
+  if (beginsWithHeader(first) || (beginsWithDirective(first) && hasRegion())) return 6;
   // Everything but text has zeros.
   if (text.find('\0') != text.npos) return 0;
   // Only together with the name; a comment may be longer than the head.
-  return first.empty() || beginsWithOpcode(first) || text.find("<region>") != text.npos ? 2 : 0;
+  return first.empty() || beginsWithDirective(first) || beginsWithOpcode(first) || hasRegion() ? 2 : 0;
 }
 
 }  // namespace vemko::sfz
