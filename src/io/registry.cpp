@@ -1,7 +1,5 @@
 #include "io/registry.h"
 
-#include <algorithm>
-
 #include "base/text.h"
 
 namespace vemko::io {
@@ -9,8 +7,8 @@ namespace {
 
 template <class Fits>
 int firstRow(int from, FormatRows rows, Fits fits) {
-  for (std::size_t row = static_cast<std::size_t>(std::max(from, 0)); row < rows.size(); ++row)
-    if (fits(rows[row])) return static_cast<int>(row);
+  for (int row = from; const FormatEntry* entry = formatRow(row, rows); ++row)
+    if (fits(*entry)) return row;
   return kNoRow;
 }
 

@@ -29,6 +29,8 @@ TEST(Registry, AnswersNoneOutsideTheTable) {
     EXPECT_EQ(extensionOf(row, kRows), u"");
     EXPECT_EQ(capabilitiesOf(row, kRows).capabilities, 0u);
     EXPECT_FALSE(canHold(row, ItemKind::Waveform, kRows));
+    EXPECT_EQ(nextReadingRow(row, kRows), kNoRow);
+    EXPECT_EQ(nextWritingRow(row, kRows), kNoRow);
   }
   EXPECT_EQ(descriptionOf(5, kRows), u"Xyz");
   EXPECT_TRUE(canHold(2, ItemKind::Collection, kRows));
