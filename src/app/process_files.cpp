@@ -104,7 +104,8 @@ struct OpenFile {
       item = items.front();
       break;
     }
-    return io::saveWithBackup(item, names.output, row, io::saveOptionsFor(row, encoding), false);
+    const io::CapabilityMask events = io::capabilitiesOf(row).capabilities & io::kMidiEvents;
+    return io::saveWithBackup(item, names.output, row, io::saveOptionsFor(row, encoding | events), false);
   }
 };
 
