@@ -1,6 +1,7 @@
 // Every row that writes waveforms: what goes in comes out, the samples and what stands beside them.
 #include <gtest/gtest.h>
 
+#include "formats/audio/audio.h"
 #include "formats/audio_support.h"
 #include "io/loss_report.h"
 #include "io/sample_layout.h"
@@ -278,6 +279,27 @@ TEST(AudioRows, LoopsAndMarkersComeBackUnlessTheLossReportSaysOtherwise) {
       if (!opened.waveform) continue;
       EXPECT_EQ(each.isThere(each.record, *opened.waveform), !isToldLost);
     }
+}
+
+// Files that were cut out of streams, or padded, begin with other bytes.
+TEST(MpegProbe, FindsFramesThatBeginLater) {
+  struct Case {
+    const char* name;
+    std::string before;
+    int frames;
+    std::uint32_t layer;
+    int score;
+  };
+  for (const Case& c : {Case{"at once", "", 8, 3, 6}, Case{"of another layer", "", 8, 2, 0},
+                        Case{"behind zeros", std::string(100, '\0'), 8, 3, 2},
+                        Case{"behind ones", std::string(300, '\xFF'), 8, 3, 2},
+                        Case{"of another layer behind zeros", std::string(100, '\0'), 8, 2, 0},
+                        Case{"too far behind", std::string(5000, '\0'), 8, 3, 0},
+                        Case{"too few behind zeros", std::string(100, '\0'), 3, 3, 0}}) {
+    std::string file = c.before;
+    for (int i = 0; i < c.frames; ++i) file += "\xFF\xFB\x90" + std::string(414, '\0');  // 128 kbit/s
+    EXPECT_EQ(audio::probeMpeg(asBytes(file), c.layer, file.size()), c.score) << c.name;
+  }
 }
 
 }  // namespace

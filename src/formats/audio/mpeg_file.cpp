@@ -1,5 +1,7 @@
 // MPEG audio files with ID3 and APE tags. They hold neither loops nor markers.
+#include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <iterator>
 #include <optional>
 
@@ -76,6 +78,19 @@ int countFrames(Bytes bytes, int enough, unsigned& layer) {
   return count;
 }
 
+// Behind the rest of a frame that a cut has left, or behind padding.
+bool hasLaterFrames(Bytes bytes, int enough, unsigned& layer) {
+  constexpr std::size_t kMostBefore = 4096;
+  const std::size_t end = std::min(bytes.size(), kMostBefore);
+  for (std::size_t at = 0; at < end; ++at) {
+    const void* sync = std::memchr(bytes.data() + at, 0xFF, end - at);
+    if (!sync) return false;
+    at = static_cast<std::size_t>(static_cast<const std::byte*>(sync) - bytes.data());
+    if (countFrames(bytes.subspan(at), enough, layer) == enough) return true;
+  }
+  return false;
+}
+
 // --- Tags at the end.
 
 constexpr std::size_t kId3v1Bytes = 128;
@@ -129,7 +144,8 @@ int probeMpeg(Bytes head, std::uint32_t variant, std::uint64_t fileSize) {
   if (tag.isLongerThanHead) return 2;
   unsigned layer = 0;
   const int frames = countFrames(tag.rest, kCertain, layer);
-  if (frames == 0 || (variant != 0 && layer != variant)) return 0;
+  if (frames == 0 && !hasLaterFrames(tag.rest, kCertain, layer)) return 0;
+  if (variant != 0 && layer != variant) return 0;
   const bool isWhole = head.size() == fileSize;
   return frames >= (isWhole ? kLikely : kCertain) ? 6 : 2;
 }
