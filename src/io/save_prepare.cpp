@@ -1,5 +1,9 @@
+#include <unordered_set>
+
 #include "base/last_error.h"
 #include "base/log.h"
+#include "base/text.h"
+#include "core/feature_use.h"
 #include "io/fixup.h"
 #include "io/samples.h"
 #include "io/save_steps.h"
@@ -60,6 +64,21 @@ bool render(Item& item, PreparedItem& prepared) {
   }
   prepared.item = &result;
   return true;
+}
+
+// Players find instruments by their numbers, so that of several with the same ones they reach one.
+void tellSharedPatches(const Item& item, const FormatEntry& entry) {
+  if (item.kind() != ItemKind::Collection || !entry.features.has(features::Patches)) return;
+  std::unordered_set<std::uint32_t> patches;
+  std::size_t shared = 0;
+  const Instrument* example = nullptr;
+  for (const Instrument* instrument : item.collection().all<Instrument>()) {
+    if (patches.insert(instrument->patch.word).second) continue;
+    if (shared++ == 0) example = instrument;
+  }
+  if (shared > 0)
+    logWarning(u"Instruments with the bank and program of another, of which players find only one: " +
+               toUtf16(std::to_string(shared)) + u", as " + example->displayName());
 }
 
 bool needsSplitting(const Item& item, CapabilityMask requested, CapabilityMask capabilities) {
@@ -139,6 +158,7 @@ bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, For
   if (!checkSamplesOf(*prepared.item)) return false;
   if (way == Way::Render && !render(*prepared.item, prepared)) return false;
   if (isEmpty(*prepared.item)) return fail(u"Empty item - nothing to save");
+  tellSharedPatches(*prepared.item, *entry);
   return !needsSplitting(*prepared.item, options.requested, entry->capabilities) ||
          splitForWriting(*prepared.item, prepared);
 }
