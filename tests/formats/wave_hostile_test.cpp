@@ -103,6 +103,7 @@ TEST(WaveReader, AnswersBadFilesWithAMessageOrWhatIsThere) {
       {"short fact", riffFile({format, {"fact", text("ab")}, {"data", data}}), "8 x 1 @ 44100"},
       {"ds64", large(16), "8 x 1 @ 44100"},
       {"ds64 of less", large(6), "3 x 1 @ 44100"},
+      {"ds64 that was never filled in", large(0), "8 x 1 @ 44100"},
       {"ds64 of more", large(0xFFFFFFFFFFFFFFFF), "8 x 1 @ 44100"},
   };
   TempFolder folder;

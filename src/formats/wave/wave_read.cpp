@@ -64,7 +64,8 @@ bool isUnfinished(const WaveFile& file, const riff::Chunk& data) {
 std::uint64_t trueDataSize(const WaveFile& file, const riff::Chunk& chunk) {
   const std::uint64_t held = file.chunks.size() - chunk.offset;
   std::uint64_t size = chunk.size;
-  if (size == kUnknownSize && file.largeDataSize) size = *file.largeDataSize;
+  const std::uint64_t largeSize = file.largeDataSize.value_or(0);
+  if (size == kUnknownSize) size = largeSize != 0 ? largeSize : std::max(size, held);
   if (size == 0 && held > 0 && isUnfinished(file, chunk)) {
     logWarning(u"The size of the 'data' chunk was never filled in: reading what is there");
     size = held;
