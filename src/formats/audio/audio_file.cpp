@@ -5,9 +5,39 @@
 #include "base/last_error.h"
 #include "base/log.h"
 #include "base/text.h"
+#include "codecs/ape.h"
 #include "codecs/sample_writer.h"
+#include "formats/audio/probes.h"
 
 namespace vemko::audio {
+namespace {
+
+constexpr std::size_t kId3v1Bytes = 128;
+
+void readId3v1(Bytes tag, Waveform& waveform) {
+  constexpr std::size_t kFieldBytes = 30;
+  ByteReader reader(tag);
+  reader.skip(3);
+  for (TextProperty property : {TextProperty::Name, TextProperty::Artist, TextProperty::Product}) {
+    const std::u16string text = decodeText(reader.take(kFieldBytes));
+    if (waveform.text(property).empty()) waveform.setText(property, text);
+  }
+  reader.skip(4);  // year
+  if (waveform.text(TextProperty::Comments).empty())
+    waveform.setText(TextProperty::Comments, decodeText(reader.take(kFieldBytes)));
+}
+
+}  // namespace
+
+void readTagsAtEnd(Bytes file, Waveform& waveform) {
+  Bytes oldTag;
+  if (file.size() >= kId3v1Bytes && startsWith(file, "TAG", file.size() - kId3v1Bytes)) {
+    oldTag = file.last(kId3v1Bytes);
+    file = file.first(file.size() - kId3v1Bytes);
+  }
+  readApe(file, waveform);
+  if (!oldTag.empty()) readId3v1(oldTag, waveform);
+}
 
 Waveform* addWaveform(Collection& collection, const CompressedSamples& samples) {
   if (samples.facts.frames > UINT32_MAX) {

@@ -13,6 +13,9 @@ namespace vemko::audio {
 /// than a waveform counts.
 Waveform* addWaveform(Collection& collection, const CompressedSamples& samples);
 
+/// The APE tag, and the ID3v1 tag that may stand behind it; for what has no text yet.
+void readTagsAtEnd(Bytes file, Waveform& waveform);
+
 /// After the texts were read: a waveform without a name takes the file's.
 void nameAfterFile(Waveform& waveform, const InputFile& file);
 

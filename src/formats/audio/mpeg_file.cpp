@@ -91,34 +91,6 @@ bool hasLaterFrames(Bytes bytes, int enough, unsigned& layer) {
   return false;
 }
 
-// --- Tags at the end.
-
-constexpr std::size_t kId3v1Bytes = 128;
-
-void readId3v1(Bytes tag, Waveform& waveform) {
-  constexpr std::size_t kFieldBytes = 30;
-  ByteReader reader(tag);
-  reader.skip(3);
-  for (TextProperty property : {TextProperty::Name, TextProperty::Artist, TextProperty::Product}) {
-    const std::u16string text = decodeText(reader.take(kFieldBytes));
-    if (waveform.text(property).empty()) waveform.setText(property, text);
-  }
-  reader.skip(4);  // year
-  if (waveform.text(TextProperty::Comments).empty())
-    waveform.setText(TextProperty::Comments, decodeText(reader.take(kFieldBytes)));
-}
-
-void readTags(Bytes bytes, Waveform& waveform) {
-  readId3(bytes, waveform);
-  Bytes oldTag;
-  if (bytes.size() >= kId3v1Bytes && startsWith(bytes, "TAG", bytes.size() - kId3v1Bytes)) {
-    oldTag = bytes.last(kId3v1Bytes);
-    bytes = bytes.first(bytes.size() - kId3v1Bytes);
-  }
-  readApe(bytes, waveform);
-  if (!oldTag.empty()) readId3v1(oldTag, waveform);
-}
-
 mpeg::EncodeOptions encodeOptions(const io::SaveOptions& save) {
   mpeg::EncodeOptions result;
   result.bitsPerSecond = mpeg::bitRateOfSetting(save.setting);
@@ -155,7 +127,8 @@ bool readMpeg(Collection& collection, InputFile& file, std::uint32_t) {
   if (!mpeg::open(FilePart::whole(file), samples)) return false;
   Waveform* waveform = addWaveform(collection, samples);
   if (!waveform) return false;
-  readTags(file.bytes(), *waveform);
+  readId3(file.bytes(), *waveform);
+  readTagsAtEnd(file.bytes(), *waveform);
   nameAfterFile(*waveform, file);
   return true;
 }

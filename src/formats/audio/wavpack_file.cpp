@@ -49,7 +49,7 @@ bool readWavpack(Collection& collection, InputFile& file, std::uint32_t) {
   Waveform* waveform = addWaveform(collection, samples);
   if (!waveform) return false;
   readWrapper(wrapper, *waveform);
-  readApe(file.bytes(), *waveform);
+  readTagsAtEnd(file.bytes(), *waveform);
   nameAfterFile(*waveform, file);
   return true;
 }
