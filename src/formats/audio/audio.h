@@ -110,10 +110,13 @@ bool readSndfile(Collection& collection, InputFile& file, std::uint32_t variant)
 bool writeSndfile(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForSndfile(bool writing);
 
-// These need the library for reading only.
+// This needs the library for reading only.
 bool writeAiff(Item& item, OutputFile& file, const io::SaveOptions& options);  ///< kAiff, kAifc
-bool writeVoc(Item& item, OutputFile& file, const io::SaveOptions& options);
 std::u16string missingForReading(bool writing);
+
+// These need no library: the one at hand takes what lies behind the first sound for samples, too.
+bool readVoc(Collection& collection, InputFile& file, std::uint32_t variant);
+bool writeVoc(Item& item, OutputFile& file, const io::SaveOptions& options);
 
 constexpr io::CapabilityMask sndfileCapabilities(SndfileType type) {
   using enum SampleEncoding;

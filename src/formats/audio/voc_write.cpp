@@ -1,5 +1,5 @@
-// Creative voice files are written here, as one block of the kind that tells the sample rate exactly; the
-// library that reads them would round it to what a byte can say, which puts samples out of tune.
+// Creative voice files are written as one block of the kind that tells the sample rate exactly; the older
+// kind rounds it to what a byte can say, which puts samples out of tune.
 #include <algorithm>
 
 #include "base/last_error.h"
