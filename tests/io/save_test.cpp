@@ -323,7 +323,10 @@ TEST(Save, ReportsAndTakesOverTheFile) {
   setLogSink(before);
   setProgressSink({});
   setRecentFileSink({});
-  EXPECT_EQ(logged, Names{"Saved: " + path.string() + " (3 Bytes)"});
+  EXPECT_EQ(
+      logged,
+      (Names{"Instruments with the bank and program of another, of which players find only one: 1, as silent",
+             "Saved: " + path.string() + " (3 Bytes)"}));
   EXPECT_EQ(statuses, (Names{"Saving", "Writing: " + path.string(), "Saved: " + path.string(), "Saving",
                              "Failed to Save."}));
   EXPECT_EQ(recent, (std::vector<Path>{path, folder / "b"}));
