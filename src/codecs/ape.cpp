@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "base/version.h"
 
 namespace vemko {
 namespace {
@@ -116,6 +117,8 @@ std::vector<std::byte> buildApe(const Item& item, bool withName) {
     ++count;
   }
   if (count == 0) return {};
+  appendItem(items, "Encoder", 0, asBytes(kSoftwareName));
+  ++count;
   ByteWriter tag;
   appendEnd(tag, items.size(), count, kHasHeader | kIsHeader);
   tag.append(items.bytes);

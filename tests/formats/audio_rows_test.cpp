@@ -156,7 +156,7 @@ constexpr KeptCase kKeptCases[] = {
   {u"Creative voice",                       "------------"},
   {u"Wave-64",                              "------------"},
   {u"Microsoft wave",                       "NACOEPFIKTVS"},
-  {u"WavPack",                              "NACOEPFIKTV-"},
+  {u"WavPack",                              "NACOEPFIKTVS"},
 };
 // clang-format on
 
