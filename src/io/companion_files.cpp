@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/last_error.h"
 #include "base/log.h"
 #include "base/memory.h"
 #include "base/parallel_for.h"
+#include "io/open.h"
 #include "io/registry.h"
 #include "io/save_steps.h"
 #include "platform/folders.h"
@@ -26,6 +28,25 @@ bool haveEqualBytes(const Path& a, const Path& b) {
   return true;
 }
 
+bool isDescribedAlike(const Waveform& a, const Waveform& b) {
+  const auto differ = [&](TextProperty property) {
+    return property != TextProperty::Name && a.text(property) != b.text(property);
+  };
+  return a.rate == b.rate && std::ranges::none_of(kTextProperties, differ) &&
+         std::ranges::equal(a.image(), b.image());
+}
+
+// Whether the file still says of the waveform what no definition that refers to it can say.
+bool describes(const Path& file, const Waveform& waveform) {
+  const LastErrorKeeper message;
+  LogSink sink = setLogSink({});  // what there is to tell was told when the sample was read
+  Collection read;
+  const bool same = withinMemory([&] { return openAudioFile(read, file); }) &&
+                    isDescribedAlike(*read.all<Waveform>().front(), waveform);
+  setLogSink(std::move(sink));
+  return same;
+}
+
 // The name of the file in `folder` that the waveform was read from, if it holds just these samples as they
 // would be written; empty otherwise.
 Path ownFile(const Waveform& waveform, const Path& folder, const Path& extension,
@@ -39,7 +60,8 @@ Path ownFile(const Waveform& waveform, const Path& folder, const Path& extension
     return {};
   const std::uint64_t samples = std::uint64_t{waveform.frames} * waveform.channels;
   const std::uint64_t width = samples > 0 ? stored->byteCount / samples : 0;
-  return width > 0 && stored->byteCount == samples * width ? path.filename() : Path();
+  const bool isSame = width > 0 && stored->byteCount == samples * width && describes(path, waveform);
+  return isSame ? path.filename() : Path();
 }
 
 std::shared_ptr<const void> identityOf(const Waveform& waveform) {

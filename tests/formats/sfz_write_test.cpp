@@ -323,6 +323,30 @@ TEST(SfzWrite, LeavesFilesOfTheFolderAlone) {
   EXPECT_NE(contentOf(folder / "x.sfz").find("sample=wave (2).wav\r\n"), std::string::npos);
 }
 
+// What the definition has no word for is written into a file of its own.
+TEST(SfzWrite, ASampleThatWasDescribedAnewIsWrittenAnew) {
+  void (*const edits[])(Waveform&) = {
+      [](Waveform& wave) { wave.rate = 22050; },
+      [](Waveform& wave) { wave.setText(TextProperty::Artist, u"Somebody"); },
+      [](Waveform& wave) { wave.setImage(asBytes("\xFF\xD8\xFF picture")); },
+  };
+  for (const auto& edit : edits) {
+    TempFolder folder;
+    test::putWave(folder / "wave.wav");
+    test::putFile(folder / "x.sfz", "<region>sample=wave.wav");
+    Collection before, after;
+    test::openPlain(before, folder / "x.sfz");
+    edit(*before.all<Waveform>().at(0));
+    ASSERT_TRUE(save(*before.allOf(ItemKind::Instrument).at(0), folder / "x.sfz"));
+    test::openPlain(after, folder / "x.sfz");
+    const Waveform &was = *before.all<Waveform>().at(0), &is = *after.all<Waveform>().at(0);
+    EXPECT_EQ(is.rate, was.rate);
+    EXPECT_EQ(is.text(TextProperty::Artist), was.text(TextProperty::Artist));
+    EXPECT_EQ(is.image().size(), was.image().size());
+    EXPECT_EQ(filesIn(folder.path()), (std::vector<std::string>{"wave (2).wav", "wave.wav", "x.sfz"}));
+  }
+}
+
 TEST(SfzWrite, NeverFollowsALinkOutOfTheFolder) {
   if (!test::kPosix) GTEST_SKIP() << test::kPosixOnly;
   TempFolder folder, elsewhere;
