@@ -129,6 +129,27 @@ TEST(Document, SavingMakesItUnchangedAndUndoChangesItAgain) {
   EXPECT_FALSE(bank.document.isChanged());
 }
 
+// The save moves the play section from the region to the waveform.
+TEST(Document, WhatASaveTidiesIsAStep) {
+  test::TempFolder folder;
+  Bank bank;
+  Collection& collection = bank.document.collection();
+  auto& wave = *collection.find<Waveform>(bank.wave);
+  wave.setSamples(SampleBuffer::allocate(100, 1, 44100));
+  const Ids ids{bank.region};
+  bank.document.edit(u"Start", ids, Document::Touches::Content, [&](Document::Created&) {
+    collection.find<Region>(bank.region)->section.start = 10;
+    return true;
+  });
+  const int row = io::findWritingRow(u"sfz", kindBit(ItemKind::Instrument));
+  ASSERT_TRUE(bank.document.save(*collection.find(bank.b), folder / "b.sfz", row, io::saveOptionsFor(row, 0)))
+      << toUtf8(lastError());
+  EXPECT_EQ(effectivePlaySection(*collection.find<Region>(bank.region)).start, 10u);
+  ASSERT_TRUE(bank.document.undo() && bank.document.undo());
+  EXPECT_EQ(effectivePlaySection(*collection.find<Region>(bank.region)).start, 0u);
+  EXPECT_FALSE(bank.document.undo());
+}
+
 TEST(Document, SongsAreSavedAsEvents) {
   const test::TempFolder folder;
   const Path path = folder / "song.mid";

@@ -41,6 +41,29 @@ std::uint64_t newIdentity() {
   return std::uint64_t{random()} << 32 | random();
 }
 
+// What a tidying may change, for equality only.
+std::vector<std::size_t> contentsOf(const Collection& collection) {
+  std::vector<std::size_t> contents;
+  auto add = [&](auto... values) { (contents.push_back(static_cast<std::size_t>(values)), ...); };
+  collection.forEach<Instrument>([&](const Instrument& instrument) {
+    add(instrument.id(), std::hash<std::u16string>()(instrument.name()), instrument.articulation.hash(),
+        instrument.children.size());
+  });
+  collection.forEach<Layer>(
+      [&](const Layer& layer) { add(layer.id(), layer.articulation.hash(), layer.children.size()); });
+  collection.forEach<Region>([&](const Region& region) {
+    add(region.id(), region.parent, region.waveformId, region.section.start, region.section.end,
+        region.articulation.hash());
+  });
+  collection.forEach<Song>(
+      [&](const Song& song) { add(song.id(), std::hash<std::u16string>()(song.name())); });
+  collection.forEach<Waveform>([&](const Waveform& waveform) {
+    add(waveform.id(), std::hash<std::u16string>()(waveform.name()), waveform.frames, waveform.channels);
+    for (const LoopRecord& record : waveform.records) add(record.id, record.start, record.end, record.play);
+  });
+  return contents;
+}
+
 // Songs go to a file as events wherever its format has them; only elsewhere is it their sound.
 io::SaveOptions withEvents(io::SaveOptions options, int row) {
   options.requested |= io::capabilitiesOf(row).capabilities & io::kMidiEvents;
@@ -105,13 +128,13 @@ io::SaveAllResult Document::saveAll(io::SaveAllRequest request) {
   return result;
 }
 
-// Saving tidies what it stores. Where items came or went by that, it becomes a step like any other.
+// Saving tidies what it stores. Where that changed anything, it becomes a step like any other.
 void Document::whileSaving(const std::function<void()>& work) {
-  const Counts before = countsOf(collection_);
+  const std::vector<std::size_t> before = contentsOf(collection_);
   const std::vector<ItemId> items = allItems(collection_);
   Snapshot snapshot = Snapshot::capture(collection_, items);
   work();
-  if (countsOf(collection_) == before) return;
+  if (contentsOf(collection_) == before) return;
   std::vector<ItemId> created = allItems(collection_);
   const std::unordered_set<ItemId> known(items.begin(), items.end());
   std::erase_if(created, [&](ItemId id) { return known.contains(id); });
