@@ -5,6 +5,7 @@
 
 #include "base/last_error.h"
 #include "base/log.h"
+#include "base/log_mute.h"
 #include "base/memory.h"
 #include "base/parallel_for.h"
 #include "io/open.h"
@@ -39,12 +40,10 @@ bool isDescribedAlike(const Waveform& a, const Waveform& b) {
 // Whether the file still says of the waveform what no definition that refers to it can say.
 bool describes(const Path& file, const Waveform& waveform) {
   const LastErrorKeeper message;
-  LogSink sink = setLogSink({});  // what there is to tell was told when the sample was read
+  const LogMute mute;  // what there is to tell was told when the sample was read
   Collection read;
-  const bool same = withinMemory([&] { return openAudioFile(read, file); }) &&
-                    isDescribedAlike(*read.all<Waveform>().front(), waveform);
-  setLogSink(std::move(sink));
-  return same;
+  return withinMemory([&] { return openAudioFile(read, file); }) &&
+         isDescribedAlike(*read.all<Waveform>().front(), waveform);
 }
 
 // The name of the file in `folder` that the waveform was read from, if it holds just these samples as they
