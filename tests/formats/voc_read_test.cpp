@@ -27,7 +27,8 @@ std::string levelsOf(Waveform& waveform) {
 
 TEST(VocReader, ReadsBlocksInAnyNumber) {
   const std::string stereo = block(8, std::string("\xF2\xE9\0\x01", 4));  // 256e6 / (65536 - 59890) / 2
-  const std::string words = block(9, std::string("\x40\x1F\0\0\x10\x01\x04\0\0\0\0\0\0\x40\0\xC0", 16));
+  const std::string newSound("\x40\x1F\0\0\x10\x01\x04\0\0\0\0\0", 12), upDown("\0\x40\0\xC0", 4);
+  const std::string words = block(9, newSound + upDown);
   const std::string silence = block(3, std::string("\x03\0\xA6", 3));
   struct Case {
     const char* name;
@@ -51,6 +52,9 @@ TEST(VocReader, ReadsBlocksInAnyNumber) {
            Case{"repeated twice", block(6, "\x02\1") + sound(kUp) + block(7, "") + kEnd, "+++"},
            Case{"stereo", stereo + sound("\xC0\x40\xC0\x40") + kEnd, "+-+-", 22671, 2},
            Case{"the newer block", words + kEnd, "+-", 8000},
+           Case{"a size that leaves out eight bytes, as SoX writes it",
+                block(9, newSound + upDown) + upDown + upDown + kEnd, "+-+-+-", 8000},
+           Case{"eight bytes that are a block", words + block(5, "text") + kEnd, "+-", 8000},
            Case{"another kind behind", sound(kUp) + words + block(2, kDown) + kEnd, "+++"},
        }) {
     SCOPED_TRACE(c.name);

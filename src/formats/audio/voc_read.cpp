@@ -139,7 +139,7 @@ class VocReader {
       const std::uint16_t low = reader.u16();
       const std::size_t size = std::size_t{reader.u8()} << 16 | low;
       if (!reader.ok) break;
-      const Bytes body = reader.take(std::min(size, reader.remaining()));
+      const Bytes body = reader.take(std::min(size + uncounted(type, reader, size), reader.remaining()));
       if (!take(type, body)) return false;
       at += 4 + body.size();
     }
@@ -160,6 +160,18 @@ class VocReader {
   }
 
  private:
+  // SoX leaves the last eight bytes of the header out of the size of its one block: just as many stand
+  // between that block and the one that ends the file, unless these are a block of their own.
+  static std::size_t uncounted(std::uint8_t type, ByteReader reader, std::size_t size) {
+    constexpr std::size_t kLeftOut = 8, kBlockHeaderBytes = 4;
+    if (type != kNew || reader.remaining() != size + kLeftOut + 1) return 0;
+    const Bytes rest = reader.rest().subspan(size);
+    const auto next = static_cast<std::uint8_t>(rest.front());
+    const std::uint32_t nextSize = ByteReader(rest).u32() >> 8;
+    const bool isBlock = next > kEnd && next <= kNew && nextSize + kBlockHeaderBytes == kLeftOut;
+    return rest.back() == std::byte{kEnd} && !isBlock ? kLeftOut : 0;
+  }
+
   bool take(std::uint8_t type, Bytes body) {
     ByteReader reader(body);
     switch (type) {
