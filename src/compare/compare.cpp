@@ -7,6 +7,7 @@
 #include "base/parallel_for.h"
 #include "compare/differences.h"
 #include "compare/match.h"
+#include "core/regions_at_rest.h"
 
 namespace vemko::compare {
 namespace {
@@ -27,11 +28,18 @@ FeatureMask featureOfSide(const Item& item) {
   return waveform && waveform->side != StereoSide::None ? featureBit(features::PannedStereo) : FeatureMask();
 }
 
+/// For a format that keeps only what plays at rest.
+constexpr FeatureMask kLeavesOut =
+    featureBits({features::SilentRegions, features::TriggerTypes, features::PlayRules});
+
 template <class T>
-void addMissing(const Matched<T>& matched, std::vector<Difference>& differences) {
+void addMissing(const Matched<T>& matched, const std::unordered_set<ItemId>& notAtRest,
+                std::vector<Difference>& differences) {
   const auto add = [&](const T& item, bool isFirst) {
+    FeatureMask features = featureOfSide(item);
+    if (isFirst && notAtRest.contains(item.id())) features |= kLeavesOut;
     differences.push_back(
-        {placeOf(item), u"missing", isFirst ? u"yes" : u"no", isFirst ? u"no" : u"yes", featureOfSide(item)});
+        {placeOf(item), u"missing", isFirst ? u"yes" : u"no", isFirst ? u"no" : u"yes", features});
   };
   for (const T* item : matched.onlyFirst) add(*item, true);
   for (const T* item : matched.onlySecond) add(*item, false);
@@ -46,7 +54,7 @@ std::vector<const T*> allOf(const Collection& collection) {
 class Comparison {
  public:
   Comparison(const Collection& first, const Collection& second, const Options& options)
-      : first_(first), second_(second), options_(options) {}
+      : first_(first), second_(second), options_(options), played_(playedWaveforms(first)) {}
 
   Report run() {
     compareWaveforms();
@@ -64,21 +72,26 @@ class Comparison {
     parallelFor(found.size(), [&](std::size_t i) {
       const auto& [mine, other] = matched.pairs[i];
       Differences differences(options_, placeOf(*mine));
-      compare::compareWaveforms(*mine, *other, differences);
+      compare::compareWaveforms(*mine, *other, isPlayed(*mine), differences);
       if (first_.count(ItemKind::Instrument) == 0 || second_.count(ItemKind::Instrument) == 0)
         compareRootKeys(*mine, *other, differences);
       found[i] = differences.take();
       return true;
     });
     for (auto& each : found) append(report_.differences, std::move(each));
-    addMissing(matched, report_.differences);
+    addMissing(matched, played_.notAtRest, report_.differences);
     report_.waveforms = matched.pairs.size();
+  }
+
+  // Of a collection without instruments, waveforms are all there is to play.
+  bool isPlayed(const Waveform& waveform) const {
+    return first_.count(ItemKind::Instrument) == 0 || played_.atRest.contains(waveform.id());
   }
 
   void compareInstruments() {
     const auto a = allOf<Instrument>(first_), b = allOf<Instrument>(second_);
     const auto matched = matchInstruments(a, b, *classes_);
-    addMissing(matched, report_.differences);
+    addMissing(matched, played_.notAtRest, report_.differences);
     for (const auto& [mine, other] : matched.pairs) compareInstrument(*mine, *other);
     report_.instruments = matched.pairs.size();
   }
@@ -104,8 +117,6 @@ class Comparison {
   }
 
   void addMissingRegion(const Region& region, bool isFirst) {
-    constexpr FeatureMask kLeavesOut =
-        featureBits({features::SilentRegions, features::TriggerTypes, features::PlayRules});
     FeatureMask features = featuresOf(region) & kLeavesOut;
     if (region.waveform()) features |= featureOfSide(*region.waveform());
     report_.differences.push_back({compare::placeOf(region), u"missing region", isFirst ? u"yes" : u"no",
@@ -115,7 +126,7 @@ class Comparison {
   void compareSongs() {
     const auto a = allOf<Song>(first_), b = allOf<Song>(second_);
     const auto matched = matchSongs(a, b);
-    addMissing(matched, report_.differences);
+    addMissing(matched, played_.notAtRest, report_.differences);
     for (const auto& [mine, other] : matched.pairs) compareSong(*mine, *other);
     report_.songs = matched.pairs.size();
   }
@@ -130,6 +141,7 @@ class Comparison {
   const Collection& first_;
   const Collection& second_;
   const Options& options_;
+  const PlayedWaveforms played_;  // of the first
   std::optional<WaveformClasses> classes_;
   Report report_;
 };

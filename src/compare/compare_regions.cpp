@@ -173,12 +173,25 @@ void compareArticulation(const Region& first, const Region& second, Differences&
     }
 }
 
+void compareSwitches(const KeySwitches& first, const KeySwitches& second, Differences& differences) {
+  if (first.waitsForLast() || second.waitsForLast()) {
+    compareRanges(u"key switches", first.range, second.range, differences);
+    compareRanges(u"last key switch", first.last, second.last, differences);
+    differences.whole(u"key switch at start", first.atStart, second.atStart);
+  }
+  differences.whole(u"key held", first.down, second.down);
+  differences.whole(u"key not held", first.up, second.up);
+  differences.whole(u"key before", first.previous, second.previous);
+}
+
 void compareRules(const PlayRules& first, const PlayRules& second, Differences& differences) {
   auto list = [](const std::vector<ControllerRange>& ranges) {
     std::u16string text;
-    for (const ControllerRange& range : ranges)
+    for (const ControllerRange& range : ranges) {
       text += (text.empty() ? u"" : u", ") + decimalText(range.controller) + u": " +
               rangeText({range.low, range.high});
+      if (range.atRest != 0) text += u" from " + decimalText(range.atRest);
+    }
     return text.empty() ? u"none" : text;
   };
   differences.need(featureBit(features::PlayRules));
@@ -193,6 +206,7 @@ void compareRules(const PlayRules& first, const PlayRules& second, Differences& 
   differences.whole(u"ignores keys", first.ignoresKeys, second.ignoresKeys);
   differences.text(u"controllers", list(first.controllers), list(second.controllers));
   differences.text(u"started by controllers", list(first.starts), list(second.starts));
+  compareSwitches(first.switches, second.switches, differences);
   differences.need(featureBit(features::CrossFades));
   differences.whole(u"key fade curve", static_cast<int>(first.keyFade), static_cast<int>(second.keyFade));
   differences.whole(u"velocity fade curve", static_cast<int>(first.velocityFade),

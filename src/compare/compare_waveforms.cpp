@@ -122,20 +122,15 @@ void compareLists(std::u16string_view what, const std::vector<const LoopRecord*>
 bool plays(const LoopRecord* loop) { return loop && loop->play != LoopPlay::Off; }
 
 // Where zones say whether a loop is on, a waveform that none plays has its place alone.
-bool isOfZones(const Waveform& waveform, const LoopRecord* first, const LoopRecord* second) {
-  if (!first || !second || first->start != second->start || first->end != second->end) return false;
-  bool isPlayed = waveform.collection().count(ItemKind::Instrument) == 0;
-  waveform.collection().forEach<Region>([&](const Region& region) {
-    isPlayed = isPlayed || (region.waveformId == waveform.id() && soundsOnAttack(region));
-  });
-  return !isPlayed;
+bool isOfZones(bool isPlayed, const LoopRecord* first, const LoopRecord* second) {
+  return !isPlayed && first && second && first->start == second->start && first->end == second->end;
 }
 
-void compareLoops(const Waveform& first, const Waveform& second, Differences& differences) {
+void compareLoops(const Waveform& first, const Waveform& second, bool isPlayed, Differences& differences) {
   const LoopRecord *a = first.mainLoop(), *b = second.mainLoop();
   if (plays(a) && plays(b)) {
     compareRecords(u"loop", *a, *b, {first, second}, differences);
-  } else if (plays(a) != plays(b) && !isOfZones(first, a, b)) {
+  } else if (plays(a) != plays(b) && !isOfZones(isPlayed, a, b)) {
     differences.need(featureBit(features::Loops));
     differences.add(u"loop", plays(a) ? u"yes" : u"no", plays(b) ? u"yes" : u"no");
   }
@@ -172,14 +167,15 @@ void compareSamples(const Waveform& first, const Waveform& second, Differences& 
 
 }  // namespace
 
-void compareWaveforms(const Waveform& first, const Waveform& second, Differences& differences) {
+void compareWaveforms(const Waveform& first, const Waveform& second, bool isPlayed,
+                      Differences& differences) {
   compareTexts(first, second, differences);
   if (first.rate == second.rate) differences.whole(u"frames", first.frames, second.frames);
   differences.whole(u"sample rate", first.rate, second.rate);
   differences.need(first.channels != second.channels ? featureBit(features::PannedStereo) : FeatureMask());
   differences.whole(u"channels", first.channels, second.channels);
   differences.need(0);
-  compareLoops(first, second, differences);
+  compareLoops(first, second, isPlayed, differences);
   if (differences.options().samples) compareSamples(first, second, differences);
 }
 

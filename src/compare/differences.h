@@ -34,7 +34,8 @@ std::u16string decimalText(double value);
 std::u16string placeOf(const Region& region);
 
 void compareTexts(const Item& first, const Item& second, Differences& differences);
-void compareWaveforms(const Waveform& first, const Waveform& second, Differences& differences);
+/// `isPlayed`: a note at rest plays the first one.
+void compareWaveforms(const Waveform& first, const Waveform& second, bool isPlayed, Differences& differences);
 /// What regions otherwise say: root key, fine tune and volume adjustment.
 void compareRootKeys(const Waveform& first, const Waveform& second, Differences& differences);
 /// The events of all tracks together: how they are spread over tracks is not heard.

@@ -13,6 +13,7 @@
 
 #include "core/articulation.h"
 #include "core/item.h"
+#include "core/midi_range.h"
 #include "core/play_rules.h"
 #include "core/sends.h"
 #include "core/waveform.h"
@@ -31,15 +32,6 @@ struct Synth final : Item {
   void setMode(std::uint32_t newMode, Bytes block);
   ItemKind kind() const override { return ItemKind::Synth; }
   std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
-};
-
-/// Inclusive bounds 0..127 of MIDI keys or velocities.
-struct MidiRange {
-  std::uint8_t low = 0;
-  std::uint8_t high = 127;
-  bool contains(int value) const { return value >= low && value <= high; }
-  bool overlaps(const MidiRange& other) const { return low <= other.high && other.low <= high; }
-  friend bool operator==(const MidiRange&, const MidiRange&) = default;
 };
 
 enum class Trigger : std::uint8_t { Attack, Release, First, Legato };
@@ -85,7 +77,8 @@ PlaySection effectivePlaySection(const Region& region);
 int effectiveRootKey(const Region& region);
 /// The region's rules, the defaults where it has none.
 const PlayRules& rulesOf(const Region& region);
-/// Whether the start of a note plays a sample of it, which is all that sound banks know.
+/// Whether the start of a note can play a sample of it as long as no controller was moved and no other key is
+/// held or was played before. regionsAtRest() also sees to what regions decide among each other.
 bool soundsOnAttack(const Region& region);
 /// Equal in everything that decides when and how a region plays its waveform; the waveform and the
 /// articulation are not looked at. A field that Region gains belongs here too.

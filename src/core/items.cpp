@@ -49,6 +49,17 @@ MidiRange boundedRange(MidiRange range) {
   return {std::min(range.low, kLastMidiValue), std::min(range.high, kLastMidiValue)};
 }
 
+// Sources from kNoteSources on belong to the note, and wheel positions have their rest in the middle: either
+// is met by some notes at least. The random ones among them begin at 0.
+bool isMetAtRest(const ControllerRange& range) {
+  constexpr std::uint8_t kPitchWheel = 128, kNoteSources = 131, kRandom = 135, kRandomBothWays = 136,
+                         kAlternating = 137;
+  const std::uint8_t source = range.controller;
+  const bool isOfNote = source >= kNoteSources && source != kRandom && source != kAlternating;
+  if (isOfNote || source == kPitchWheel || source == kRandomBothWays) return true;
+  return range.low <= range.atRest && range.atRest <= range.high;
+}
+
 void giveNewRecordIds(Waveform& waveform) {
   std::uint32_t mainLoopId = 0;
   for (LoopRecord& record : waveform.records) {
@@ -147,8 +158,13 @@ const PlayRules& rulesOf(const Region& region) {
 }
 
 bool soundsOnAttack(const Region& region) {
-  return region.waveform() && region.trigger != Trigger::Release && region.trigger != Trigger::Legato &&
-         !rulesOf(region).ignoresKeys;
+  if (!region.waveform() || region.trigger == Trigger::Release || region.trigger == Trigger::Legato)
+    return false;
+  if (!region.rules) return true;
+  const KeySwitches& switches = region.rules->switches;
+  return !region.rules->ignoresKeys && switches.down == KeySwitches::kNone &&
+         switches.previous == KeySwitches::kNone &&
+         std::ranges::all_of(region.rules->controllers, isMetAtRest);
 }
 
 bool playsAlike(const Region& a, const Region& b) {

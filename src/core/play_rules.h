@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "core/midi_range.h"
+
 namespace vemko {
 
 /// Values low to high, 0..127 each, of a MIDI controller; 128 and above are sources that are no controllers
@@ -12,11 +14,28 @@ struct ControllerRange {
   std::uint8_t controller = 0;
   std::uint8_t low = 0;
   std::uint8_t high = 127;
+  std::uint8_t atRest = 0;  ///< The value before anybody moves the controller.
   friend auto operator<=>(const ControllerRange&, const ControllerRange&) = default;
 };
 
 /// The shape of cross-fades.
 enum class FadeCurve : std::uint8_t { Power, Gain };
+
+/// Keys that choose what others play. Without any of the conditions none of it means anything.
+struct KeySwitches {
+  static constexpr std::uint8_t kNone = 255;
+
+  MidiRange range;                ///< Where the switches of `last` are.
+  MidiRange last{kNone, kNone};   ///< Plays when the last switch that was pressed is one of these.
+  std::uint8_t atStart = kNone;   ///< The switch that counts as pressed before any was.
+  std::uint8_t down = kNone;      ///< Plays while this key is held ...
+  std::uint8_t up = kNone;        ///< ... or while this one is not.
+  std::uint8_t previous = kNone;  ///< Plays when this key was the one before.
+
+  bool waitsForLast() const { return last.low != kNone; }
+  bool hasConditions() const { return waitsForLast() || down != kNone || up != kNone || previous != kNone; }
+  friend bool operator==(const KeySwitches&, const KeySwitches&) = default;
+};
 
 struct PlayRules {
   /// Every sequenceLength-th note plays it, first the one at sequencePosition (from 1).
@@ -32,6 +51,7 @@ struct PlayRules {
   FadeCurve keyFade = FadeCurve::Power, velocityFade = FadeCurve::Power;
   std::vector<ControllerRange> controllers;  ///< All must hold when a note starts; by controller.
   std::vector<ControllerRange> starts;       ///< A controller that comes into the range starts it.
+  KeySwitches switches;
 
   friend bool operator==(const PlayRules&, const PlayRules&) = default;
 };

@@ -40,7 +40,8 @@ ItemId fill(Collection& collection) {
   rules.randomHigh = 0.5f;
   rules.stopsNaturally = true;
   rules.velocityFade = FadeCurve::Gain;
-  rules.controllers = {{64, 1, 100}, {1, 2, 3}};
+  rules.controllers = {{64, 1, 100, 50}, {1, 2, 3}};
+  rules.switches = {{24, 35}, {24, 25}, 25, 1, 2, 3};
   region.rules = std::make_shared<const PlayRules>(rules);
   return instrument.id();
 }

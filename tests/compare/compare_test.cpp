@@ -34,6 +34,8 @@ std::string textOf(const Difference& d) {
   return toUtf8(d.where + u": " + d.what + u": " + d.first + u" | " + d.second);
 }
 
+const std::string kLeft = "Instrument \"Piano\", keys 0-59, velocities 0-127: ";
+
 TEST(Compare, TellsEachDifference) {
   const struct {
     const char* name;
@@ -215,6 +217,21 @@ TEST(Compare, TakesTheSameSoundInOtherWordsForEqual) {
        [](Bank& b) { b.left.rules = roundOf(3); },
        [](Bank& b) { b.left.rules = roundOf(2); },
        {"Instrument \"Piano\", keys 0-59, velocities 0-127: round robin length: 3 | 2"}},
+      {"key switches and places of controllers",
+       [](Bank& b) {
+         PlayRules rules;
+         rules.switches = {{24, 35}, {24, 25}, 25, 1, 2, 3};
+         rules.controllers = {{4, 1, 127, 99}};
+         b.left.rules = std::make_shared<const PlayRules>(rules);
+       },
+       [](Bank& b) {
+         PlayRules rules;
+         rules.switches = {{24, 36}, {24, 25}, 24, 1, 2, 4};
+         rules.controllers = {{4, 1, 127}};
+         b.left.rules = std::make_shared<const PlayRules>(rules);
+       },
+       {kLeft + "controllers: \"4: 1-127 from 99\" | \"4: 1-127\"", kLeft + "key switches: 24-35 | 24-36",
+        kLeft + "key switch at start: 25 | 24", kLeft + "key before: 3 | 4"}},
       {"clipping",
        [](Bank& b) { b.low.editableSamples()[7] = 1.5f; },
        [](Bank& b) { b.low.editableSamples()[7] = 1; },

@@ -360,6 +360,12 @@ TEST(Collection, KnowsWhichRegionsANoteStarts) {
                   p.ignoresKeys = true;
                 },
                 false},
+           Case{"with the pedal down",
+                [](Region&, PlayRules&p) {
+                  p.controllers = {{64, 64, 127}};
+                },
+                false},
+           Case{"with a key held", [](Region&, PlayRules&p) { p.switches.down = 24; }, false},
        }) {
     SCOPED_TRACE(c.name);
     Collection collection;

@@ -197,7 +197,8 @@ TEST(SfzWrite, KeepsWhatARegionIs) {
     PlayRules rules;
     rules.group = 1000, rules.stoppedBy = 3, rules.sequenceLength = 3, rules.sequencePosition = 2;
     rules.randomLow = 0.1f, rules.randomHigh = 0.7f, rules.keyFade = FadeCurve::Gain;
-    rules.controllers = {{4, 1, 127}, {64, 0, 63}};
+    rules.controllers = {{4, 1, 127, 99}, {64, 0, 63}};
+    rules.switches = {{24, 35}, {24, 25}, 25, 1, 2, 3};
     rules.starts = {{30, 5, 6}};
     rules.ignoresKeys = false;
     region.rules = std::make_shared<const PlayRules>(rules);
@@ -206,6 +207,9 @@ TEST(SfzWrite, KeepsWhatARegionIs) {
     sampler.waveform->findOrAddAltStart(300);
     Region& other = sampler.add();
     other.exclusiveGroup = 9;
+    PlayRules plucked;
+    plucked.switches.last = {30, 30};
+    other.rules = std::make_shared<const PlayRules>(plucked);
     ASSERT_TRUE(save(sampler.instrument, folder / "x.sfz", variant)) << toUtf8(lastError());
     Collection read;
     test::openPlain(read, folder / "x.sfz");

@@ -54,8 +54,25 @@ Json named(const Item& item) { return {{"id", item.id()}, {"name", toUtf8(item.n
 Json controllerRanges(const std::vector<ControllerRange>& ranges) {
   Json list = Json::array();
   for (const ControllerRange& each : ranges)
-    list.push_back({{"controller", each.controller}, {"range", {each.low, each.high}}});
+    list.push_back(
+        {{"controller", each.controller}, {"range", {each.low, each.high}}, {"atRest", each.atRest}});
   return list;
+}
+
+Json keySwitches(const KeySwitches& switches) {
+  Json json = Json::object();
+  const auto add = [&](const char* name, std::uint8_t key) {
+    if (key != KeySwitches::kNone) json[name] = key;
+  };
+  if (switches.waitsForLast()) {
+    json["range"] = range(switches.range);
+    json["last"] = range(switches.last);
+  }
+  add("atStart", switches.atStart);
+  add("down", switches.down);
+  add("up", switches.up);
+  add("previous", switches.previous);
+  return json;
 }
 
 // When the region plays, as far as it is not simply with each note.
@@ -88,6 +105,7 @@ void addPlaying(const Region& item, Json& json) {
   add("ignoresKeys", rules.ignoresKeys, false);
   if (!rules.controllers.empty()) json["controllers"] = controllerRanges(rules.controllers);
   if (!rules.starts.empty()) json["startedBy"] = controllerRanges(rules.starts);
+  if (rules.switches.hasConditions()) json["keySwitches"] = keySwitches(rules.switches);
 }
 
 Json region(const Region& item) {

@@ -89,7 +89,15 @@ void archive(Archive& a, std::vector<ControllerRange>& ranges) {
     a(ranges[i].controller);
     a(ranges[i].low);
     a(ranges[i].high);
+    a(ranges[i].atRest);
   }
+}
+
+template <class Archive>
+void archive(Archive& a, KeySwitches& switches) {
+  archive(a, switches.range);
+  archive(a, switches.last);
+  for (std::uint8_t* key : {&switches.atStart, &switches.down, &switches.up, &switches.previous}) a(*key);
 }
 
 template <class Archive>
@@ -105,6 +113,7 @@ void archive(Archive& a, PlayRules& rules) {
   archiveEnum(a, rules.velocityFade, FadeCurve::Gain);
   archive(a, rules.controllers);
   archive(a, rules.starts);
+  archive(a, rules.switches);
 }
 
 // Most regions have none.

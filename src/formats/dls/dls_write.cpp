@@ -7,6 +7,7 @@
 #include "base/last_error.h"
 #include "base/log.h"
 #include "base/version.h"
+#include "core/regions_at_rest.h"
 #include "formats/dls/dls.h"
 #include "formats/dls/dls_pool.h"
 #include "formats/dls/dls_region_lists.h"
@@ -67,7 +68,7 @@ class CollectionWriter {
   CollectionWriter(Item& item, Level level, const io::SaveOptions& options)
       : item_(item),
         level_(level),
-        waveforms_(waveformsOf(item)),
+        waveforms_(waveformsAtRest(item)),
         pool_(waveforms_, options, capabilitiesOf(level)) {
     if (item.kind() == ItemKind::Instrument)
       instruments_ = {static_cast<Instrument*>(&item)};
@@ -113,13 +114,7 @@ class CollectionWriter {
     Complaints complaints;
     bool isOver = false;
     for (const Instrument* instrument : instruments_) {
-      auto& regions = regions_.emplace_back();
-      for (const Region* region : regionsOf(*instrument)) {
-        if (soundsOnAttack(*region))
-          regions.push_back(region);
-        else
-          complaints.add(u"A region is left out: it plays no sample, or is not triggered by the attack");
-      }
+      const auto& regions = regions_.emplace_back(regionsAtRest(*instrument, &complaints));
       isOver = isOver || regions.size() > regionLimit(*instrument, level_);
     }
     if (!isOver || io::ask(kTooManyRegions, kAnswers) == 0) return;

@@ -37,6 +37,15 @@ constexpr OpcodeRow kRows[] = {
   {"seq_length",      SequenceLength,      Form::Whole,  0,                           1,     1,      65535},
   {"seq_position",    SequencePosition,    Form::Whole,  0,                           1,     1,      65535},
   {"trigger",         TriggerKind,      Form::Word},
+  {"sw_lokey",        SwitchLowKey,        Form::Key, 0,                        1,     0,      127},
+  {"sw_hikey",        SwitchHighKey,       Form::Key, 0,                        1,     0,      127},
+  {"sw_last",         SwitchLast,          Form::Key, 0,                        1,     -1,     127},
+  {"sw_lolast",       SwitchLowLast,       Form::Key, 0,                        1,     -1,     127},
+  {"sw_hilast",       SwitchHighLast,      Form::Key, 0,                        1,     -1,     127},
+  {"sw_default",      SwitchAtStart,       Form::Key, 0,                        1,     -1,     127},
+  {"sw_down",         SwitchDown,          Form::Key, 0,                        1,     -1,     127},
+  {"sw_up",           SwitchUp,            Form::Key, 0,                        1,     -1,     127},
+  {"sw_previous",     SwitchPrevious,      Form::Key, 0,                        1,     -1,     127},
   {"xfin_lokey",      FadeInLowKey,        Form::Key, 0,                        1,     0,      127},
   {"xfin_hikey",      FadeInHighKey,       Form::Key, 0,                        1,     0,      127},
   {"xfout_lokey",     FadeOutLowKey,       Form::Key, 0,                        1,     0,      127},
@@ -149,6 +158,8 @@ constexpr OpcodeRow kRows[] = {
   {"default_path",    DefaultPath,         Form::Text},
   {"note_offset",     NoteOffset,          Form::Whole,  0,                           1,     -127,   127,    kReadOnly},
   {"octave_offset",   OctaveOffset,        Form::Whole,  0,                           1,     -10,    10,     kReadOnly},
+  {"set@",            ControllerAtRest,    Form::Whole,  0,                           1,     0,      127},
+  {"set_hd@",         FineControllerAtRest, Form::Number, 0,                          1,     0,      1,      kReadOnly},
 };
 
 // What follows "ampeg_", "pitcheg_" and "fileg_"; rows with a slot of their own for each envelope.
@@ -385,7 +396,28 @@ std::optional<double> parseNumber(std::string_view text) {
   return number;
 }
 
+// "cutoff@" 6 as what that controller adds to the cutoff, "cutoff_curve@" 6 as how. Sources above the
+// controllers come with each note or wheel, and have no place at rest.
+std::optional<OpcodeKey> findFolded(const CanonicalName& name) {
+  constexpr std::uint8_t kLastController = 127;
+  constexpr std::string_view kCurve = "_curve";
+  std::string_view base(name.text);
+  base.remove_suffix(1);
+  const bool isCurve = base.ends_with(kCurve);
+  if (isCurve) base.remove_suffix(kCurve.size());
+  const auto found = vocabulary().byName.find(base);
+  if (found == vocabulary().byName.end() || name.controller == 0 || name.controller > kLastController)
+    return std::nullopt;
+  if (!canFold(vocabulary().rows[found->second])) return std::nullopt;
+  return OpcodeKey{found->second, name.band, static_cast<std::uint8_t>(isCurve), name.controller};
+}
+
 }  // namespace
+
+bool canFold(const OpcodeRow& row) {
+  const bool isSlot = row.field == Direct && row.form == Form::Number && row.name.find('@') == row.name.npos;
+  return isSlot || row.field == Volume || row.field == Amplitude || row.field == Tune || row.field == Cutoff;
+}
 
 std::span<const OpcodeRow> opcodeRows() { return vocabulary().rows; }
 
@@ -418,8 +450,9 @@ std::optional<OpcodeKey> findOpcode(std::string_view name) {
   auto found =
       byName.find(hasController ? canonical->text + std::to_string(canonical->controller) : canonical->text);
   if (found != byName.end()) return OpcodeKey{found->second, canonical->band, canonical->point, 0};
-  found = hasController ? byName.find(canonical->text) : byName.end();
-  if (found == byName.end()) return std::nullopt;
+  if (!hasController) return std::nullopt;
+  found = byName.find(canonical->text);
+  if (found == byName.end()) return findFolded(*canonical);
   return OpcodeKey{found->second, canonical->band, canonical->point, canonical->controller};
 }
 

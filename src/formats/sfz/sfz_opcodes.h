@@ -36,6 +36,15 @@ enum class Field : std::uint8_t {
   SequenceLength,
   SequencePosition,
   TriggerKind,
+  SwitchLowKey,
+  SwitchHighKey,
+  SwitchLast,  ///< Both of the two that follow.
+  SwitchLowLast,
+  SwitchHighLast,
+  SwitchAtStart,
+  SwitchDown,
+  SwitchUp,
+  SwitchPrevious,
   FadeInLowKey,
   FadeInHighKey,
   FadeOutLowKey,
@@ -99,6 +108,8 @@ enum class Field : std::uint8_t {
   DefaultPath,
   NoteOffset,
   OctaveOffset,
+  ControllerAtRest,
+  FineControllerAtRest,  ///< 0 to 1
   kCount,
 };
 inline constexpr std::size_t kFieldCount = static_cast<std::size_t>(Field::kCount);
@@ -139,17 +150,28 @@ std::optional<CanonicalName> canonicalName(std::string_view name);
 /// How the dialects write a canonical name without "#".
 std::string spelledName(std::string_view canonical, bool version2);
 
-/// An opcode as it stands in a file: its row, and the numbers in its name.
+/// An opcode as it stands in a file: its row, and the numbers in its name. A row that can be folded also
+/// stands for what a controller adds to it ("cutoff_oncc6"; the controller is not 0) and for the curve of
+/// that ("cutoff_curvecc6"; the point is 1).
 struct OpcodeKey {
   std::uint16_t row = 0;
   std::uint8_t band = 0, point = 0, controller = 0;
   friend auto operator<=>(const OpcodeKey&, const OpcodeKey&) = default;
 };
 inline const OpcodeRow& rowOf(const OpcodeKey& key) { return opcodeRows()[key.row]; }
+/// Whether what controllers without a row of their own add can be counted into the row's number.
+bool canFold(const OpcodeRow& row);
+inline bool isFolded(const OpcodeKey& key) { return key.controller != 0 && canFold(rowOf(key)); }
+inline bool isCurveOf(const OpcodeKey& key) { return isFolded(key) && key.point != 0; }
 /// Nothing for opcodes outside the vocabulary.
 std::optional<OpcodeKey> findOpcode(std::string_view name);
 /// The first row of that canonical name, which must be there.
 const OpcodeRow& rowNamed(std::string_view canonical);
+
+/// Where a controller is before anybody moves it, where the file does not say.
+constexpr std::uint8_t usualAtRest(std::uint8_t controller) {
+  return controller == 7 ? 100 : controller == 10 ? 64 : controller == 11 ? 127 : 0;
+}
 
 /// The words of an opcode of Form::Word, in the order of their numbers.
 std::span<const std::string_view> wordsOf(Field field);

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <map>
 #include <optional>
 
@@ -80,10 +81,11 @@ class Reader {
       return;
     }
     const OpcodeRow& row = rowOf(*key);
-    if (takeControl(row, value)) return;
+    if (takeControl(*key, value)) return;
     if (isControl_ || row.field == Field::Ignored) return;
     if (settings_[*level_].size() >= 4 * kMaxOpcodes) settle(settings_[*level_]);
     if (settings_[*level_].size() >= 4 * kMaxOpcodes) return tally_.add(u"is one of too many", name, at);
+    if (isFolded(*key)) return takeFolded(*key, name, value, at);
     if (row.form == Form::Text) return put({*key, double(textNumber(row, value))});
     if (row.field == Field::KeyCenter && value == "sample") return put({*key, kKeyCenterOfSample});
     auto number = parseValue(row, value);
@@ -99,12 +101,32 @@ class Reader {
       if (bounded != *number) tally_.add(u"has a value beyond its bounds", name, at);
       number = bounded;
     }
+    if (row.field == Field::SwitchLast) return putEach({"sw_lolast", "sw_hilast"}, *number);
     if (row.field != Field::AllKeys) return put({*key, *number});
-    for (const char* each : {"lokey", "hikey"}) put({*findKey(each), *number});
+    putEach({"lokey", "hikey"}, *number);
     if (*number >= 0) put({*findKey("pitch_keycenter"), *number});
   }
 
-  bool takeControl(const OpcodeRow& row, std::string_view value) {
+  void takeFolded(const OpcodeKey& key, std::string_view name, std::string_view value, Place at) {
+    constexpr double kMost = 1e6;
+    constexpr OpcodeRow kNumber{};
+    const auto number = parseValue(kNumber, value);
+    if (!number) return tally_.add(u"has a value that makes no sense", name, at);
+    const bool isKnown = !isCurveOf(key) || curveAt(*number, 0);
+    tally_.add(isKnown ? u"counts with the controller as it is at the start" : u"has no place here", name,
+               at);
+    put({key, std::clamp(*number, -kMost, kMost)});
+  }
+
+  bool takeControl(const OpcodeKey& key, std::string_view value) {
+    const OpcodeRow& row = rowOf(key);
+    const bool isFine = row.field == Field::FineControllerAtRest;
+    if (isFine || row.field == Field::ControllerAtRest) {
+      const auto number = parseValue(row, value);
+      if (number && isControl_)
+        regions_.setAtRest(key.controller, isFine ? std::round(*number * 127) : *number);
+      return true;
+    }
     if (row.field == Field::DefaultPath) {
       defaultPath_ = value;
       return true;
@@ -125,6 +147,9 @@ class Reader {
   }
 
   void put(const Setting& setting) { settings_[*level_].push_back(setting); }
+  void putEach(std::initializer_list<const char*> names, double number) {
+    for (const char* name : names) put({*findKey(name), number});
+  }
 
   // Names repeat all over a file.
   std::optional<OpcodeKey> findKey(std::string_view name) {

@@ -15,9 +15,9 @@ enum LoopModeWord { kNoLoop, kOneShot, kLoopContinuous, kLoopSustain };
 
 std::uint8_t midi(double value) { return static_cast<std::uint8_t>(std::clamp(value, 0.0, 127.0)); }
 
-void putBound(std::vector<ControllerRange>& ranges, std::uint8_t controller, bool isLow, double value) {
-  auto at = std::ranges::find(ranges, controller, &ControllerRange::controller);
-  if (at == ranges.end()) at = ranges.insert(at, {.controller = controller});
+void putBound(std::vector<ControllerRange>& ranges, const ControllerRange& whole, bool isLow, double value) {
+  auto at = std::ranges::find(ranges, whole.controller, &ControllerRange::controller);
+  if (at == ranges.end()) at = ranges.insert(at, whole);
   (isLow ? at->low : at->high) = midi(value);
 }
 
@@ -25,10 +25,29 @@ Instrument& createFor(Collection& collection, const Path& file) {
   return createInstrument(collection, textOf(file.stem()));
 }
 
+// The number of the curve that the controller of a folded setting goes by.
+double curveOf(const Setting& setting, std::span<const Setting> settings) {
+  OpcodeKey key = setting.key;
+  key.point = 1;
+  const auto at = std::ranges::lower_bound(settings, key, {}, &Setting::key);
+  return at != settings.end() && at->key == key ? at->number : 0;
+}
+
 }  // namespace
 
+std::optional<double> curveAt(double curve, double place) {
+  const double values[] = {place,         2 * place - 1,    1 - place,           1 - 2 * place,
+                           place * place, std::sqrt(place), std::sqrt(1 - place)};
+  if (!(curve >= 0 && curve < std::size(values))) return std::nullopt;
+  return values[static_cast<std::size_t>(curve)];
+}
+
 RegionBuilder::RegionBuilder(Collection& collection, const Path& file)
-    : instrument_(createFor(collection, file)), samples_(collection, file.parent_path()) {}
+    : instrument_(createFor(collection, file)), samples_(collection, file.parent_path()) {
+  for (std::size_t i = 0; i < atRest_.size(); ++i) atRest_[i] = usualAtRest(static_cast<std::uint8_t>(i));
+}
+
+void RegionBuilder::setAtRest(std::uint8_t controller, double value) { atRest_[controller] = midi(value); }
 
 std::uint32_t RegionBuilder::labelNumber(std::string_view label) {
   if (labels_.empty() || labels_.back() != label) labels_.emplace_back(label);
@@ -66,10 +85,13 @@ void RegionBuilder::collectNumber(const OpcodeRow& row, const Setting& setting) 
       return;
     case Field::ControllerLow:
     case Field::ControllerHigh:
-      return putBound(rules_.controllers, setting.key.controller, row.field == Field::ControllerLow, number);
+      return putBound(rules_.controllers,
+                      {.controller = setting.key.controller, .atRest = atRest_[setting.key.controller]},
+                      row.field == Field::ControllerLow, number);
     case Field::StartLow:
     case Field::StartHigh:
-      return putBound(rules_.starts, setting.key.controller, row.field == Field::StartLow, number);
+      return putBound(rules_.starts, {.controller = setting.key.controller}, row.field == Field::StartLow,
+                      number);
     case Field::Sample:
       sample_ = static_cast<std::uint32_t>(number);
       return;
@@ -79,13 +101,42 @@ void RegionBuilder::collectNumber(const OpcodeRow& row, const Setting& setting) 
   }
 }
 
+// Nobody has moved the controller when the first note sounds; and in other formats nobody can.
+void RegionBuilder::fold(const Setting& setting, double curve) {
+  const auto added = curveAt(curve, atRest_[setting.key.controller] / 127.0);
+  if (!added) return;
+  const OpcodeRow& row = rowOf(setting.key);
+  const double amount = setting.number * *added;
+  const auto put = [&](double number) {
+    collectNumber(row, {{.row = setting.key.row}, std::clamp<double>(number, row.minimum, row.maximum)});
+  };
+  switch (row.field) {
+    case Field::Amplitude:
+      return put(opcodes_.get(row.field, 100) * amount / 100);
+    case Field::Cutoff:
+      if (opcodes_.has(row.field)) put(opcodes_.get(row.field, 0) * std::exp2(amount / 1200));
+      return;
+    case Field::Direct: {
+      // An LFO without a frequency stands still.
+      const double otherwise = row.name.ends_with("_freq") ? 0 : initialValues()[row.slot];
+      const double number = opcodes_.givenSlots[row.slot] ? opcodes_.amounts[row.slot] : otherwise;
+      if (amount != 0) put(number / row.factor + amount);
+      return;
+    }
+    default:
+      if (amount != 0) put(opcodes_.get(row.field, 0) + amount);
+  }
+}
+
 void RegionBuilder::collect(std::span<const Setting> settings) {
   opcodes_ = {};
   rules_ = {};
   sample_ = kNoSample;
   for (const Setting& each : settings) {
     const OpcodeRow& row = rowOf(each.key);
-    if (isNumbered(row.field))
+    if (isFolded(each.key)) {
+      if (!isCurveOf(each.key)) fold(each, curveOf(each, settings));
+    } else if (isNumbered(row.field))
       opcodes_.numbered.push_back({each.key, each.number});
     else
       collectNumber(row, each);
@@ -168,6 +219,24 @@ void RegionBuilder::setFades(Region& region) const {
       range(Field::FadeOutLowVelocity, Field::FadeOutHighVelocity, region.fadeOutVelocities);
 }
 
+void RegionBuilder::setSwitches() {
+  auto key = [&](Field field, std::uint8_t otherwise = KeySwitches::kNone) {
+    return opcodes_.get(field, otherwise) < 0 ? KeySwitches::kNone
+                                              : static_cast<std::uint8_t>(opcodes_.get(field, otherwise));
+  };
+  KeySwitches& switches = rules_.switches;
+  const std::uint8_t low = key(Field::SwitchLowLast, key(Field::SwitchHighLast));
+  switches = {.range = {key(Field::SwitchLowKey, 0), key(Field::SwitchHighKey, 127)},
+              .last = {low, std::max(low, key(Field::SwitchHighLast, low))},
+              .atStart = key(Field::SwitchAtStart),
+              .down = key(Field::SwitchDown),
+              .up = key(Field::SwitchUp),
+              .previous = key(Field::SwitchPrevious)};
+  if (!switches.waitsForLast()) switches.last = {KeySwitches::kNone, KeySwitches::kNone};
+  if (!switches.waitsForLast()) switches.atStart = KeySwitches::kNone;
+  if (!switches.hasConditions()) switches = {};
+}
+
 void RegionBuilder::setRules(Region& region) {
   auto whole = [&](Field field, double otherwise) {
     return static_cast<std::uint32_t>(opcodes_.get(field, otherwise));
@@ -197,6 +266,7 @@ void RegionBuilder::setRules(Region& region) {
                 [](const ControllerRange& range) { return range.low == 0 && range.high == 127; });
   std::ranges::sort(rules_.controllers);
   std::ranges::sort(rules_.starts);
+  setSwitches();
   if (rules_ == PlayRules{}) return;
   if (!lastRules_ || *lastRules_ != rules_) lastRules_ = std::make_shared<const PlayRules>(rules_);
   region.rules = lastRules_;

@@ -1,5 +1,7 @@
 #pragma once
 // From the opcodes that hold for each region to the instrument's tree.
+#include <array>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -20,6 +22,9 @@ struct Setting {
 inline constexpr double kKeyCenterOfSample = -1;
 inline constexpr std::uint32_t kNoSample = 0xFFFFFFFF;
 
+/// The place 0..1 of a controller on one of the curves that players have built in; nothing for others.
+std::optional<double> curveAt(double curve, double place);
+
 class RegionBuilder {
  public:
   /// Makes the instrument, named after the file.
@@ -27,6 +32,8 @@ class RegionBuilder {
 
   std::uint32_t sampleNumber(std::string_view stored) { return samples_.number(stored); }
   std::uint32_t labelNumber(std::string_view label);
+  /// For the regions to come.
+  void setAtRest(std::uint8_t controller, double value);
 
   /// The next region starts a layer of that name; without one, its "group_label" names it.
   void endLayer(std::string_view nextName);
@@ -35,6 +42,7 @@ class RegionBuilder {
 
  private:
   void collect(std::span<const Setting> settings);
+  void fold(const Setting& setting, double curve);
   void collectNumber(const OpcodeRow& row, const Setting& setting);
   std::u16string label(Field field) const;
   Waveform* findWaveform();
@@ -42,6 +50,7 @@ class RegionBuilder {
   void setSection(Region& region, Waveform* waveform);
   void setFades(Region& region) const;
   void setRules(Region& region);
+  void setSwitches();
   void claimSends();
   void tellUnevenBend();
 
@@ -51,6 +60,7 @@ class RegionBuilder {
   Layer* layer_ = nullptr;
   std::string layerName_;
   std::shared_ptr<const PlayRules> lastRules_;
+  std::array<std::uint8_t, 256> atRest_;  // by controller
   Complaints complaints_;
   // Of the region that is being added.
   RegionOpcodes opcodes_;

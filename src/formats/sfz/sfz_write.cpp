@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -101,6 +102,26 @@ void putControllers(const PlayRules& rules, OpcodeLines& out) {
   }
 }
 
+// The second version's opcodes are in files of the first one too: players that do not know them pass them
+// over, and to the others the instrument is mute without them until a switch is pressed.
+void putSwitches(const KeySwitches& switches, OpcodeLines& out) {
+  if (!switches.hasConditions()) return;
+  auto put = [&](const char* name, std::uint8_t key) {
+    if (key != KeySwitches::kNone) out.putWhole(name, key);
+  };
+  putRange(out, "sw_lokey", "sw_hikey", switches.range, {});
+  if (switches.last.low == switches.last.high) {
+    put("sw_last", switches.last.low);
+  } else {
+    put("sw_lolast", switches.last.low);
+    put("sw_hilast", switches.last.high);
+  }
+  put("sw_default", switches.atStart);
+  put("sw_down", switches.down);
+  put("sw_up", switches.up);
+  put("sw_previous", switches.previous);
+}
+
 void putRules(const Region& region, const PlayRules& rules, OpcodeLines& out) {
   constexpr std::string_view kTriggers[] = {"attack", "release", "first", "legato"};
   if (region.trigger != Trigger::Attack)
@@ -112,6 +133,7 @@ void putRules(const Region& region, const PlayRules& rules, OpcodeLines& out) {
   if (rules.randomLow != 0) out.putNumber("lorand", rules.randomLow, equals(rules.randomLow));
   if (rules.randomHigh != 1) out.putNumber("hirand", rules.randomHigh, equals(rules.randomHigh));
   putControllers(rules, out);
+  putSwitches(rules.switches, out);
   putRange(out, "xfin_lokey", "xfin_hikey", region.fadeInKeys, {0, 0});
   putRange(out, "xfout_lokey", "xfout_hikey", region.fadeOutKeys, {127, 127});
   putRange(out, "xfin_lovel", "xfin_hivel", region.fadeInVelocities, {0, 0});
@@ -173,16 +195,29 @@ class Writer {
       line("/// w" + writtenBy);
     }
     line("");
-    if (inSubFolder_ || dialect_ == kV2) line("<control>");
+    const std::map<int, int> controllers = controllersAtRest();
+    if (inSubFolder_ || !controllers.empty()) line("<control>");
     if (inSubFolder_) line(" default_path=" + toUtf8(kSampleFolder) + "/");
+    for (const auto& [controller, value] : controllers) line(formatted(" set_cc%d=%d", controller, value));
     if (dialect_ != kV2) return;
-    constexpr std::pair<int, int> kControllers[] = {{1, 0},  {7, 127}, {11, 127}, {64, 0}, {69, 0},
-                                                    {71, 0}, {72, 0},  {73, 0},   {74, 0}, {129, 0}};
-    for (const auto& [controller, value] : kControllers) line(formatted(" set_cc%d=%d", controller, value));
     line("");
     line("<global>");
     line(" amplitude_oncc7=100");
     line(" amplitude_oncc11=100");
+  }
+
+  // Those that the regions' conditions ask for; in the second version also those that players are to begin
+  // with.
+  std::map<int, int> controllersAtRest() const {
+    std::map<int, int> values;
+    for (const Region* region : regionsOf(instrument_))
+      for (const ControllerRange& range : rulesOf(*region).controllers)
+        if (dialect_ == kV2 || range.atRest != usualAtRest(range.controller))
+          values.emplace(range.controller, range.atRest);
+    if (dialect_ == kV2)
+      values.insert(
+          {{1, 0}, {7, 127}, {11, 127}, {64, 0}, {69, 0}, {71, 0}, {72, 0}, {73, 0}, {74, 0}, {129, 0}});
+    return values;
   }
 
   OpcodeLines linesOf(const Region& region) {

@@ -9,6 +9,7 @@
 #include "base/log.h"
 #include "base/parallel_for.h"
 #include "base/text.h"
+#include "core/regions_at_rest.h"
 #include "formats/soundfont/sf_modulators.h"
 #include "formats/soundfont/sf_zone_amounts.h"
 
@@ -178,11 +179,7 @@ class BankPlanner {
   void collect(const Instrument& instrument) {
     PresetRegions& preset = presets_.emplace_back();
     std::map<std::pair<const BankTables*, std::uint32_t>, std::size_t> groupOf;
-    for (const Region* region : regionsOf(instrument)) {
-      if (!soundsOnAttack(*region)) {
-        complaints_.add(u"A region is left out: it plays no sample, or is not triggered by the attack");
-        continue;
-      }
+    for (const Region* region : regionsAtRest(instrument, &complaints_)) {
       const auto zones = fileZonesOf(*region);
       if (!zones) {
         preset.others.push_back(region);

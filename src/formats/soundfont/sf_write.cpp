@@ -4,6 +4,7 @@
 #include "base/last_error.h"
 #include "base/parallel_for.h"
 #include "base/version.h"
+#include "core/regions_at_rest.h"
 #include "formats/riff/riff.h"
 #include "formats/soundfont/sf_bank_plan.h"
 #include "formats/soundfont/sf_bank_tables.h"
@@ -149,7 +150,7 @@ bool writeCompressedSamples(std::uint32_t setting, Bank& bank) {
 bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
   if (item.kind() != ItemKind::Collection && item.kind() != ItemKind::Instrument)
     return fail(u"The file format can not save this item");
-  const std::vector<Waveform*> waveforms = waveformsOf(item);
+  const std::vector<Waveform*> waveforms = waveformsAtRest(item);
   const std::vector<Instrument*> instruments = instrumentsOf(item);
   if (waveforms.empty() && instruments.empty()) return fail(u"Empty item - nothing to save");
   const bool mono = (options.requested & (io::kMono | io::kStereo)) == io::kMono;
