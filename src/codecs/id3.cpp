@@ -88,6 +88,20 @@ std::size_t tagBytes(Bytes tag) {
 
 }  // namespace
 
+Id3Head skipId3(Bytes head) {
+  constexpr std::size_t kHeaderBytes = 10;
+  while (head.size() >= kHeaderBytes && std::ranges::equal(head.first(3), asBytes("ID3"))) {
+    ByteReader reader(head.subspan(5));
+    const bool hasFooter = reader.u8() & 0x10;
+    std::size_t size = kHeaderBytes + (hasFooter ? kHeaderBytes : 0), body = 0;
+    for (int i = 0; i < 4; ++i) body = body << 7 | (reader.u8() & 127u);
+    size += body;
+    if (size >= head.size()) return {{}, true};
+    head = head.subspan(size);
+  }
+  return {head, false};
+}
+
 void readId3(Bytes tag, Item& item) try {
   const std::size_t size = tagBytes(tag);
   if (size == 0) return;

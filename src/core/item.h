@@ -73,6 +73,9 @@ std::u16string_view textPropertyLabel(TextProperty property, bool alternative = 
 /// rounds them or has none. Shared by an item's copies; nobody else looks inside.
 struct ReaderNotes {
   virtual ~ReaderNotes() = default;
+  /// Names, for the user, of what a file of that extension will not hold, beyond what the model has: mostly
+  /// nothing that anybody would miss.
+  virtual std::vector<std::u16string> lostIn(std::u16string_view) const { return {}; }
 };
 
 class Item {

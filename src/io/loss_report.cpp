@@ -7,6 +7,7 @@
 
 #include "base/text.h"
 #include "core/feature_use.h"
+#include "io/companion_files.h"
 #include "io/registry.h"
 #include "io/sample_layout.h"
 
@@ -109,6 +110,28 @@ std::vector<const Waveform*> waveformsOf(std::span<const Item* const> items) {
   return all;
 }
 
+// What the readers found in the files beyond what the model has. Rows that hold instruments alone keep their
+// samples in files of their own.
+void addNotedLosses(const std::vector<const Waveform*>& waveforms, const FormatEntry& entry,
+                    const SaveOptions& options, std::vector<Loss>& losses) {
+  constexpr std::size_t kMostNames = 20;
+  const bool hasSampleFiles = entry.kinds == kindBit(ItemKind::Instrument);
+  const std::u16string_view extension =
+      hasSampleFiles ? extensionOf(static_cast<SampleFiles>(options.extra)) : entry.extension;
+  std::vector<std::u16string> names;
+  Tally tally;
+  for (const Waveform* waveform : waveforms) {
+    if (!waveform->notes) continue;
+    const std::vector<std::u16string> lost = waveform->notes->lostIn(extension);
+    if (!lost.empty()) tally.add(*waveform);
+    for (const std::u16string& name : lost)
+      if (names.size() < kMostNames && std::ranges::find(names, name) == names.end()) names.push_back(name);
+  }
+  std::u16string text = u"Waves:";
+  for (const std::u16string& name : names) text += (text.back() == u':' ? u" " : u", ") + name;
+  tally.appendTo(losses, std::move(text));
+}
+
 // Whole items that a file of a collection has no place for.
 template <class T>
 void addItemLosses(const Collection& collection, std::u16string_view text, std::vector<Loss>& losses) {
@@ -168,7 +191,8 @@ std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, co
   std::vector<Loss> losses;
   addItemLosses(items, *entry, losses);
   if (!entry->features) return losses;
-  for (const Waveform* waveform : waveformsOf(items)) {
+  const std::vector<const Waveform*> waveforms = waveformsOf(items);
+  for (const Waveform* waveform : waveforms) {
     const SampleLayout layout = chooseLayout(*waveform, options, entry->capabilities);
     const SampleEncoding source = precisionOf(*waveform);
     for (std::size_t i = 0; i < kPrecisions.size(); ++i)
@@ -182,6 +206,7 @@ std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, co
   channels.appendTo(losses, u"Samples: Separate channels");
   rates.appendTo(losses, u"Samples: Sample rate");
   addFeatureLosses(items, entry->features, losses);
+  addNotedLosses(waveforms, *entry, options, losses);
   return losses;
 }
 

@@ -1,10 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "base/log.h"
+#include "codecs/id3.h"
 #include "formats/wave_support.h"
+#include "io/open.h"
 
 namespace vemko::test {
 namespace {
+
+using namespace std::string_literals;
 
 Block sampler(std::uint32_t note, std::uint32_t fraction, const std::vector<Block>& loops, Block data = {}) {
   Block body = words(0, 0, 0, note, fraction, 0, 0, loops.size(), data.size());
@@ -169,6 +173,29 @@ TEST(WaveReader, TakesTextsWhereTheyStand) {
   }
 }
 
+TEST(WaveReader, TakesATagInFrontOfTheFile) {
+  const TempFolder folder;
+  Collection collection;
+  Waveform& tagged = createWaveform(collection, u"Title");
+  tagged.setText(TextProperty::Artist, u"Ada");
+  const std::string image = "\x89PNG\r\n\x1A\n" + std::string(40000, 'x');  // longer than what probes see
+  for (bool withImage : {false, true}) {
+    if (withImage) tagged.setImage(asBytes(image));
+    putFile(folder / "test.wav",
+            joined({buildId3(tagged), monoFile(4, {{"LIST", list("INFO", {{"IART", text("Grace")}})}})}));
+    Collection opened;
+    ASSERT_TRUE(io::openFile(opened, folder / "test.wav", false)) << toUtf8(lastError());
+    Waveform& waveform = *opened.all<Waveform>().front();
+    EXPECT_EQ(waveform.name(), u"Title");
+    EXPECT_EQ(waveform.text(TextProperty::Artist), u"Grace");
+    EXPECT_EQ(waveform.image().empty(), !withImage);
+    ASSERT_TRUE(io::loadSamples(waveform, true)) << toUtf8(lastError());
+    const auto samples = waveform.buffer->samples();
+    EXPECT_EQ(std::vector<float>(samples.begin(), samples.end()),
+              (std::vector<float>{0, 1 / 32768.f, 2 / 32768.f, 3 / 32768.f}));
+  }
+}
+
 TEST(WaveReader, DecodesEveryWidth) {
   const Block base = {std::byte{0}, std::byte{0},    std::byte{0},    std::byte{0},   std::byte{0x10},
                       std::byte{0}, std::byte{0x80}, std::byte{0},    std::byte{0},   std::byte{0xAA},
@@ -265,6 +292,10 @@ TEST(WaveProbes, ScoreTheHead) {
       {"bext fifth", riffFile({{"a   ", junk}, {"b   ", junk}, {"c   ", {}}, {"d   ", {}}, {"bext", junk}}),
        6, 2, 0},
       {"bext behind data", riffFile({{"data", junk}, {"bext", junk}}), 6, 2, 0},
+      {"tag in front", joined({text("ID3\4\0\0"s), Block(3), text("\1x"), riffFile({{"bext", junk}})}), 6, 6,
+       0},
+      {"tag longer than the head", joined({text("ID3\4\0\0"s), text("\1\1\1\1")}), 2, 2, 0},
+      {"tag before another file", joined({text("ID3\4\0\0"s), Block(4), text("fLaC")}), 0, 0, 0},
       {"chunk past the head", joined({text("RIFF1234WAVEjunk"), words(0xFFFFFFFF)}), 6, 2, 0},
   };
   for (const Case& each : cases) {

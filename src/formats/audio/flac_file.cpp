@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "codecs/flac.h"
+#include "codecs/id3.h"
 #include "codecs/vorbis_comments.h"
 #include "formats/audio/audio.h"
 #include "formats/audio/audio_file.h"
@@ -28,13 +29,14 @@ void addCueMarkers(const std::vector<std::uint64_t>& frames, Waveform& waveform)
 
 void readMetadata(const flac::Metadata& metadata, Waveform& waveform) {
   const std::vector<Bytes> chunks(metadata.riffChunks.begin(), metadata.riffChunks.end());
-  riff::readWrapperChunks(chunks, waveform);
+  riff::WaveFileNotes notes = riff::readWrapperChunks(chunks, waveform);
   ByteWriter aiff;
   for (const auto& chunk : metadata.aiffChunks) aiff.append(chunk);
   if (!aiff.bytes.empty()) readAiffDescription(aiff.bytes, waveform);
   readVorbisComments(metadata.comments, waveform);
   if (!metadata.pictures.empty()) waveform.setImage(metadata.pictures.front().bytes);
   if (waveform.records.empty()) addCueMarkers(metadata.cueFrames, waveform);
+  riff::attachNotes(std::move(notes), waveform);
 }
 
 flac::Metadata buildMetadata(const WriteJob& job, const Path& target) {

@@ -9,13 +9,6 @@ namespace vemko::audio {
 /// Whether `magic` stands at `offset` of the head.
 bool startsWith(Bytes head, std::string_view magic, std::size_t offset = 0);
 
-/// The head without the ID3v2 tags that many programs put before any kind of stream.
-struct Id3Head {
-  Bytes rest;
-  bool isLongerThanHead = false;  ///< What follows the tag cannot be seen; `rest` is empty.
-};
-Id3Head skipId3(Bytes head);
-
 /// The payload of an Ogg file's first page, where the codec names itself; empty for anything else.
 Bytes firstOggPacket(Bytes head);
 

@@ -15,12 +15,12 @@ namespace {
 constexpr std::uint8_t kMostChannels = 255;
 
 // The chunks of the WAVE file that the samples came from.
-void readWrapper(const wavpack::Wrapper& wrapper, Waveform& waveform) {
+riff::WaveFileNotes readWrapper(const wavpack::Wrapper& wrapper, Waveform& waveform) {
   constexpr std::size_t kHeadBytes = 12;
   const Bytes header(wrapper.header);
   Bytes trailer(wrapper.trailer);
   if (!trailer.empty() && trailer.front() == std::byte{0}) trailer = trailer.subspan(1);  // pad byte
-  riff::readWrapperChunks({header.subspan(std::min(kHeadBytes, header.size())), trailer}, waveform);
+  return riff::readWrapperChunks({header.subspan(std::min(kHeadBytes, header.size())), trailer}, waveform);
 }
 
 wavpack::Wrapper buildWrapper(const WriteJob& job, const wavpack::EncodeOptions& options) {
@@ -48,8 +48,9 @@ bool readWavpack(Collection& collection, InputFile& file, std::uint32_t) {
   if (!wavpack::open(FilePart::whole(file), samples, &wrapper)) return false;
   Waveform* waveform = addWaveform(collection, samples);
   if (!waveform) return false;
-  readWrapper(wrapper, *waveform);
+  riff::WaveFileNotes notes = readWrapper(wrapper, *waveform);
   readTagsAtEnd(file.bytes(), *waveform);
+  riff::attachNotes(std::move(notes), *waveform);
   nameAfterFile(*waveform, file);
   return true;
 }

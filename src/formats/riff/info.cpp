@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <string>
 
-#include "base/log.h"
 #include "base/text.h"
 #include "formats/riff/riff.h"
 
@@ -35,6 +34,12 @@ void setWhereEmpty(Item& item, TextProperty property, Bytes field) {
   if (item.text(property).empty()) item.setText(property, decodeText(field));
 }
 
+// As bytes, up to the terminating zero.
+std::string textIn(Bytes body) {
+  const auto* begin = reinterpret_cast<const char*>(body.data());
+  return {begin, std::find(begin, begin + body.size(), '\0')};
+}
+
 // The row of a text that describes items of this kind.
 const InfoRow* rowFor(std::uint32_t id, const Item& item) {
   const auto row = std::ranges::find(kInfoRows, id, &InfoRow::id);
@@ -52,24 +57,18 @@ void addTextChunk(ChunkBuilder& builder, std::uint32_t id, std::string_view text
 
 }  // namespace
 
-void readInfo(Bytes list, Item& item) {
-  constexpr std::size_t kNamesLogged = 20;
-  std::vector<std::uint32_t> unknown;
+void readInfo(Bytes list, Item& item, std::vector<InfoText>& others) {
+  constexpr std::size_t kMostTexts = 256, kMostBytes = 1 << 16;
   ChunkWalker walker(list);
   for (Chunk chunk; walker.next(chunk);) {
-    auto row = std::find_if(std::begin(kInfoRows), std::end(kInfoRows),
-                            [&](const InfoRow& each) { return each.id == chunk.id; });
-    if (row != std::end(kInfoRows))
+    const auto row = std::ranges::find(kInfoRows, chunk.id, &InfoRow::id);
+    if (row != std::end(kInfoRows)) {
       setWhereEmpty(item, row->property, chunk.body);
-    else if (chunk.id != kSoftwareId && unknown.size() < kNamesLogged &&
-             std::find(unknown.begin(), unknown.end(), chunk.id) == unknown.end())
-      unknown.push_back(chunk.id);
+      continue;
+    }
+    if (chunk.id == kSoftwareId || others.size() == kMostTexts || chunk.body.size() > kMostBytes) continue;
+    if (std::string text = textIn(chunk.body); !text.empty()) others.push_back({chunk.id, std::move(text)});
   }
-  if (unknown.empty()) return;
-  std::u16string line = u"INFO fields not kept: ";
-  for (std::size_t i = 0; i < unknown.size(); ++i)
-    line.append(i == 0 ? u"" : u", ").append(idText(unknown[i]));
-  logWarning(line);
 }
 
 void readBroadcastText(Bytes body, Item& item) {
@@ -80,7 +79,7 @@ void readBroadcastText(Bytes body, Item& item) {
   setWhereEmpty(item, TextProperty::Product, originator);
 }
 
-std::vector<std::byte> buildInfo(const Item& item, bool withName) {
+std::vector<std::byte> buildInfo(const Item& item, bool withName, const std::vector<InfoText>& others) {
   ChunkBuilder builder;
   builder.openList(fourCc("INFO"));
   bool isEmpty = true;
@@ -90,7 +89,8 @@ std::vector<std::byte> buildInfo(const Item& item, bool withName) {
     addTextChunk(builder, row.id, toUtf8(text));
     isEmpty = false;
   }
-  if (isEmpty) return {};
+  for (const InfoText& text : others) addTextChunk(builder, text.id, text.text);
+  if (isEmpty && others.empty()) return {};
   addTextChunk(builder, kSoftwareId, kSoftware);
   builder.close();
   return std::move(builder.out.bytes);
@@ -99,11 +99,8 @@ std::vector<std::byte> buildInfo(const Item& item, bool withName) {
 std::vector<InfoText> parseInfoTexts(Bytes list) {
   std::vector<InfoText> texts;
   ChunkWalker walker(list);
-  for (Chunk chunk; walker.next(chunk);) {
-    const auto* begin = reinterpret_cast<const char*>(chunk.body.data());
-    std::string text(begin, std::find(begin, begin + chunk.body.size(), '\0'));
-    if (!text.empty()) texts.push_back({chunk.id, std::move(text)});
-  }
+  for (Chunk chunk; walker.next(chunk);)
+    if (std::string text = textIn(chunk.body); !text.empty()) texts.push_back({chunk.id, std::move(text)});
   return texts;
 }
 

@@ -9,22 +9,23 @@
 
 namespace vemko::riff {
 
-/// Takes the texts of a "LIST" of type INFO over; properties that are set already stay. What the model has no
-/// place for is named in the log.
-void readInfo(Bytes list, Item& item);
-
-/// Description and originator of a "bext" chunk, for properties that are not set.
-void readBroadcastText(Bytes body, Item& item);
-
-/// The whole "LIST" chunk, with the software's name; empty when there is no text to write.
-std::vector<std::byte> buildInfo(const Item& item, bool withName);
-
-// --- For banks, whose items have a list of their own each and keep what the model has no place for.
-
 struct InfoText {
   std::uint32_t id = 0;
   std::string text;  ///< As bytes of the file, without the terminating zero.
 };
+
+/// Takes the texts of a "LIST" of type INFO over; properties that are set already stay. What the model has no
+/// place for is appended to `others`, up to 256 texts of 64 KiB.
+void readInfo(Bytes list, Item& item, std::vector<InfoText>& others);
+
+/// Description and originator of a "bext" chunk, for properties that are not set.
+void readBroadcastText(Bytes body, Item& item);
+
+/// The whole "LIST" chunk, with the software's name and such other texts; empty when there is no text to
+/// write.
+std::vector<std::byte> buildInfo(const Item& item, bool withName, const std::vector<InfoText>& others);
+
+// --- For banks, whose items have a list of their own each and keep what the model has no place for.
 
 /// The texts of the list's contents, in their order; empty ones are left out.
 std::vector<InfoText> parseInfoTexts(Bytes list);

@@ -5,6 +5,7 @@
 #include "formats/riff/description.h"
 #include "formats/riff/format_body.h"
 #include "formats/riff/info.h"
+#include "formats/riff/kept_chunks.h"
 #include "formats/riff/riff.h"
 
 namespace vemko::riff {
@@ -23,11 +24,22 @@ ByteWriter formatBody(const Waveform& waveform, const WrapperLayout& layout) {
   return buildFormatBody(fields);
 }
 
+// Texts stand beside the samples in a way of the codec's own, but for those that no item has.
+std::vector<std::byte> buildChunks(const Waveform& waveform, std::uint8_t channels) {
+  ByteWriter chunks;
+  chunks.append(buildDescription(waveform));
+  const ChunksToWrite kept = buildKeptChunks(waveform, channels);
+  chunks.append(kept.beforeData);
+  chunks.append(kept.behindData);
+  appendInfoTexts(keptInfo(waveform), chunks);
+  return std::move(chunks.bytes);
+}
+
 }  // namespace
 
 WaveWrapper buildWrapper(const Waveform& waveform, const WrapperLayout& layout) {
   WaveWrapper wrapper;
-  const std::vector<std::byte> description = buildDescription(waveform);
+  const std::vector<std::byte> description = buildChunks(waveform, layout.channels);
   const std::uint64_t dataBytes = std::uint64_t{waveform.frames} * layout.channels * ((layout.bits + 7) / 8);
   const ByteWriter format = formatBody(waveform, layout);
   const std::uint64_t riffBytes = 4 + 8 + format.size() + 8 + dataBytes + dataBytes % 2 + description.size();
@@ -56,18 +68,25 @@ WaveWrapper buildWrapper(const Waveform& waveform, const WrapperLayout& layout) 
   return wrapper;
 }
 
-void readWrapperChunks(const std::vector<Bytes>& chunks, Waveform& waveform) {
+WaveFileNotes readWrapperChunks(const std::vector<Bytes>& chunks, Waveform& waveform) {
   DescriptionChunks description;
+  WaveFileNotes notes;
+  bool isBeforeData = true;
   for (Bytes bytes : chunks) {
     ChunkWalker walker(bytes);
     for (Chunk chunk; walker.next(chunk);) {
       if (takeDescriptionChunk(chunk, description)) continue;
+      if (chunk.id == fourCc("data")) isBeforeData = false;
       if (chunk.id == fourCc("LIST") && listType(chunk.body) == fourCc("INFO"))
-        readInfo(listContents(chunk.body), waveform);
-      if (chunk.id == fourCc("id3 ") || chunk.id == fourCc("ID3 ")) readId3(chunk.body, waveform);
+        readInfo(listContents(chunk.body), waveform, notes.info);
+      else if (chunk.id == fourCc("id3 ") || chunk.id == fourCc("ID3 "))
+        readId3(chunk.body, waveform);
+      else
+        keepChunk(chunk, isBeforeData, notes);
     }
   }
   readDescription(description, waveform);
+  return notes;
 }
 
 }  // namespace vemko::riff

@@ -6,6 +6,7 @@
 
 #include "base/bytes.h"
 #include "core/waveform.h"
+#include "formats/riff/kept_chunks.h"
 
 namespace vemko::riff {
 
@@ -27,7 +28,8 @@ struct WaveWrapper {
 /// Empty, with a warning, also when the file would be too large for RIFF.
 WaveWrapper buildWrapper(const Waveform& waveform, const WrapperLayout& layout);
 
-/// Takes tuning, loops, markers and texts from such chunks; those that are no description are passed over.
-void readWrapperChunks(const std::vector<Bytes>& chunks, Waveform& waveform);
+/// Takes tuning, loops, markers and texts from such chunks. The others are the notes to be attached when all
+/// texts were read.
+WaveFileNotes readWrapperChunks(const std::vector<Bytes>& chunks, Waveform& waveform);
 
 }  // namespace vemko::riff

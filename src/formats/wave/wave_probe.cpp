@@ -1,5 +1,6 @@
 #include <optional>
 
+#include "codecs/id3.h"
 #include "formats/riff/riff.h"
 #include "formats/wave/wave.h"
 
@@ -35,11 +36,17 @@ std::optional<Bytes> earlyChunk(Bytes head, std::uint32_t wanted) {
 
 }  // namespace
 
-int probeWave(Bytes head, std::uint32_t, std::uint64_t) { return isWave(head) ? 6 : 0; }
+int probeWave(Bytes head, std::uint32_t, std::uint64_t) {
+  const Id3Head tag = skipId3(head);
+  if (tag.isLongerThanHead) return 2;
+  return isWave(tag.rest) ? 6 : 0;
+}
 
 int probeBroadcastWave(Bytes head, std::uint32_t, std::uint64_t) {
-  if (!isWave(head)) return 0;
-  return earlyChunk(head, fourCc("bext")) ? 6 : 2;
+  const Id3Head tag = skipId3(head);
+  if (tag.isLongerThanHead) return 2;
+  if (!isWave(tag.rest)) return 0;
+  return earlyChunk(tag.rest, fourCc("bext")) ? 6 : 2;
 }
 
 int probeUsrGsm(Bytes head, std::uint32_t, std::uint64_t) {

@@ -7,6 +7,7 @@
 #include "codecs/id3.h"
 #include "formats/riff/description.h"
 #include "formats/riff/info.h"
+#include "formats/riff/kept_chunks.h"
 #include "formats/riff/riff.h"
 #include "formats/riff/wave_format.h"
 #include "formats/wave/wave.h"
@@ -32,7 +33,12 @@ struct WaveFile {
   riff::DescriptionChunks description;
   std::vector<Bytes> infoLists;
   Bytes broadcast, tag;
+  riff::WaveFileNotes notes;  // what else there is
 };
+
+void keepChunk(WaveFile& file, const riff::Chunk& chunk) {
+  riff::keepChunk(chunk, !file.dataOffset, file.notes);
+}
 
 using ChunkHandler = void (*)(WaveFile&, const riff::Chunk&, riff::ChunkWalker&);
 
@@ -83,8 +89,10 @@ void takeData(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker& walke
 }
 
 void takeList(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
-  if (riff::listType(chunk.body) == fourCc("INFO")) file.infoLists.push_back(riff::listContents(chunk.body));
-  riff::takeDescriptionChunk(chunk, file.description);
+  if (riff::listType(chunk.body) == fourCc("INFO"))
+    file.infoLists.push_back(riff::listContents(chunk.body));
+  else if (!riff::takeDescriptionChunk(chunk, file.description))
+    keepChunk(file, chunk);
 }
 
 void takeFirst(Bytes& place, const riff::Chunk& chunk) {
@@ -95,6 +103,7 @@ void takeDescription(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker
 }
 void takeBroadcast(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) {
   takeFirst(file.broadcast, chunk);
+  keepChunk(file, chunk);
 }
 void takeTag(WaveFile& file, const riff::Chunk& chunk, riff::ChunkWalker&) { takeFirst(file.tag, chunk); }
 
@@ -125,9 +134,11 @@ bool isKnownChunk(Bytes at) {
   return std::ranges::find(kChunkRows, id, &ChunkRow::id) != std::end(kChunkRows);
 }
 
-// Accepts a file of its own, and a wave list as it stands in sound banks.
+// Accepts a file of its own, also behind a tag, and a wave list as it stands in sound banks.
 bool readHeader(Bytes bytes, WaveFile& file) {
-  ByteReader reader(bytes);
+  const Bytes wave = skipId3(bytes).rest;
+  file.tag = bytes.first(bytes.size() - wave.size());
+  ByteReader reader(wave);
   const std::uint32_t id = reader.u32();
   file.riffSize = reader.u32();
   const std::uint32_t form = reader.u32();
@@ -145,6 +156,7 @@ bool readBigEndianHeader(Bytes bytes, WaveFile& file) {
   file.riffSize = reader.big<std::uint32_t>();
   const std::uint32_t form = reader.u32();
   file.bigEndian = true;
+  file.notes.canCarry = false;
   file.chunks = reader.rest();
   return id == fourCc("RIFX") && form == fourCc("WAVE") ? true : fail(u"Not a RIFX WAVE file");
 }
@@ -156,12 +168,15 @@ void makeLittleEndian(WaveFile& file, riff::Chunk& chunk) {
 
 void walkChunks(WaveFile& file) {
   riff::ChunkWalker walker(file.chunks, file.bigEndian);
-  for (riff::Chunk chunk; walker.next(chunk);)
-    for (const ChunkRow& row : kChunkRows) {
-      if (row.id != chunk.id) continue;
-      if (file.bigEndian) makeLittleEndian(file, chunk);
-      row.take(file, chunk, walker);
+  for (riff::Chunk chunk; walker.next(chunk);) {
+    const auto row = std::ranges::find(kChunkRows, chunk.id, &ChunkRow::id);
+    if (row == std::end(kChunkRows)) {
+      keepChunk(file, chunk);
+      continue;
     }
+    if (file.bigEndian) makeLittleEndian(file, chunk);
+    row->take(file, chunk, walker);
+  }
 }
 
 // The frame count: the "fact" chunk's where it gives one that the data can hold. What it cuts off is not
@@ -177,8 +192,8 @@ bool settleFrames(const WaveFile& file, bool standsInBlocks, std::uint64_t& fram
   return frames <= UINT32_MAX ? true : fail(u"Wave too big - use 64-bit version!");
 }
 
-void readTexts(const WaveFile& file, const Path& path, Waveform& waveform) {
-  for (Bytes list : file.infoLists) riff::readInfo(list, waveform);
+void readTexts(WaveFile& file, const Path& path, Waveform& waveform) {
+  for (Bytes list : file.infoLists) riff::readInfo(list, waveform, file.notes.info);
   riff::readBroadcastText(file.broadcast, waveform);
   readId3(file.tag, waveform);
   if (waveform.name().empty()) waveform.setName(textOf(path.stem()));
@@ -224,6 +239,8 @@ bool readChunks(Collection& collection, const InputFile& input, WaveFile& file) 
   waveform.setSource(samples.source);
   readTexts(file, input.path(), waveform);
   riff::readDescription(file.description, waveform);
+  riff::keepTag(file.tag, file.notes);
+  riff::attachNotes(std::move(file.notes), waveform);
   return true;
 }
 

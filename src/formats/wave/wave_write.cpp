@@ -6,6 +6,7 @@
 #include "codecs/sample_writer.h"
 #include "formats/riff/description.h"
 #include "formats/riff/info.h"
+#include "formats/riff/kept_chunks.h"
 #include "formats/riff/riff.h"
 #include "formats/riff/wave_format.h"
 #include "formats/wave/wave.h"
@@ -23,11 +24,11 @@ struct Plan {
   std::uint64_t frames = 0;
   std::uint64_t dataBytes = 0;
   std::uint8_t padByte = 0;
-  std::vector<std::byte> trailer;  // the chunks behind the data
+  std::vector<std::byte> leader, trailer;  // the chunks between format and data, and behind the data
 
   std::uint64_t fileBytes(bool isLarge) const {
     return 12 + (isLarge ? 8 + kLargeSizesBytes : 0) + 8 + format.body.size() + (format.needsFact ? 12 : 0) +
-           8 + dataBytes + dataBytes % 2 + trailer.size();
+           leader.size() + 8 + dataBytes + dataBytes % 2 + trailer.size();
   }
   bool isLarge() const { return dataBytes + 48 > kLargestSize || fileBytes(false) - 8 > kLargestSize; }
 };
@@ -35,16 +36,22 @@ struct Plan {
 // A name that only repeats a file's is left to the file's name.
 bool isFileName(const std::u16string& name, const Path& path) { return name == textOf(path.stem()); }
 
-std::vector<std::byte> buildTrailer(const Waveform& waveform, const Path& target) {
+void addDescription(const Waveform& waveform, std::uint8_t channels, const Path& target, Plan& plan) {
   const bool withName =
       !isFileName(waveform.name(), target) && !(waveform.source && waveform.source->file() &&
                                                 isFileName(waveform.name(), waveform.source->file()->path()));
+  riff::ChunksToWrite kept = riff::buildKeptChunks(waveform, channels);
+  plan.leader = std::move(kept.beforeData);
   riff::ChunkBuilder builder;
-  builder.out.append(riff::buildInfo(waveform, withName));
+  builder.out.append(riff::buildInfo(waveform, withName, riff::keptInfo(waveform)));
   builder.out.append(riff::buildDescription(waveform));
-  if (!waveform.image().empty())
-    if (const auto tag = buildId3(waveform); !tag.empty()) builder.add(fourCc("id3 "), tag);
-  return std::move(builder.out.bytes);
+  builder.out.append(kept.behindData);
+  const Bytes tag = riff::keptTag(waveform);
+  if (!tag.empty())
+    builder.add(fourCc("id3 "), tag);
+  else if (!waveform.image().empty())
+    if (const auto built = buildId3(waveform); !built.empty()) builder.add(fourCc("id3 "), built);
+  plan.trailer = std::move(builder.out.bytes);
 }
 
 std::uint32_t sizeField(std::uint64_t size, bool isLarge) {
@@ -74,6 +81,7 @@ ByteWriter buildHeader(const Plan& plan) {
     out.u32(4);
     out.u32(static_cast<std::uint32_t>(std::min(plan.frames, kLargestSize)));
   }
+  out.append(plan.leader);
   out.text("data");
   out.u32(sizeField(plan.dataBytes, isLarge));
   return out;
@@ -85,7 +93,7 @@ bool writeCoded(const Waveform& waveform, const io::SampleLayout& layout, const 
   Plan plan;
   plan.format = riff::buildCodedFormat(layout.encoding, layout.channels, waveform.rate, save.setting);
   plan.frames = riff::codedFrames(layout.encoding, waveform.frames);
-  if (save.variant != kBare) plan.trailer = buildTrailer(waveform, file.path());
+  if (save.variant != kBare) addDescription(waveform, layout.channels, file.path(), plan);
 
   auto stream = watchClipping(withChannels(openSamples(waveform), waveform.channels, layout.channels),
                               waveform, layout.channels);
@@ -115,7 +123,7 @@ bool writeWave(Item& item, OutputFile& file, const io::SaveOptions& save) {
   plan.frames = waveform.frames;
   plan.dataBytes = plan.frames * layout.channels * bytesPerSample(pcm);
   plan.padByte = layout.encoding == SampleEncoding::Pcm8 ? 0x80 : 0;
-  if (save.variant != kBare) plan.trailer = buildTrailer(waveform, file.path());
+  if (save.variant != kBare) addDescription(waveform, layout.channels, file.path(), plan);
 
   BlockWriter out(file);
   if (!out.append(buildHeader(plan).bytes) || !writeSamples(waveform, pcm, layout.channels, out))
