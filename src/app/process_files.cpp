@@ -7,6 +7,7 @@
 
 #include "base/last_error.h"
 #include "base/text.h"
+#include "io/detect.h"
 #include "io/loss_report.h"
 #include "io/open.h"
 #include "io/save.h"
@@ -45,6 +46,22 @@ std::vector<int> writingRowsOf(const Collection& collection) {
   return rows;
 }
 
+/// The row that writes such files under another extension: it reads them alike and is certain of this one, as
+/// of a broadcast wave, which is a WAVE file under a name of its own.
+int kinRowOf(const Collection& collection, const Path& path) {
+  constexpr int kCertain = 6;
+  InputFile file;
+  const io::FormatEntry* own = io::formatRow(collection.formatRow);
+  if (!own || !file.open(path)) return io::kNoRow;
+  std::vector<std::byte> head(static_cast<std::size_t>(std::min<std::uint64_t>(file.size(), io::kHeadBytes)));
+  if (!file.readAt(0, head)) return io::kNoRow;
+  for (int row = io::nextWritingRow(0); row != io::kNoRow; row = io::nextWritingRow(row + 1)) {
+    const io::FormatEntry& entry = *io::formatRow(row);
+    if (entry.reader == own->reader && entry.probe(head, entry.variant, file.size()) == kCertain) return row;
+  }
+  return io::kNoRow;
+}
+
 /// How many kinds of things a save with the row would lose. At which level articulation stands does not
 /// count: of rows that write the same files, none leaves it out for that.
 std::ptrdiff_t lossCount(const Collection& collection, int row) {
@@ -56,9 +73,9 @@ std::ptrdiff_t lossCount(const Collection& collection, int row) {
 
 /// Where several rows write what one has read, as the levels and dialects of a format, the first of those
 /// that lose least.
-int writingRowOf(const Collection& collection) {
+int writingRowOf(const Collection& collection, const Path& path) {
   const std::vector<int> rows = writingRowsOf(collection);
-  if (rows.size() < 2) return rows.empty() ? io::kNoRow : rows.front();
+  if (rows.size() < 2) return rows.empty() ? kinRowOf(collection, path) : rows.front();
   std::vector<std::ptrdiff_t> losses;
   for (int row : rows) losses.push_back(lossCount(collection, row));
   return rows[static_cast<std::size_t>(std::ranges::min_element(losses) - losses.begin())];
@@ -75,7 +92,7 @@ struct OpenFile {
     if (folderExists(names.input)) return fail(u"This is a folder");
     if (!io::openFile(collection, names.input, false)) return false;
     if (names.output.empty()) return true;
-    row = writingRowOf(collection);
+    row = writingRowOf(collection, names.input);
     if (row == io::kNoRow)
       return fail(u"Files of the format \"" + std::u16string(io::descriptionOf(collection.formatRow)) +
                   u"\" can not be written");

@@ -303,6 +303,31 @@ TEST(Process, InPlaceWritesOnlyWhatWasModified) {
   EXPECT_TRUE(fileExists(shop.folder / "copy.wav"));
 }
 
+TEST(Process, InPlaceKeepsBroadcastWavesUnderTheirName) {
+  const Workshop shop;
+  const std::string wave = contentOf(shop.folder / "loud.wav");
+  ByteWriter scene;
+  scene.text("bext");
+  scene.u32(602);
+  scene.text("Scene 1");
+  scene.zeros(602 - 7);
+  std::string file = wave.substr(0, 12) +
+                     std::string(reinterpret_cast<const char*>(scene.bytes.data()), 610) + wave.substr(12);
+  putFile(shop.folder / "take.bwf", file);
+  file.replace(0, 4, "SDSS");
+  putFile(shop.folder / "take.sds", file);
+  const Ran ran = shop.run({"Maximize amplitude", "take.bwf", "--in-place"});
+  EXPECT_EQ(ran.status, 0) << ran.err;
+  EXPECT_EQ(ran.out, "take.bwf: Processed 1 item using Maximize amplitude\n");
+  const std::string written = contentOf(shop.folder / "take.bwf");
+  EXPECT_EQ(written.substr(0, 4), "RIFF");
+  EXPECT_LT(written.find("Scene 1"), written.find("data"));
+  EXPECT_EQ(tools::peak(*Loaded(shop.folder / "take.bwf").wave).level, 32767 / 32768.0f);
+  // Files that are no WAVE files by their first bytes stay unwritten.
+  EXPECT_NE(shop.run({"Maximize amplitude", "take.sds", "--in-place"}).status, 0);
+  EXPECT_EQ(contentOf(shop.folder / "take.sds"), file);
+}
+
 TEST(Process, NothingIsWrittenWhenOneOfARecordingIsMissing) {
   const Workshop shop;
   const std::string before = contentOf(shop.folder / "soft.wav");
