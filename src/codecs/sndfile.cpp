@@ -42,20 +42,47 @@ using Handle = std::unique_ptr<SNDFILE, CloseFile>;
 
 // --- Reading
 
-PartInput& inputOf(void* client) { return *static_cast<PartInput*>(client); }
-sf_count_t inputLength(void* client) { return static_cast<sf_count_t>(inputOf(client).size()); }
-sf_count_t inputTell(void* client) { return static_cast<sf_count_t>(inputOf(client).position()); }
+// A part of a file behind a head in memory.
+struct HeadedInput {
+  std::shared_ptr<const std::vector<std::byte>> head;
+  std::unique_ptr<PartInput> part;
+  std::uint64_t position = 0;
+};
+HeadedInput& inputOf(void* client) { return *static_cast<HeadedInput*>(client); }
+sf_count_t inputTell(void* client) { return static_cast<sf_count_t>(inputOf(client).position); }
+sf_count_t inputLength(void* client) {
+  return static_cast<sf_count_t>(inputOf(client).head->size() + inputOf(client).part->size());
+}
 sf_count_t inputSeek(sf_count_t offset, int whence, void* client) {
-  return inputOf(client).seek(offset, whence) ? inputTell(client) : -1;
+  const sf_count_t base = whence == SEEK_SET   ? 0
+                          : whence == SEEK_CUR ? inputTell(client)
+                                               : inputLength(client);
+  if (offset < -base) return -1;
+  inputOf(client).position = static_cast<std::uint64_t>(base) + static_cast<std::uint64_t>(offset);
+  return inputTell(client);
 }
 sf_count_t inputRead(void* buffer, sf_count_t count, void* client) {
+  HeadedInput& input = inputOf(client);
   if (count <= 0) return 0;
-  return static_cast<sf_count_t>(
-      inputOf(client).read({static_cast<std::byte*>(buffer), static_cast<std::size_t>(count)}));
+  std::span<std::byte> out(static_cast<std::byte*>(buffer), static_cast<std::size_t>(count));
+  std::size_t done = 0;
+  if (input.position < input.head->size()) {
+    const Bytes head = Bytes(*input.head).subspan(static_cast<std::size_t>(input.position));
+    done = std::min(head.size(), out.size());
+    std::ranges::copy(head.first(done), out.begin());
+    input.position += done;
+  }
+  if (done < out.size()) {
+    input.part->seek(input.position - input.head->size());
+    const std::size_t more = input.part->read(out.subspan(done));
+    input.position += more;
+    done += more;
+  }
+  return static_cast<sf_count_t>(done);
 }
 SF_VIRTUAL_IO inputCallbacks = {inputLength, inputSeek, inputRead, nullptr, inputTell};
 
-Handle openHandle(PartInput& input, SF_INFO& info) {
+Handle openHandle(HeadedInput& input, SF_INFO& info) {
   info = {};
   Handle handle(functions().open(&inputCallbacks, SFM_READ, &info, &input));
   if (!handle || info.channels < 1 || info.channels > 255 || info.samplerate < 1) {
@@ -67,7 +94,7 @@ Handle openHandle(PartInput& input, SF_INFO& info) {
 
 class SndfileDecoder final : public Decoder {
  public:
-  SndfileDecoder(std::unique_ptr<PartInput> input, Handle handle, std::size_t channels)
+  SndfileDecoder(std::unique_ptr<HeadedInput> input, Handle handle, std::size_t channels)
       : input_(std::move(input)),
         handle_(std::move(handle)),
         channels_(channels),
@@ -88,7 +115,7 @@ class SndfileDecoder final : public Decoder {
   }
 
  private:
-  std::unique_ptr<PartInput> input_;
+  std::unique_ptr<HeadedInput> input_;
   Handle handle_;
   std::size_t channels_;
   std::uint64_t position_ = 0;
@@ -254,12 +281,13 @@ bool writeBlocks(SNDFILE* file, const EncoderInput& input, const SubtypeRow& row
 
 std::u16string missingLibrary() { return functions().library.missingText(); }
 
-bool open(const FilePart& part, CompressedSamples& samples) {
+bool open(const FilePart& part, CompressedSamples& samples, std::vector<std::byte> head) {
   if (!functions().library.require()) return false;
-  auto input = PartInput::open(part);
-  if (!input) return false;
+  const auto sharedHead = std::make_shared<const std::vector<std::byte>>(std::move(head));
+  HeadedInput input{sharedHead, PartInput::open(part)};
+  if (!input.part) return false;
   SF_INFO info;
-  const Handle handle = openHandle(*input, info);
+  const Handle handle = openHandle(input, info);
   if (!handle) return false;
 
   DecoderRecipe recipe;
@@ -268,12 +296,13 @@ bool open(const FilePart& part, CompressedSamples& samples) {
   recipe.facts.rate = static_cast<std::uint32_t>(info.samplerate);
   recipe.facts.channels = static_cast<std::uint8_t>(info.channels);
   describe(info.format, recipe);
-  recipe.open = [](std::unique_ptr<PartInput> opened) -> std::unique_ptr<Decoder> {
-    SF_INFO again;
-    Handle fresh = openHandle(*opened, again);
+  recipe.open = [sharedHead](std::unique_ptr<PartInput> opened) -> std::unique_ptr<Decoder> {
+    auto again = std::make_unique<HeadedInput>(HeadedInput{sharedHead, std::move(opened)});
+    SF_INFO facts;
+    Handle fresh = openHandle(*again, facts);
     if (!fresh) return nullptr;
-    return std::make_unique<SndfileDecoder>(std::move(opened), std::move(fresh),
-                                            static_cast<std::size_t>(again.channels));
+    return std::make_unique<SndfileDecoder>(std::move(again), std::move(fresh),
+                                            static_cast<std::size_t>(facts.channels));
   };
   return makeDecodedSamples(std::move(recipe), samples);
 }

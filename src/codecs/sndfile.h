@@ -1,6 +1,8 @@
 #pragma once
 // General audio files through libsndfile.
+#include <cstddef>
 #include <cstdint>
+#include <vector>
 
 #include "codecs/bridge.h"
 
@@ -21,8 +23,10 @@ enum class Container : std::uint32_t {
 
 std::u16string missingLibrary();
 
-/// Fails with "The file is damaged or of a kind that can not be read" and for a missing library.
-bool open(const FilePart& part, CompressedSamples& samples);
+/// Fails with "The file is damaged or of a kind that can not be read" and for a missing library. The library
+/// reads `head` and then the part as one file: a head that the library understands can so take the place of
+/// one that it does not.
+bool open(const FilePart& part, CompressedSamples& samples, std::vector<std::byte> head = {});
 
 /// Whether the container can hold the encoding at all.
 bool canHold(Container container, SampleEncoding encoding);

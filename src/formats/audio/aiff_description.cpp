@@ -9,6 +9,7 @@
 #include "formats/audio/big_endian.h"
 #include "formats/audio/descriptions.h"
 #include "formats/audio/iff_texts.h"
+#include "formats/riff/kept_chunks.h"
 
 namespace vemko::audio {
 namespace {
@@ -17,6 +18,13 @@ constexpr std::size_t kFormHeaderBytes = 12;
 constexpr std::u16string_view kEndSuffix = u" end";
 constexpr std::size_t kMostMarkers = 0xFFFF;
 constexpr int kMostDetuneCents = 50;
+
+// Those that are read, here or with the samples, and those that say nothing of their own.
+constexpr std::uint32_t kKnownChunks[] = {
+    fourCc("COMM"), fourCc("SSND"), fourCc("FVER"), fourCc("MARK"), fourCc("INST"),
+    fourCc("ID3 "), fourCc("COMT"), fourCc("CHAN"), fourCc("FLLR"), fourCc("PAD "),
+    fourCc("JUNK"), fourCc("PEAK"), fourCc("AESD"), fourCc("LGWV"),
+};
 
 Bytes formContents(Bytes file) { return file.subspan(std::min(file.size(), kFormHeaderBytes)); }
 
@@ -39,6 +47,20 @@ std::vector<Marker> readMarkers(Bytes body) {
     if (length % 2 == 0 && reader.remaining() > 0) reader.skip(1);
   }
   return markers;
+}
+
+// The comments, each a line, whatever marker they belong to.
+std::u16string readComments(Bytes body) {
+  std::u16string all;
+  ByteReader reader(body);
+  for (unsigned count = reader.big<std::uint16_t>(); count > 0 && reader.ok; --count) {
+    reader.skip(6);  // time, marker
+    const auto length = reader.big<std::uint16_t>();
+    const std::u16string text = decodeText(reader.take(length));
+    if (length % 2 != 0 && reader.remaining() > 0) reader.skip(1);
+    if (!trimmed(text).empty()) all.append(all.empty() ? u"" : u"\n").append(trimmed(text));
+  }
+  return all;
 }
 
 struct InstrumentLoop {
@@ -215,13 +237,25 @@ void readAiffDescription(Bytes file, Waveform& waveform) {
   std::vector<Marker> markers;
   Instrument instrument;
   bool hasInstrument = false;
+  IffTexts texts;
+  std::u16string comments;
+  Bytes tag;
+  std::vector<std::uint32_t> left;
   IffWalker walker(formContents(file));
   for (IffChunk chunk; walker.next(chunk);) {
-    takeIffText(chunk, waveform);
-    if (chunk.id == fourCc("ID3 ")) readId3(chunk.body, waveform);
+    if (takeIffText(chunk, texts)) continue;
+    if (chunk.id == fourCc("ID3 ") && tag.empty()) tag = chunk.body;
+    if (chunk.id == fourCc("COMT") && comments.empty()) comments = readComments(chunk.body);
     if (chunk.id == fourCc("MARK") && markers.empty()) markers = readMarkers(chunk.body);
     if (chunk.id == fourCc("INST") && !hasInstrument) hasInstrument = readInstrument(chunk.body, instrument);
+    const bool isKnown = std::ranges::find(kKnownChunks, chunk.id) != std::end(kKnownChunks);
+    if (!isKnown && !chunk.overruns && !chunk.body.empty()) riff::addNotKept(chunk.id, left);
   }
+  applyIffTexts(texts, comments, waveform);
+  readId3(tag, waveform);
+  if (!comments.empty() && waveform.text(TextProperty::Comments) != comments)
+    riff::addNotKept(fourCc("COMT"), left);
+  riff::tellChunksNotKept(left);
   RecordReader records(std::move(markers), waveform);
   if (hasInstrument) {
     waveform.rootKey = std::min<std::uint8_t>(instrument.rootKey, 127);

@@ -1,7 +1,6 @@
 // AIFF and AIFF-C files are written here: their lengths, which are known beforehand, need nothing of a
 // library. Reading, with all the compressed kinds, is libsndfile's.
 #include <algorithm>
-#include <bit>
 #include <iterator>
 
 #include "base/last_error.h"
@@ -37,14 +36,6 @@ constexpr EncodingRow kEncodings[] = {
 
 const EncodingRow& rowOf(SampleEncoding encoding) {
   return *std::ranges::find(kEncodings, encoding, &EncodingRow::encoding);
-}
-
-// The sample rate as a floating-point number of 80 bits.
-void putExtended(ByteWriter& out, std::uint32_t rate) {
-  constexpr int kExponentOfOne = 16383;
-  const int exponent = static_cast<int>(std::bit_width(rate)) - 1;
-  putBig(out, static_cast<std::uint16_t>(rate == 0 ? 0 : kExponentOfOne + exponent));
-  putBig(out, rate == 0 ? std::uint64_t{0} : std::uint64_t{rate} << (63 - exponent));
 }
 
 void putCommon(ByteWriter& chunks, const Waveform& waveform, const io::SampleLayout& layout,

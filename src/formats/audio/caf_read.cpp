@@ -10,26 +10,19 @@
 #include "formats/audio/big_endian.h"
 #include "formats/audio/caf_tables.h"
 #include "formats/audio/descriptions.h"
+#include "formats/riff/kept_chunks.h"
 
 namespace vemko::audio {
 namespace {
 
-constexpr std::size_t kFileHeaderBytes = 8;
 constexpr std::size_t kMarkerBytes = 28;
 
-struct Chunk {
-  std::uint32_t id = 0;
-  Bytes body;
+// Those that are read, here or with the samples, and those that say nothing of their own.
+constexpr std::uint32_t kKnownChunks[] = {
+    fourCc("desc"), fourCc("data"), fourCc("kuki"), fourCc("pakt"), fourCc("chan"),
+    fourCc("info"), fourCc("strg"), fourCc("inst"), fourCc("regn"), fourCc("mark"),
+    fourCc("free"), fourCc("peak"), fourCc("ovvw"),
 };
-
-// The last chunk may leave its length open: -1, to the end of the file.
-bool nextChunk(ByteReader& reader, Chunk& chunk) {
-  chunk.id = reader.u32();
-  const auto size = reader.big<std::uint64_t>();
-  if (!reader.ok) return false;
-  chunk.body = reader.take(std::min<std::uint64_t>(size, reader.remaining()));
-  return true;
-}
 
 std::string_view takeString(ByteReader& reader) {
   const Bytes rest = reader.bytes.subspan(reader.pos);
@@ -163,14 +156,18 @@ void readCoreAudioDescription(Bytes file, Waveform& waveform) {
   Instrument instrument;
   Bytes regions, markers;
   ByteReader reader(file);
-  reader.skip(kFileHeaderBytes);
-  for (Chunk chunk; nextChunk(reader, chunk);) {
+  reader.skip(kCafHeaderBytes);
+  std::vector<std::uint32_t> left;
+  for (CafChunk chunk; nextCafChunk(reader, chunk);) {
     if (chunk.id == fourCc("info")) readInformation(chunk.body, waveform);
     if (chunk.id == fourCc("strg")) names = readStrings(chunk.body);
     if (chunk.id == fourCc("inst")) readInstrument(chunk.body, instrument, waveform);
     if (chunk.id == fourCc("regn")) regions = chunk.body;
     if (chunk.id == fourCc("mark")) markers = chunk.body;
+    const bool isKnown = std::ranges::find(kKnownChunks, chunk.id) != std::end(kKnownChunks);
+    if (!isKnown && !chunk.overruns && !chunk.body.empty()) riff::addNotKept(chunk.id, left);
   }
+  riff::tellChunksNotKept(left);
   LoopAdder adder(waveform);
   for (const Region& region : readRegions(regions, waveform.frames))
     addRegion(region, instrument, names, adder);

@@ -45,13 +45,15 @@ struct Voice {
 
 Voice walkVoice(Bytes bytes, Waveform& waveform) {
   Voice voice;
+  IffTexts texts;
   IffWalker walker(bytes.subspan(std::min(bytes.size(), kFormHeaderBytes)));
   for (IffChunk chunk; walker.next(chunk);) {
-    takeIffText(chunk, waveform);
+    takeIffText(chunk, texts);
     if (chunk.id == fourCc("VHDR")) voice.hasHeader = readHeader(chunk.body, voice.header);
     if (chunk.id == fourCc("CHAN")) voice.isStereo = ByteReader(chunk.body).big<std::uint32_t>() == kStereo;
     if (chunk.id == fourCc("BODY") && voice.body.empty()) voice.body = chunk.body;
   }
+  applyIffTexts(texts, {}, waveform);
   return voice;
 }
 

@@ -1,5 +1,8 @@
 #include "formats/audio/iff_texts.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "base/text.h"
 
 namespace vemko::audio {
@@ -19,12 +22,27 @@ constexpr TextRow kTextRows[] = {
 };
 // clang-format on
 
+static_assert(std::size(kTextRows) == std::tuple_size_v<decltype(IffTexts::texts)>);
+
 }  // namespace
 
-void takeIffText(const IffChunk& chunk, Waveform& waveform) {
-  for (const TextRow& row : kTextRows)
-    if (row.id == chunk.id && waveform.text(row.property).empty())
-      waveform.setText(row.property, decodeText(chunk.body));
+bool takeIffText(const IffChunk& chunk, IffTexts& texts) {
+  const auto row = std::ranges::find(kTextRows, chunk.id, &TextRow::id);
+  if (row == std::end(kTextRows)) return false;
+  std::u16string& text = texts.texts[static_cast<std::size_t>(row - kTextRows)];
+  const std::u16string decoded = decodeText(chunk.body);
+  const std::u16string_view more = trimmed(decoded);
+  if (more.empty() || (!text.empty() && row->property != TextProperty::Comments)) return true;
+  text.append(text.empty() ? u"" : u"\n").append(more);
+  return true;
+}
+
+void applyIffTexts(const IffTexts& texts, std::u16string_view comments, Waveform& waveform) {
+  const auto set = [&](TextProperty property, std::u16string_view text) {
+    if (waveform.text(property).empty()) waveform.setText(property, text);
+  };
+  for (std::size_t i = 0; i < std::size(kTextRows); ++i) set(kTextRows[i].property, texts.texts[i]);
+  set(TextProperty::Comments, comments);
 }
 
 void putIffTexts(const Waveform& waveform, bool withName, ByteWriter& chunks) {

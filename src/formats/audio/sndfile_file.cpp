@@ -5,8 +5,10 @@
 #include "base/text.h"
 #include "codecs/pcm.h"
 #include "codecs/sndfile.h"
+#include "formats/audio/aiff_open.h"
 #include "formats/audio/audio.h"
 #include "formats/audio/audio_file.h"
+#include "formats/audio/caf_open.h"
 #include "formats/audio/descriptions.h"
 #include "formats/audio/probes.h"
 
@@ -48,6 +50,12 @@ constexpr TypeRow kTypes[] = {
 // clang-format on
 static_assert(std::size(kTypes) == kWave64 + 1);
 
+bool openSamples(InputFile& file, Container container, CompressedSamples& samples) {
+  if (container == Container::Aiff) return openAiff(file, samples);
+  if (container == Container::CoreAudio) return openCoreAudio(file, samples);
+  return sndfile::open(FilePart::whole(file), samples);
+}
+
 }  // namespace
 
 int probeSndfile(Bytes head, std::uint32_t variant, std::uint64_t) {
@@ -58,7 +66,7 @@ int probeSndfile(Bytes head, std::uint32_t variant, std::uint64_t) {
 
 bool readSndfile(Collection& collection, InputFile& file, std::uint32_t variant) {
   CompressedSamples samples;
-  if (!sndfile::open(FilePart::whole(file), samples)) return false;
+  if (!openSamples(file, kTypes[variant].container, samples)) return false;
   Waveform* waveform = addWaveform(collection, samples);
   if (!waveform) return false;
   if (kTypes[variant].read) kTypes[variant].read(file.bytes(), *waveform);
