@@ -320,6 +320,47 @@ TEST(SoundFontWriter, SplitsStereoIntoLinkedSamples) {
   EXPECT_EQ(mono.samples.size(), 1u);
 }
 
+TEST(SoundFontWriter, CutsLongNamesBeforeTheirEnds) {
+  Collection collection;
+  Layer& layer = createLayer(createInstrument(collection, u"New"), u"");
+  float level = 0.01f;
+  const auto add = [&](std::u16string_view name, std::uint8_t channels) {
+    Waveform& waveform = addWaveform(collection, channels, level += 0.01f);
+    waveform.setName(name);
+    createRegion(layer, u"").setWaveform(waveform.id());
+  };
+  add(u"Very long sample name one", 2);
+  add(u"Very long sample name two", 2);
+  add(u"Very long sample name", 2);
+  add(u"Power Bass Drum 10(L)", 1);
+  add(u"Power Bass Drum 10(R)", 1);
+  add(u"Power Bass Drum 1 - Left", 1);
+  add(u"Twenty letters it has", 1);
+  add(u"Twenty letters it ha", 1);
+  add(u"\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9", 2);
+  const soundfont::BankFile bank = parsed(bytesOfSaved(collection));
+  std::vector<std::string> names;
+  for (const soundfont::SampleHeader& header : bank.samples)
+    names.emplace_back(soundfont::charactersOf(header.name));
+  EXPECT_EQ(names,
+            (std::vector<std::string>{"Very long sample n L", "Very long sample n R", "Very long sample 2 L",
+                                      "Very long sample 2 R", "Very long sample 3 L", "Very long sample 3 R",
+                                      "Power Bass Drum 1(L)", "Power Bass Drum 1(R)", "Power Bass Dr - Left",
+                                      "Twenty letters it 2", "Twenty letters it ha",
+                                      "\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9 L",
+                                      "\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9\u00E9 R"}));
+  // Once more: what was read keeps its bytes, numbers among them.
+  ReadBank read(bytesOfSaved(collection));
+  io::fixUp(read.collection, io::kAllKinds, false);
+  const soundfont::BankFile again = parsed(bytesOfSaved(read.collection));
+  std::vector<std::string> namesAgain;
+  for (const soundfont::SampleHeader& header : again.samples)
+    namesAgain.emplace_back(soundfont::charactersOf(header.name));
+  std::ranges::sort(names);
+  std::ranges::sort(namesAgain);
+  EXPECT_EQ(namesAgain, names);
+}
+
 TEST(SoundFontWriter, WritesASendAsTheEffectThatItLeadsTo) {
   ReadBank read(simpleBank({amount(gen::ReverbSend, 500), amount(gen::ChorusSend, 250)}));
   read.collection.all<Instrument>()[0]->sendEffects[0] = SendEffect::Chorus;

@@ -9,50 +9,6 @@
 namespace vemko::soundfont {
 namespace {
 
-constexpr std::size_t kNameBytes = 20;
-
-// "Piano" of "Piano 2"; the whole name where it ends otherwise.
-std::u16string_view withoutNumber(std::u16string_view name) {
-  const std::size_t digits = name.find_last_not_of(u"0123456789");
-  if (digits == name.npos || digits + 1 == name.size() || name[digits] != u' ') return name;
-  return name.substr(0, digits);
-}
-
-// The name of the other side: the last "L" of the left one's mark becomes an "R".
-std::string rightName(std::string left, std::size_t markAt) {
-  const std::string mark = left.substr(markAt);
-  for (const auto& [from, to] : {std::pair<std::string_view, std::string_view>{"Left", "Right"},
-                                 {"left", "right"},
-                                 {"LEFT", "RIGHT"},
-                                 {"L", "R"},
-                                 {"l", "r"}})
-    if (const std::size_t at = mark.rfind(from); at != mark.npos) {
-      left.replace(markAt + at, from.size(), to);
-      return left.substr(0, kNameBytes);
-    }
-  return {};
-}
-
-struct SideNames {
-  std::string left, right;
-};
-
-// The names that the sides had in their file, else the waveform's with a mark.
-SideNames sideNames(const Waveform& waveform, const SampleHeader* header) {
-  if (header) {
-    const std::u16string raw = textOf(header->name);
-    for (std::u16string_view common :
-         {std::u16string_view(waveform.name()), withoutNumber(waveform.name())}) {
-      if (common.empty() || !raw.starts_with(common) || common.size() == raw.size()) continue;
-      const std::string left(charactersOf(header->name));
-      const std::size_t markAt = std::min(toUtf8(common).size(), left.size() - 1);
-      if (std::string right = rightName(left, markAt); !right.empty()) return {left, right};
-    }
-  }
-  const std::string common = toUtf8(waveform.displayName(), kNameBytes - 2);
-  return {common + " L", common + " R"};
-}
-
 void append(std::string& key, std::uint64_t value) {
   key.append(reinterpret_cast<const char*>(&value), sizeof value);
 }
@@ -81,21 +37,20 @@ std::vector<std::shared_ptr<const SampleSource>> channelSources(const Waveform& 
 
 }  // namespace
 
-std::string restoredName(std::u16string_view name, const Name* raw) {
-  if (raw && (textOf(*raw) == name || textOf(*raw) == withoutNumber(name)))
-    return std::string(charactersOf(*raw));
-  return toUtf8(name, kNameBytes);
-}
-
 SamplePool::SamplePool(std::span<Waveform* const> waveforms, bool mono) {
   std::unordered_map<std::string, std::size_t> known;
+  std::vector<const Waveform*> firstOfGroup;
   for (const Waveform* waveform : waveforms) {
     auto sources = channelSources(*waveform);
     const auto [place, isNew] =
         known.try_emplace(keyOf(*waveform, sources, notesOf<WaveformNotes>(*waveform)), groups_.size());
-    if (isNew) groups_.push_back(makeGroup(*waveform, std::move(sources), mono));
+    if (isNew) {
+      groups_.push_back(makeGroup(*waveform, std::move(sources), mono));
+      firstOfGroup.push_back(waveform);
+    }
     groupOf_[waveform] = place->second;
   }
+  numberCutNames(firstOfGroup);
   linkSides(waveforms);
 }
 
@@ -138,20 +93,43 @@ SamplePool::Group SamplePool::makeGroup(const Waveform& waveform,
     sample.data = addData(std::move(data));
     samples_.push_back(sample);
   }
+  setNames(group, namesOf(waveform, group.header, group.place.isStereo));
+  if (!group.place.isStereo) return group;
   PooledSample& first = samples_[group.place.sample];
-  if (!group.place.isStereo) {
-    first.name = restoredName(waveform.name(), group.header ? &group.header->name : nullptr);
-    return group;
-  }
-  const SideNames names = sideNames(waveform, group.header);
   PooledSample& second = samples_[group.place.sample + 1];
-  first.name = names.left;
-  second.name = names.right;
   first.type = sample_type::Left;
   second.type = sample_type::Right;
   first.link = static_cast<std::uint16_t>(group.place.sample + 1);
   second.link = static_cast<std::uint16_t>(group.place.sample);
   return group;
+}
+
+void SamplePool::setNames(Group& group, const SampleNames& names) {
+  samples_[group.place.sample].name = names.left;
+  if (group.place.isStereo) samples_[group.place.sample + 1].name = names.right;
+  group.isNameCut = names.isCut;
+}
+
+// Of names that were cut to the same, the later ones get numbers; whole names stay as they are.
+void SamplePool::numberCutNames(std::span<const Waveform* const> firstOfGroup) {
+  constexpr unsigned kFirstNumber = 2;
+  std::unordered_set<std::string> taken;
+  std::unordered_map<std::string, unsigned> numbers;
+  const auto claim = [&](const Group& group) {
+    taken.insert(samples_[group.place.sample].name);
+    if (group.place.isStereo) taken.insert(samples_[group.place.sample + 1].name);
+  };
+  for (const Group& group : groups_)
+    if (!group.isNameCut) claim(group);
+  for (std::size_t i = 0; i < groups_.size(); ++i) {
+    Group& group = groups_[i];
+    if (!group.isNameCut) continue;
+    if (const std::string name = samples_[group.place.sample].name; taken.contains(name)) {
+      unsigned& number = numbers.try_emplace(name, kFirstNumber).first->second;
+      setNames(group, numberedNames(*firstOfGroup[i], group.place.isStereo, taken, number));
+    }
+    claim(group);
+  }
 }
 
 // Pairs that stayed apart keep their link, the first of several ways to loop speaking for all.

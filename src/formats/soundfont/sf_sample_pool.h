@@ -10,6 +10,7 @@
 
 #include "core/collection.h"
 #include "formats/soundfont/sf_notes.h"
+#include "formats/soundfont/sf_sample_names.h"
 
 namespace vemko::soundfont {
 
@@ -61,10 +62,13 @@ class SamplePool {
     PooledWaveform place;
     const SampleHeader* header = nullptr;  // of the file that the waveform comes from
     bool keepsFileLoop = false;
+    bool isNameCut = false;
   };
   Group makeGroup(const Waveform& waveform, std::vector<std::shared_ptr<const SampleSource>> sources,
                   bool mono);
   std::size_t addData(ChannelData data);
+  void setNames(Group& group, const SampleNames& names);
+  void numberCutNames(std::span<const Waveform* const> firstOfGroup);
   void linkSides(std::span<Waveform* const> waveforms);
 
   std::vector<PooledSample> samples_;
@@ -73,9 +77,5 @@ class SamplePool {
   std::unordered_map<const Waveform*, std::size_t> groupOf_;
   std::unordered_map<std::string, std::size_t> dataOf_;
 };
-
-/// The name for the file of an item whose header was called `raw` when it was read (null: it was not): `raw`
-/// again, also where the item only got a number since, to tell it from another of that name.
-std::string restoredName(std::u16string_view name, const Name* raw);
 
 }  // namespace vemko::soundfont
