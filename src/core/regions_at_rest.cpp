@@ -40,7 +40,7 @@ class SwitchSets {
   static bool waits(const Region& region) { return rulesOf(region).switches.waitsForLast(); }
   std::size_t indexOf(const KeySwitches& switches) const { return at(setOf_[switches.range.low & 127]); }
 
-  // Marks each key whose lower neighbour is in the same range; what is marked already is not looked at again.
+  // Marks each key whose lower neighbour is in the same range.
   void join(MidiRange range) {
     for (int key = range.low + 1; key <= range.high && key < kKeys; ++key) joined_.set(at(key));
   }
@@ -120,7 +120,7 @@ std::unordered_set<const Region*> laterTurns(const std::vector<const Region*>& r
   const auto covered = std::make_unique<Coverage>();
   for (auto from = turns.begin(); from != turns.end();) {
     const auto to =
-        std::find_if(from, turns.end(), [&](auto* each) { return turnOf(*each) != turnOf(**from); });
+        std::find_if(from + 1, turns.end(), [&](auto* each) { return turnOf(*each) != turnOf(**from); });
     if (from != turns.begin() && rulesOf(**(from - 1)).sequenceLength != rulesOf(**from).sequenceLength)
       covered->clear();
     const auto kept = std::partition(from, to, [&](auto* each) { return covered->holds(*each); });
