@@ -45,8 +45,12 @@ bool isSwitchedOn(const FixupStep& step, KindMask kinds) {
   return (step.kinds & ~kinds) == 0 && (step.option == nullptr || fixupOptions().*step.option);
 }
 
+// False when memory ran out, after which nobody knows how far the step has come.
 bool run(const FixupStep& step, Collection& collection) {
-  return withinMemory([&] { return step.apply(collection); });
+  return withinMemory([&] {
+    if (!step.apply(collection)) logWarning(toUtf16(step.name) + u": " + lastError());
+    return true;
+  });
 }
 
 }  // namespace
@@ -58,7 +62,7 @@ FixupOptions& fixupOptions() {
   return options;
 }
 
-void fixUp(Collection& collection, KindMask kinds, bool withProgress) {
+bool fixUp(Collection& collection, KindMask kinds, bool withProgress) {
   constexpr std::u16string_view kStatus = u"Fixing up items";
   std::u16string_view shown;
   double done = 0;
@@ -66,10 +70,11 @@ void fixUp(Collection& collection, KindMask kinds, bool withProgress) {
     if (!isSwitchedOn(step, kinds)) continue;
     const std::u16string_view status = step.status.empty() ? kStatus : step.status;
     if (withProgress && status != shown) showStatus(shown = status);
-    if (!run(step, collection)) logWarning(toUtf16(step.name) + u": " + lastError());
+    if (!run(step, collection)) return false;
     done += 1;
     if (withProgress) showProgress(done / static_cast<double>(std::size(kSteps)));
   }
+  return true;
 }
 
 }  // namespace vemko::io

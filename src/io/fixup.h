@@ -37,8 +37,9 @@ std::span<const FixupStep> fixupSteps();
 FixupOptions& fixupOptions();
 
 /// Runs the steps that are switched on and whose kinds lie within `kinds`. A step that fails is logged and
-/// the pass goes on: a tidy-up never costs the user the file.
-void fixUp(Collection& collection, KindMask kinds, bool withProgress);
+/// the pass goes on: a tidy-up never costs the user the file. Only when memory runs out in one, which may
+/// leave it half done, does the pass end and fail with "Out of memory".
+bool fixUp(Collection& collection, KindMask kinds, bool withProgress);
 inline constexpr KindMask kAllKinds = 0xFF;
 
 // The steps, each with the rule it follows at its definition.

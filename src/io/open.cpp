@@ -72,8 +72,7 @@ bool openFile(Collection& collection, const Path& path, bool allowRawImport, For
   return withinMemory([&] {
     if (!busy) resetMissingFileSearch();
     if (!detectAndRead(collection, path, allowRawImport, rows)) return false;
-    if (!busy) fixUp(collection, kAllKinds, true);
-    return true;
+    return busy || fixUp(collection, kAllKinds, true);
   });
 }
 

@@ -34,7 +34,7 @@ class Run {
   SaveAllResult saveEach() {
     Collection& collection = *request_.collection;
     // Once for all: what lies below the items is tidy for each of them then.
-    tidyBelow(collection, request_.kind);
+    if (!tidyBelow(collection, request_.kind)) return result_;
     const std::vector<Item*> items = request_.kind == ItemKind::Collection ? std::vector<Item*>{&collection}
                                                                            : collection.allOf(request_.kind);
     result_.ok = true;

@@ -119,8 +119,8 @@ Item* storedItemFor(Item& item) {
   return stored;
 }
 
-void tidyBelow(Collection& collection, ItemKind kind) {
-  fixUp(collection, static_cast<KindMask>((1u << static_cast<int>(kind)) - 1), false);
+bool tidyBelow(Collection& collection, ItemKind kind) {
+  return fixUp(collection, static_cast<KindMask>((1u << static_cast<int>(kind)) - 1), false);
 }
 
 bool splitForWriting(const Item& item, PreparedItem& prepared) {
@@ -154,7 +154,7 @@ bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, For
   const Way way = wayOf(*prepared.item, row, options, rows);
   if (way == Way::Impossible) return fail(kCannotSave);
   if (way == Way::NoConversion) return fail(u"Save aborted!");
-  if (tidy) tidyBelow(prepared.item->collection(), prepared.item->kind());
+  if (tidy && !tidyBelow(prepared.item->collection(), prepared.item->kind())) return false;
   if (!checkSamplesOf(*prepared.item)) return false;
   if (way == Way::Render && !render(*prepared.item, prepared)) return false;
   if (isEmpty(*prepared.item)) return fail(u"Empty item - nothing to save");

@@ -21,8 +21,8 @@ bool prepareItem(Item* item, int row, const SaveOptions& options, bool tidy, For
 /// into linked pairs of mono ones; its collection has the texts and notes of the item's.
 bool splitForWriting(const Item& item, PreparedItem& prepared);
 
-/// The tidying that a save of an item of that kind begins with.
-void tidyBelow(Collection& collection, ItemKind kind);
+/// The tidying that a save of an item of that kind begins with; false when memory ran out.
+bool tidyBelow(Collection& collection, ItemKind kind);
 
 /// Calls a row's writer; what a hostile item could make it throw becomes "Out of memory".
 bool callWriter(Item& item, OutputFile& file, FormatWriter writer, const SaveOptions& options);
