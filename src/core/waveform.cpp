@@ -1,6 +1,7 @@
 #include "core/waveform.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "base/last_error.h"
 #include "base/text.h"
@@ -45,6 +46,11 @@ const LoopRecord* firstNamed(const Waveform& waveform, RecordType type, std::u16
 }
 
 }  // namespace
+
+Waveform::Waveform(Collection& collection) : Item(collection) {
+  static std::atomic<std::uint64_t> births = 0;
+  birth = ++births;
+}
 
 void Waveform::setSource(std::shared_ptr<const SampleSource> newSource) {
   buffer.reset();

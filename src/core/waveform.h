@@ -18,8 +18,11 @@ enum class StereoSide : std::uint8_t { None, Left, Right };
 /// or memory was short); a waveform whose samples were loaded and not edited keeps its source beside the
 /// buffer.
 struct Waveform final : Item {
-  explicit Waveform(Collection& collection) : Item(collection) {}
+  explicit Waveform(Collection& collection);
 
+  /// Another one for each waveform of a run, and the same in its copies and whatever is edited: ids are given
+  /// again when waveforms go.
+  std::uint64_t birth;
   std::uint32_t frames = 0;
   std::uint32_t rate = 22050;       ///< Hz
   std::uint8_t codecParameter = 0;  ///< For the decoders of packed formats; 16 once samples were rewritten.

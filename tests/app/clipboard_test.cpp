@@ -110,6 +110,34 @@ TEST(Clipboard, CopiesBringTheirWaveformsIntoTheNextDocument) {
   EXPECT_EQ(regions[1]->waveform()->name(), u"low");
 }
 
+// An id that is free again may be another waveform's.
+TEST(Clipboard, CopiesPlayTheirOwnWaveformsWhateverHasTheirIds) {
+  for (const bool isEdited : {false, true}) {
+    SCOPED_TRACE(isEdited ? "edited" : "replaced");
+    Document document;
+    Collection& collection = document.collection();
+    Waveform& kick = createWaveform(collection, u"kick");
+    kick.setSamples(SampleBuffer::allocate(10, 1, 44100));
+    Instrument& drums = createInstrument(collection, u"Drums");
+    createRegion(createLayer(drums, u""), u"", {.waveform = serialOf(kick.id())});
+    const ItemId id = kick.id();
+    auto copied = document.copy(Ids{drums.id()});
+    std::vector<std::byte> bytes;
+    ASSERT_TRUE(appendItems(*copied, bytes)) << toUtf8(lastError());
+    if (isEdited) {
+      kick.setSamples(SampleBuffer::allocate(5, 1, 22050));
+      kick.setName(u"short kick");
+    } else {
+      ASSERT_TRUE(document.remove(Ids{id}));
+      ASSERT_EQ(createWaveform(collection, u"snare", serialOf(id)).id(), id);
+    }
+    ASSERT_TRUE(document.paste(std::move(*itemsFrom(bytes)), kNoItem, false)) << toUtf8(lastError());
+    const Waveform* played = regionsOf(*collection.all<Instrument>().at(1)).at(0)->waveform();
+    ASSERT_NE(played, nullptr);
+    EXPECT_EQ(played->name(), isEdited ? u"short kick" : u"kick");
+  }
+}
+
 TEST(Clipboard, CutKeepsTheName) {
   Document document;
   const ItemId instrument = fill(document.collection());

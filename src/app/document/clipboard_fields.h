@@ -63,6 +63,7 @@ void archive(Archive& a, std::vector<LoopRecord>& records) {
 // All but the samples.
 template <class Archive>
 void archive(Archive& a, Waveform& waveform) {
+  a(waveform.birth);
   a(waveform.frames);
   a(waveform.rate);
   a(waveform.codecParameter);

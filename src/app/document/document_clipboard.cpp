@@ -34,6 +34,10 @@ std::optional<CopiedItems> Document::copy(std::span<const ItemId> ids, bool cut)
     copyInto(*copied.items, *item);
     for (const Waveform* waveform : waveformsOf(*item)) copyInto(*copied.items, *waveform);
   }
+  // What leads nowhere now is not to lead to whatever has the id later.
+  copied.items->forEach<Region>([](Region& region) {
+    if (!region.waveform()) region.setWaveform(kNoItem);
+  });
   return copied;
 }
 
@@ -41,9 +45,11 @@ std::optional<CopiedItems> Document::copy(std::span<const ItemId> ids, bool cut)
 // them: the regions' ids then lead to the ones here.
 void Document::dropKnownWaveforms(CopiedItems& copied, bool link) const {
   const std::unordered_set<ItemId> tops(copied.tops.begin(), copied.tops.end());
-  for (Waveform* waveform : copied.items->all<Waveform>())
-    if (collection_.find(waveform->id()) && (link || !tops.contains(waveform->id())))
-      (void)copied.items->take(*waveform);
+  for (Waveform* waveform : copied.items->all<Waveform>()) {
+    const auto* known = collection_.find<Waveform>(waveform->id());
+    const bool isHere = known && known->birth == waveform->birth;
+    if (isHere && (link || !tops.contains(waveform->id()))) (void)copied.items->take(*waveform);
+  }
 }
 
 namespace {
