@@ -4,6 +4,7 @@
 #include "app/cli/reading.h"
 #include "base/last_error.h"
 #include "base/text.h"
+#include "core/parameters.h"
 #include "io/open.h"
 
 namespace vemko::cli {
@@ -15,6 +16,11 @@ std::string inQuotes(std::u16string_view name) {
 
 std::string rangeText(const char* word, MidiRange range) {
   return range.low == 0 && range.high == 127 ? "" : formatted(", %s %d-%d", word, range.low, range.high);
+}
+
+// A value in decibels that is not 0.
+std::string decibelsText(const char* word, float decibels) {
+  return decibels == 0 ? "" : formatted(", %s %+g dB", word, static_cast<double>(decibels));
 }
 
 void printCounts(const Collection& collection) {
@@ -32,7 +38,7 @@ void printRegion(const Region& region) {
   std::string line = "    Region " + inQuotes(region.displayName()) + rangeText("keys", region.keys) +
                      rangeText("velocities", region.velocities);
   if (const Waveform* waveform = region.waveform()) line += ", plays " + inQuotes(waveform->displayName());
-  printLine(line);
+  printLine(line + decibelsText("gain", effective(region).get(slots::MasterVolume)));
 }
 
 void printInstrument(const Instrument& instrument) {
@@ -68,10 +74,11 @@ void printTexts(const Item& item, const char* indent) {
 void printWaveform(const Waveform& waveform) {
   const double seconds = waveform.rate > 0 ? static_cast<double>(waveform.frames) / waveform.rate : 0;
   printLine(
-      formatted("Waveform %s, %u Hz, %d channel%s, %u frames (%.3f s), root key %d%s",
+      formatted("Waveform %s, %u Hz, %d channel%s, %u frames (%.3f s), root key %d%s%s",
                 inQuotes(waveform.displayName()).c_str(), waveform.rate, waveform.channels,
                 waveform.channels == 1 ? "" : "s", waveform.frames, seconds, waveform.rootKey,
-                waveform.fineTuneCents == 0 ? "" : formatted(" %+d cents", waveform.fineTuneCents).c_str()));
+                waveform.fineTuneCents == 0 ? "" : formatted(" %+d cents", waveform.fineTuneCents).c_str(),
+                decibelsText("volume", waveform.volumeAdjustmentDb).c_str()));
   for (const LoopRecord& record : waveform.records) printRecord(record, record.id == waveform.mainLoopId);
   printTexts(waveform, "  ");
 }

@@ -5,6 +5,7 @@
 
 #include "app/cli/names.h"
 #include "base/text.h"
+#include "core/parameters.h"
 #include "io/loss_report.h"
 #include "tools/levels.h"
 
@@ -114,6 +115,7 @@ Json region(const Region& item) {
   json["velocity"] = range(item.velocities);
   if (item.waveform()) json["waveform"] = item.waveformId;
   json["rootKey"] = effectiveRootKey(item);
+  if (const float gain = effective(item).get(slots::MasterVolume); gain != 0) json["gain"] = shortest(gain);
   addPlaying(item, json);
   json["articulation"] = articulation(item.articulation);
   return json;
@@ -183,6 +185,7 @@ Json waveform(const Waveform& item) {
   json["channels"] = item.channels;
   json["rootKey"] = item.rootKey;
   json["fineTune"] = item.fineTuneCents;
+  if (item.volumeAdjustmentDb != 0) json["volume"] = shortest(item.volumeAdjustmentDb);
   json["records"] = Json::array();
   for (const LoopRecord& loop : item.records)
     json["records"].push_back(record(loop, loop.id == item.mainLoopId));
