@@ -3,6 +3,7 @@
 #include <new>
 #include <utility>
 
+#include "app/merge.h"
 #include "base/last_error.h"
 #include "base/text.h"
 #include "io/open.h"
@@ -13,15 +14,17 @@ namespace {
 // The index of the first input that could not be opened, the number of inputs when all were.
 std::size_t openInputs(Collection& collection, const BatchTask& task, bool allowRawImport) {
   const bool alone = task.inputs.size() == 1;
+  Merge merge(collection);
   for (std::size_t i = 0; i < task.inputs.size(); ++i) {
-    Collection merged;
+    Collection source;
     if (folderExists(task.inputs[i])) {
       setLastError(u"This is a folder");
       return i;
     }
-    if (!io::openFile(alone ? collection : merged, task.inputs[i], allowRawImport)) return i;
-    if (!alone) collection.absorb(merged);
+    if (!io::openFile(alone ? collection : source, task.inputs[i], allowRawImport)) return i;
+    if (!alone) merge.add(source);
   }
+  if (!alone) merge.finish();
   return task.inputs.size();
 }
 

@@ -57,6 +57,9 @@ class Comparison {
       : first_(first), second_(second), options_(options), played_(playedWaveforms(first)) {}
 
   Report run() {
+    Differences differences(options_, placeOf(first_));
+    compareTexts(first_, second_, differences);
+    append(report_.differences, differences.take());
     compareWaveforms();
     compareInstruments();
     compareSongs();

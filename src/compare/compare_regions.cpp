@@ -6,6 +6,7 @@
 #include "core/filter.h"
 #include "core/key_rules.h"
 #include "core/parameters.h"
+#include "core/sends.h"
 #include "core/slot_values.h"
 
 namespace vemko::compare {
@@ -45,13 +46,25 @@ const UnitRow& rowOf(Unit unit) {
   return *std::ranges::find_if(kUnits, [unit](const UnitRow& row) { return row.unit == unit; });
 }
 
+// After orderSends().
+std::u16string_view nameOf(Slot slot) {
+  constexpr std::pair<Slot, std::u16string_view> kSends[] = {
+      {60, u"Reverb send level"},
+      {61, u"CC91 to Reverb send level"},
+      {64, u"Chorus send level"},
+      {65, u"CC93 to Chorus send level"},
+  };
+  const auto send = std::ranges::find(kSends, slot, &std::pair<Slot, std::u16string_view>::first);
+  return send != std::end(kSends) ? send->second : parameter(slot).name;
+}
+
 void compareSlot(Slot slot, float first, float second, FeatureMask used, Differences& differences) {
   const Parameter& row = parameter(slot);
   if (row.reserved()) return;
   const UnitRow& unit = rowOf(row.unit);
   const double larger = std::max(std::fabs(double{first}), std::fabs(double{second}));
   differences.need(featuresOfSlot(slot) & used);
-  differences.number(row.name, first, second, std::max(unit.step, unit.proportion * larger), unit.text);
+  differences.number(nameOf(slot), first, second, std::max(unit.step, unit.proportion * larger), unit.text);
   differences.need(0);
 }
 
@@ -72,6 +85,7 @@ SlotValues soundingValues(const Region& region, bool isSettled) {
   ArticulationBlock block = effective(region);
   if (isSettled) settleFixedNote(region, block);
   SlotValues values = valuesOf(block);
+  orderSends(sendEffectsOf(region), values);
   if (filterTypeOf(values) == FilterType::Off || isWideOpen(values)) resetGroup(values, SlotGroup::Filter);
   for (const CarrierGroup& row : kCarrierGroups)
     if (!isInUse(values, row.carrier)) resetGroup(values, row.group);
@@ -138,11 +152,29 @@ bool isSplit(const Region& first, const Region& second) {
   return a && b && a->channels != b->channels;
 }
 
+// Reverb and chorus are compared by their levels; this is what the other channels lead to that are in use.
+void compareSendEffects(const Region& first, const Region& second, Differences& differences) {
+  constexpr std::u16string_view kWords[] = {u"none", u"chorus", u"reverb"};
+  const SendEffects a = sendEffectsOf(first), b = sendEffectsOf(second);
+  if (a == b) return;
+  const EffectChannels mine = effectChannels(a), others = effectChannels(b);
+  const ArticulationBlock played = effective(first), playedBySecond = effective(second);
+  differences.need(featureBit(features::MoreSends));
+  for (std::size_t i = 2; i < mine.size(); ++i) {
+    const bool isUsed =
+        played.get(sendLevelSlot(mine[i])) != 0 && playedBySecond.get(sendLevelSlot(others[i])) != 0;
+    const auto effect = a[static_cast<std::size_t>(mine[i])], other = b[static_cast<std::size_t>(others[i])];
+    if (isUsed && effect != other)
+      differences.text(u"send effect", kWords[static_cast<std::size_t>(effect)],
+                       kWords[static_cast<std::size_t>(other)]);
+  }
+  differences.need(0);
+}
+
 }  // namespace
 
 std::u16string placeOf(const Region& region) {
-  const auto* layer = region.collection().find<Layer>(region.parent);
-  const Item* instrument = layer ? region.collection().find(layer->parent) : nullptr;
+  const Instrument* instrument = instrumentOf(region);
   return u"Instrument \"" + (instrument ? instrument->displayName() : u"") + u"\", keys " +
          rangeText(region.keys) + u", velocities " + rangeText(region.velocities);
 }
@@ -171,6 +203,7 @@ void compareArticulation(const Region& first, const Region& second, Differences&
       const auto at = static_cast<Slot>(slot);
       if (a[at] != b[at]) compareSlot(at, a[at], b[at], used, differences);
     }
+  compareSendEffects(first, second, differences);
 }
 
 void compareSwitches(const KeySwitches& first, const KeySwitches& second, Differences& differences) {

@@ -36,9 +36,20 @@ void Differences::number(std::u16string_view what, double first, double second, 
   add(what, decimalText(first) + behind, decimalText(second) + behind);
 }
 
-FeatureMask featureOfTexts(const Item& item) {
+FeatureMask featureOfText(const Item& item, TextProperty property) {
   if (item.kind() == ItemKind::Waveform) return featureBit(features::WaveTexts);
-  return featureBit(item.kind() == ItemKind::Instrument ? features::InstrumentTexts : features::Texts);
+  if (item.kind() == ItemKind::Instrument) return featureBit(features::InstrumentTexts);
+  const bool isCredit = property == TextProperty::Artist || property == TextProperty::Engineer;
+  return featureBit(features::Texts) |
+         (item.kind() == ItemKind::Collection && isCredit ? featureBit(features::Artists) : 0);
+}
+
+// One that its file gave, and no other name that there happened to be.
+bool isNameOfFile(const Item& item, const Options& options) {
+  // Names in files may lose spaces at their ends.
+  const std::u16string_view name = trimmed(item.name());
+  return (item.kind() == ItemKind::Collection && name == kNewCollectionName) ||
+         std::ranges::any_of(options.fileNames, [&](auto& each) { return trimmed(each) == name; });
 }
 
 // The sides of a stereo waveform that was split have names of their own.
@@ -48,17 +59,16 @@ FeatureMask featureOfName(const Item& first, const Item& second) {
 }
 
 void compareTexts(const Item& first, const Item& second, Differences& differences) {
-  // Names in files may lose spaces at their ends.
-  const auto isOfFile = [&](std::u16string_view name) {
-    return std::ranges::any_of(differences.options().fileNames,
-                               [&](std::u16string_view each) { return trimmed(each) == trimmed(name); });
-  };
   for (TextProperty property : kTextProperties) {
     if (property == TextProperty::SourceFile || property == TextProperty::Image) continue;
-    if (property == TextProperty::Name && (isOfFile(first.name()) || isOfFile(second.name()))) continue;
-    differences.need(property == TextProperty::Name ? featureOfName(first, second) : featureOfTexts(first));
-    differences.text(property == TextProperty::Name ? u"name" : textPropertyLabel(property),
-                     first.text(property), second.text(property));
+    const bool isName = property == TextProperty::Name;
+    const Options& options = differences.options();
+    if (first.text(property) == second.text(property) ||
+        (isName && (isNameOfFile(first, options) || isNameOfFile(second, options))))
+      continue;
+    differences.need(isName ? featureOfName(first, second) : featureOfText(first, property));
+    differences.text(isName ? u"name" : textPropertyLabel(property), first.text(property),
+                     second.text(property));
   }
   differences.need(featureBit(features::Images));
   if (!std::ranges::equal(first.image(), second.image()))

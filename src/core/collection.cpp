@@ -9,7 +9,6 @@
 namespace vemko {
 namespace {
 
-constexpr std::u16string_view kNewCollectionName = u"New collection";
 constexpr ItemSerial kSerialMask = 0xFFFFFFF;
 
 // The last serial issued for each kind, by any collection; the first is 0.

@@ -116,6 +116,11 @@ struct Instrument final : Item {
   std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
 };
 
+/// The instrument that the region's layer belongs to, null when there is none.
+const Instrument* instrumentOf(const Region& region);
+/// What the send channels of the region's instrument lead to.
+SendEffects sendEffectsOf(const Region& region);
+
 struct Track final : Item {
   explicit Track(Collection& collection) : Item(collection) {}
   std::uint32_t channel = 0xFF00;  ///< High byte 0xFF: no channel assigned.
@@ -143,10 +148,13 @@ struct Song final : Item {
   std::unique_ptr<Item> clone(Collection& target, bool withData = true) const override;
 };
 
+/// What a collection is called that neither a file nor its user named.
+inline constexpr std::u16string_view kNewCollectionName = u"New collection";
+
 /// Owns all items. Enumerations run in registration order until reorder() gives another one.
 class Collection final : public Item {
  public:
-  Collection();  ///< Named "New collection".
+  Collection();  ///< Named kNewCollectionName.
   ~Collection() override;
   Collection(const Collection&) = delete;
 

@@ -42,6 +42,7 @@ constexpr std::u16string_view kTexts[] = {
     u"Waves: Stereo out of the centre",
     u"Effects: EQ shelves",
     u"Envs: Hold pedal to Release",
+    u"Architecture: Artist apart from the engineer",
 };
 static_assert(std::size(kTexts) == features::Count - kFeatureCount);
 
@@ -302,7 +303,9 @@ FeatureMask featuresOfSlot(Slot slot) {
 }
 
 FeatureMask featuresOf(const Region& region) {
-  FeatureMask used = articulationOf(valuesOf(effective(region)));
+  SlotValues values = valuesOf(effective(region));
+  orderSends(sendEffectsOf(region), values);
+  FeatureMask used = articulationOf(values);
   if (hasCrossFade(region)) used |= featureBit(CrossFades);
   if (region.section != PlaySection{}) used |= featureBit(PlaySections);
   if (region.delaySeconds != 0) used |= featureBit(DelayTime);
@@ -341,15 +344,22 @@ FeatureMask featuresOf(const Waveform& waveform) {
   return used;
 }
 
+FeatureMask featuresOf(const Collection& collection) {
+  FeatureMask used = textsOf(collection, Texts);
+  if (!collection.text(TextProperty::Artist).empty()) used |= featureBit(Artists);
+  return used;
+}
+
 std::vector<FeatureUse> featuresUsed(const Item& item) {
   Uses uses;
   for (const Region* region : regionsOf(item)) uses.add(featuresOf(*region), region->id());
   for (const Waveform* waveform : waveformsOf(item)) uses.add(featuresOf(*waveform), waveform->id());
+  // A bank of a single instrument has the texts of the collection that the instrument is taken from.
+  if (item.kind() == ItemKind::Instrument || item.kind() == ItemKind::Collection)
+    uses.add(featuresOf(item.collection()), kNoItem);
   if (const auto* instrument = dynamic_cast<const Instrument*>(&item)) uses.add(*instrument);
-  if (const auto* collection = dynamic_cast<const Collection*>(&item)) {
-    uses.add(textsOf(*collection, Texts), kNoItem);
+  if (const auto* collection = dynamic_cast<const Collection*>(&item))
     collection->forEach<Instrument>([&](const Instrument& each) { uses.add(each); });
-  }
   return uses.take();
 }
 

@@ -54,6 +54,7 @@ enum : int {
   PannedStereo,   ///< Stereo out of the centre: a pair of mono waveforms loses the pan of its near side.
   EqualizerShelves,
   HoldPedal,  ///< CC 69 makes the release longer.
+  Artists,    ///< Of the collection, in a place that is not the engineer's.
   Count
 };
 static_assert(Count <= 128);
@@ -92,15 +93,18 @@ std::u16string_view featureText(int feature);
 
 struct FeatureUse {
   int feature = 0;
-  std::vector<ItemId> places;  ///< Regions, waveforms or, for the levels of articulation, instruments.
+  /// Regions, waveforms or, for the levels of articulation, instruments; kNoItem for the collection.
+  std::vector<ItemId> places;
 };
 
 /// What the item and everything that it plays use, by feature. A slot counts when it is not at its default
 /// and what it belongs to does something.
 std::vector<FeatureUse> featuresUsed(const Item& item);
-/// The features of one region, with the articulation that it plays with, and of one waveform.
+/// The features of one region, with the articulation that it plays with, of one waveform, and of a collection
+/// without its items.
 FeatureMask featuresOf(const Region& region);
 FeatureMask featuresOf(const Waveform& waveform);
+FeatureMask featuresOf(const Collection& collection);
 
 /// The features that a format must have to hold the slot's value, as far as it needs any.
 FeatureMask featuresOfSlot(Slot slot);

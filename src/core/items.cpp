@@ -146,6 +146,16 @@ PlaySection effectivePlaySection(const Region& region) {
   return {std::min(region.section.start, end), end};
 }
 
+const Instrument* instrumentOf(const Region& region) {
+  const auto* layer = region.collection().find<Layer>(region.parent);
+  return layer ? region.collection().find<Instrument>(layer->parent) : nullptr;
+}
+
+SendEffects sendEffectsOf(const Region& region) {
+  const Instrument* instrument = instrumentOf(region);
+  return instrument ? instrument->sendEffects : SendEffects{};
+}
+
 int effectiveRootKey(const Region& region) {
   if (region.rootKey != Region::kNotSet) return region.rootKey;
   const Waveform* waveform = region.waveform();

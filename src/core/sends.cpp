@@ -29,4 +29,14 @@ std::optional<int> claimSend(SendEffects& effects, SendEffect effect) {
   return std::nullopt;
 }
 
+EffectChannels effectChannels(const SendEffects& effects) {
+  SendEffects claimed = effects;
+  EffectChannels channels{claimSend(claimed, SendEffect::Reverb).value_or(0), 0, 0, 0};
+  channels[1] = claimSend(claimed, SendEffect::Chorus).value_or(channels[0] == 2 ? 0 : 2);
+  std::size_t next = 2;
+  for (int channel = 0; channel < 4; ++channel)
+    if (channel != channels[0] && channel != channels[1] && next < 4) channels[next++] = channel;
+  return channels;
+}
+
 }  // namespace vemko

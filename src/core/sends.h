@@ -18,6 +18,10 @@ std::optional<int> findSend(const SendEffects& effects, SendEffect effect);
 /// and CC 93) where it can. Nothing when none of them is free.
 std::optional<int> claimSend(SendEffects& effects, SendEffect effect);
 
+/// The channels that lead to the reverb and the chorus, claimed where none did, and then the others.
+using EffectChannels = std::array<int, 4>;
+EffectChannels effectChannels(const SendEffects& effects);
+
 constexpr Slot sendLevelSlot(int channel) { return static_cast<Slot>(60 + 2 * channel); }
 constexpr Slot sendControllerSlot(int channel) { return static_cast<Slot>(61 + 2 * channel); }
 

@@ -47,6 +47,17 @@ void resetGroup(SlotValues& values, SlotGroup group) {
   for (Slot slot = range.first; slot <= range.last; ++slot) values[slot] = initialValues()[slot];
 }
 
+void orderSends(const SendEffects& effects, SlotValues& values) {
+  static const EffectChannels usual = effectChannels({});
+  const EffectChannels channels = effectChannels(effects);
+  if (channels == usual) return;
+  const SlotValues before = values;
+  for (std::size_t i = 0; i < channels.size(); ++i) {
+    values[sendLevelSlot(usual[i])] = before[sendLevelSlot(channels[i])];
+    values[sendControllerSlot(usual[i])] = before[sendControllerSlot(channels[i])];
+  }
+}
+
 bool isInUse(const SlotValues& values, Carrier carrier) {
   if (carrier == Carrier::None) return true;
   const auto& depths = kDepths[static_cast<std::size_t>(carrier)];

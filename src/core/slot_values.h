@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "core/articulation.h"
+#include "core/sends.h"
 
 namespace vemko {
 
@@ -23,6 +24,10 @@ SlotValues valuesOf(const ArticulationBlock& block);
 ArticulationBlock blockOf(const SlotValues& values);
 /// Writes the group's defaults back.
 void resetGroup(SlotValues& values, SlotGroup group);
+
+/// Makes channel 1 the reverb's and channel 3 the chorus', whichever they were: what a listener hears of the
+/// sends does not depend on the numbers of their channels.
+void orderSends(const SendEffects& effects, SlotValues& values);
 
 /// The LFOs and envelopes whose settings mean nothing unless they lead somewhere. The volume envelope always
 /// does.

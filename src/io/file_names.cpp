@@ -111,6 +111,10 @@ Path NameReserve::claim(const Path& name, const std::function<bool(const Path&)>
   return candidate;
 }
 
+std::u16string bankName(const Collection& collection, const Path& file) {
+  return collection.name() == kNewCollectionName ? textOf(file.stem()) : collection.name();
+}
+
 bool NameReserve::add(const Path& name) { return used_.insert(foldedName(name)).second; }
 bool NameReserve::contains(const Path& name) const { return used_.contains(foldedName(name)); }
 

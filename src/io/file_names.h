@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "core/collection.h"
 #include "platform/files.h"
 
 namespace vemko::io {
@@ -42,5 +43,9 @@ class NameReserve {
   std::unordered_set<std::u16string> used_;
   std::unordered_map<std::u16string, std::size_t> lastNumber_;
 };
+
+/// What a bank is called that is written to the file: as its collection, or as the file where nobody has
+/// given the collection a name.
+std::u16string bankName(const Collection& collection, const Path& file);
 
 }  // namespace vemko::io

@@ -93,7 +93,7 @@ void addFeatureLosses(std::span<const Item* const> items, FeatureMask held, std:
       if (!lost.has(use.feature)) continue;
       Places& places = lostPlaces[use.feature];
       const Item* example = item->collection().find(use.places.front());
-      if (places.all.empty()) places.example = (example ? *example : *item).displayName();
+      if (places.all.empty()) places.example = (example ? *example : item->collection()).displayName();
       places.all.insert(use.places.begin(), use.places.end());
     }
   }
@@ -158,18 +158,39 @@ bool losesTexts(const Song& song) {
   });
 }
 
+bool holds(const FormatEntry& entry, ItemKind kind) { return (entry.kinds & kindBit(kind)) != 0; }
+
+// Rows of songs write a bank beside the song where there are instruments.
+bool writesBank(const Collection& collection, const FormatEntry& entry) {
+  return entry.features && (!holds(entry, ItemKind::Song) || collection.count(ItemKind::Instrument) > 0);
+}
+
+// What is really written: a song's bank is its whole collection's.
+std::vector<const Item*> writtenWith(std::span<const Item* const> items, const FormatEntry& entry) {
+  std::vector<const Item*> written;
+  for (const Item* item : items) {
+    if (item->kind() == ItemKind::Song && holds(entry, ItemKind::Collection)) item = &item->collection();
+    if (item->kind() == ItemKind::Collection && !writesBank(item->collection(), entry)) continue;
+    if (written.empty() || written.back() != item) written.push_back(item);
+  }
+  return written;
+}
+
 void addItemLosses(std::span<const Item* const> items, const FormatEntry& entry, std::vector<Loss>& losses) {
   std::size_t songCount = 0;
   const Song* example = nullptr;
   for (const Item* item : items) {
     if (const auto* collection = dynamic_cast<const Collection*>(item)) {
-      if (!entry.features) {
+      if (!writesBank(*collection, entry)) {
         addItemLosses<Instrument>(*collection, u"Items: Instruments", losses);
         addItemLosses<Waveform>(*collection, u"Items: Waveforms", losses);
+        for (int feature = 0; feature < features::Count; ++feature)
+          if (featuresOf(*collection).has(feature))
+            losses.push_back({std::u16string(featureText(feature)), 1, collection->displayName()});
       }
-      if (!(entry.kinds & kindBit(ItemKind::Song))) addItemLosses<Song>(*collection, u"Items: Songs", losses);
+      if (!holds(entry, ItemKind::Song)) addItemLosses<Song>(*collection, u"Items: Songs", losses);
     }
-    const bool isPlain = !(entry.kinds & kindBit(ItemKind::Collection));
+    const bool isPlain = !holds(entry, ItemKind::Collection);
     const auto* song = dynamic_cast<const Song*>(item);
     if (song && isPlain && losesTexts(*song) && songCount++ == 0) example = song;
   }
@@ -191,7 +212,8 @@ std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, co
   std::vector<Loss> losses;
   addItemLosses(items, *entry, losses);
   if (!entry->features) return losses;
-  const std::vector<const Waveform*> waveforms = waveformsOf(items);
+  const std::vector<const Item*> written = writtenWith(items, *entry);
+  const std::vector<const Waveform*> waveforms = waveformsOf(written);
   for (const Waveform* waveform : waveforms) {
     const SampleLayout layout = chooseLayout(*waveform, options, entry->capabilities);
     const SampleEncoding source = precisionOf(*waveform);
@@ -205,7 +227,7 @@ std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, co
     precisions[i].appendTo(losses, u"Samples: " + std::u16string(kPrecisions[i].text));
   channels.appendTo(losses, u"Samples: Separate channels");
   rates.appendTo(losses, u"Samples: Sample rate");
-  addFeatureLosses(items, entry->features, losses);
+  addFeatureLosses(written, entry->features, losses);
   addNotedLosses(waveforms, *entry, options, losses);
   return losses;
 }

@@ -249,6 +249,51 @@ TEST(CommandLine, MergesIntoNumberedFiles) {
   for (const std::string& name : filesIn(shop.folder / "out")) EXPECT_TRUE(name.starts_with("s - ")) << name;
 }
 
+// Banks of one instrument, which nobody but their files name.
+TEST(CommandLine, MergedBanksKeepEverybodysTexts) {
+  const Workshop shop;
+  const auto makeBank = [&](const char* file, const char* artist, std::u16string_view copyright) {
+    Collection collection;
+    Waveform& wave = createWaveform(collection, u"wave");
+    fill(wave, ramp(100), 1);
+    wave.volumeAdjustmentDb = -1.5f;
+    Region& region = createRegion(createLayer(createInstrument(collection, toUtf16(file)), u""), u"",
+                                  {.waveform = serialOf(wave.id())});
+    region.articulation.set(slots::MasterVolume, -3);
+    collection.setText(TextProperty::Engineer, toUtf16(artist));
+    collection.setText(TextProperty::Copyright, copyright);
+    const int row = io::findWritingRowByDescription(u"DownLoadable Sounds level 2");
+    ASSERT_TRUE(io::saveItem(&collection, row, shop.folder / file, io::saveOptionsFor(row, 0)))
+        << toUtf8(lastError());
+  };
+  makeBank("1.dls", "Ada", u"Ada 1843");
+  makeBank("2.dls", "Ada", u"");
+  makeBank("3.dls", "Ada", u"Grace 1952");
+  const Names three = {"1.dls", "2.dls", "3.dls"};
+  for (const char* target : {"all.sf2", "all.dls"}) {
+    const Names options = {"--merge", "--to", std::string(target).ends_with("2") ? "sf2" : "dls", "-o",
+                           target};
+    Names arguments = {"convert"};
+    arguments.insert(arguments.end(), three.begin(), three.end());
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    Ran ran = shop.run(arguments);
+    EXPECT_EQ(ran.status, 0) << ran.err;
+    const Json json = Json::parse(shop.run({"info", target, "--json"}).out);
+    EXPECT_EQ(json["name"], "all");
+    EXPECT_EQ(json["text"]["Copyright"], "Ada 1843; Grace 1952");
+    EXPECT_EQ(json["text"]["Engineer"], "Ada");
+    ran = shop.run({"compare", target, "1.dls", "2.dls", "3.dls", "--tolerance", "2"});
+    EXPECT_EQ(ran.status, 0) << ran.out << ran.err;
+  }
+  EXPECT_EQ(shop.run({"convert", "a.wav", "-o", "ramp.sf2"}).status, 0);
+  EXPECT_NE(shop.run({"info", "ramp.sf2"}).out.find("Name         ramp\n"), std::string::npos);
+  const Ran info = shop.run({"info", "1.dls"});
+  EXPECT_NE(info.out.find("plays \"wave\", gain -3 dB\n"), std::string::npos) << info.out;
+  EXPECT_NE(info.out.find("root key 60, volume -1.5 dB\n"), std::string::npos) << info.out;
+  EXPECT_EQ(shop.run({"compare", "1.dls", "2.dls", "text.wav"}).err,
+            "text.wav: Not detected as any supported file type\n");
+}
+
 TEST(CommandLine, ReportsLosses) {
   const Workshop shop;
   const Ran ran = shop.run({"convert", "a.wav", "s.wav", "-d", "out", "--to", "wav", "--encoding", "pcm16",

@@ -120,6 +120,14 @@ TEST(Compare, TellsEachDifference) {
       {"text",
        [](Bank& b) { b.high.setText(TextProperty::Artist, u"Ada"); },
        {"Waveform \"high\": Artist: \"\" | \"Ada\""}},
+      {"texts of the bank",
+       [](Bank& b) {
+         b.collection.setName(u"Grand");
+         b.collection.setText(TextProperty::Copyright, u"Ada");
+         b.collection.setImage(std::as_bytes(std::span("\x89PNG")));
+       },
+       {"Collection \"New collection\": Copyright: \"\" | \"Ada\"",
+        "Collection \"New collection\": Image: 0 bytes | 4 bytes"}},
       {"another waveform",
        [](Bank& b) { b.whole.setWaveform(b.high.id()); },
        {"Instrument \"Organ\", keys 0-127, velocities 0-127: waveform: \"low\" | \"high\"",
@@ -232,6 +240,47 @@ TEST(Compare, TakesTheSameSoundInOtherWordsForEqual) {
        },
        {kLeft + "controllers: \"4: 1-127 from 99\" | \"4: 1-127\"", kLeft + "key switches: 24-35 | 24-36",
         kLeft + "key switch at start: 25 | 24", kLeft + "key before: 3 | 4"}},
+      {"sends by other channels",
+       [](Bank& b) {
+         b.piano.sendEffects = {SendEffect::Reverb, SendEffect::None, SendEffect::Chorus, SendEffect::None};
+         b.left.articulation.set(sendLevelSlot(0), 0.5f);
+         b.left.articulation.set(sendLevelSlot(2), 0.25f);
+       },
+       [](Bank& b) {
+         b.piano.sendEffects = {SendEffect::Chorus, SendEffect::Reverb, SendEffect::None, SendEffect::None};
+         b.left.articulation.set(sendLevelSlot(1), 0.5f);
+         b.left.articulation.set(sendLevelSlot(0), 0.25f);
+       },
+       {}},
+      {"a channel that leads to another effect",
+       [](Bank& b) {
+         b.piano.sendEffects = {SendEffect::Reverb};
+         b.left.articulation.set(sendLevelSlot(0), 0.5f);
+       },
+       [](Bank& b) {
+         b.piano.sendEffects = {SendEffect::Chorus};
+         b.left.articulation.set(sendLevelSlot(0), 0.5f);
+       },
+       {"Instrument \"Piano\", keys 0-59, velocities 0-127: Reverb send level: 0.5 | 0",
+        "Instrument \"Piano\", keys 0-59, velocities 0-127: Chorus send level: 0 | 0.5"}},
+      {"a second channel for an effect",
+       [](Bank& b) {
+         b.piano.sendEffects = {SendEffect::Reverb, SendEffect::Chorus, SendEffect::Chorus};
+         b.left.articulation.set(sendLevelSlot(2), 0.5f);
+       },
+       [](Bank& b) {
+         b.piano.sendEffects = {SendEffect::Reverb, SendEffect::Chorus};
+         b.left.articulation.set(sendLevelSlot(2), 0.5f);
+       },
+       {"Instrument \"Piano\", keys 0-59, velocities 0-127: send effect: \"chorus\" | \"none\""}},
+      {"the name that a file without one gets",
+       [](Bank& b) { b.collection.setName(u"Grand"); },
+       [](Bank&) {},
+       {}},
+      {"the names of two banks",
+       [](Bank& b) { b.collection.setName(u"Grand"); },
+       [](Bank& b) { b.collection.setName(u"Upright"); },
+       {"Collection \"Grand\": name: \"Grand\" | \"Upright\""}},
       {"clipping",
        [](Bank& b) { b.low.editableSamples()[7] = 1.5f; },
        [](Bank& b) { b.low.editableSamples()[7] = 1; },

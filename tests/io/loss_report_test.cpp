@@ -40,8 +40,10 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
        {u"Trigger: Waveform play section section (start/end offsets)", u"Pitch: Pitch bend to Pitch",
         u"Effects: More than two sends"}},
       {u"Cakewalk SFZ v2 (waves in sub-folder)",
-       {u"Architecture: Bank and program numbers", u"Architecture: Texts"}},
-      {u"SoundFont v2 bank", {u"Effects: More than two sends"}},
+       {u"Architecture: Bank and program numbers", u"Architecture: Texts",
+        u"Architecture: Artist apart from the engineer"}},
+      {u"SoundFont v2 bank",
+       {u"Effects: More than two sends", u"Architecture: Artist apart from the engineer"}},
   };
   for (const auto& each : cases) {
     std::vector<std::u16string> features;
@@ -49,6 +51,10 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
       features.push_back(loss.feature);
     EXPECT_EQ(features, each.features) << toUtf8(each.row);
   }
+  instrument.sendEffects = {SendEffect::Chorus, SendEffect::Reverb};
+  const auto losses = lossesOfSaving(instrument, findWritingRowByDescription(u"SoundFont v2 bank"), {});
+  ASSERT_EQ(losses.size(), 1u) << "the channels are the reverb's and the chorus'";
+  EXPECT_EQ(losses[0].example, u"New collection") << "whose artist stands in the instrument's file too";
 }
 
 TEST(LossReport, TellsHighPeaksWhereTheyAreCut) {
@@ -175,6 +181,16 @@ TEST(LossReport, TellsSampleRatesAndItemsThatTheRowLacks) {
                    "Waves: Texts (\"wave\")"}));
   EXPECT_EQ(lost(collection, u"RIFF-MIDI"),
             (Texts{"Items: Instruments (\"lead\")", "Items: Waveforms (\"wave\")"}));
+  collection.setText(TextProperty::Comments, u"of the bank");
+  EXPECT_EQ(lost(song, u"RIFF-MIDI"), Texts{});
+  EXPECT_EQ(lost(song, u"RIFF-MIDI w DLS level 1 instruments"),
+            (Texts{"Architecture: Regions without a waveform (\"silent\")"}))
+      << "the bank goes along";
+  collection.remove(instrument);
+  EXPECT_EQ(lost(song, u"RIFF-MIDI w DLS level 1 instruments"), Texts{});
+  EXPECT_EQ(lost(collection, u"RIFF-MIDI w DLS level 1 instruments"),
+            (Texts{"Items: Waveforms (\"wave\")", "Architecture: Texts (\"New collection\")"}))
+      << "no bank is written without instruments";
   EXPECT_EQ(lost(song, u"Standard MIDI file (SMF)"), Texts{});  // the copyright is an event
   song.setText(TextProperty::Copyright, u"Grace");
   EXPECT_EQ(lost(song, u"Standard MIDI file (SMF)"), (Texts{"Songs: Texts (\"song\")"}));

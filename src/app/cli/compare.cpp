@@ -7,8 +7,10 @@
 #include "app/cli/json.h"
 #include "app/cli/output.h"
 #include "app/cli/reading.h"
+#include "app/merge.h"
 #include "base/last_error.h"
 #include "base/text.h"
+#include "io/fixup.h"
 #include "io/open.h"
 
 namespace vemko::cli {
@@ -17,13 +19,27 @@ namespace {
 constexpr int kEqual = 0, kDifferent = 1, kTrouble = 2;
 constexpr std::size_t kMostLines = 100;
 
-bool openFor(Collection& collection, const std::string& file, bool merge) {
+bool open(Collection& collection, const std::string& file) {
   NoteCollector notes;
   const Path path = pathOf(toUtf16(file));
-  const bool ok = folderExists(path) ? fail(u"This is a folder") : io::openFile(collection, path, merge);
+  const bool ok = folderExists(path) ? fail(u"This is a folder") : io::openFile(collection, path, false);
   for (const std::string& note : notes.take()) printNote(file, note);
   if (!ok) printError(file, toUtf8(lastError()));
   return ok;
+}
+
+// Each file is tidied by itself and once more with the others: what several of them hold becomes one.
+bool openAll(Collection& collection, const std::vector<std::string>& files) {
+  if (files.size() == 1) return open(collection, files.front());
+  app::Merge merge(collection);
+  for (const std::string& file : files) {
+    Collection source;
+    if (!open(source, file)) return false;
+    merge.add(source);
+  }
+  merge.finish();
+  io::fixUp(collection, io::kAllKinds, false);
+  return true;
 }
 
 std::u16string stemOf(const std::string& file) { return textOf(pathOf(toUtf16(file)).stem()); }
@@ -57,9 +73,7 @@ void printReport(const compare::Report& report) {
 int runCompare(const CompareArguments& arguments) {
   useSettings();
   Collection first, second;
-  if (!openFor(first, arguments.first, false)) return kTrouble;
-  for (std::size_t i = 0; i < arguments.second.size(); ++i)
-    if (!openFor(second, arguments.second[i], i > 0)) return kTrouble;
+  if (!open(first, arguments.first) || !openAll(second, arguments.second)) return kTrouble;
   compare::Options options{.tolerance = arguments.tolerance, .samples = !arguments.noSamples};
   options.fileNames.push_back(stemOf(arguments.first));
   for (const std::string& file : arguments.second) options.fileNames.push_back(stemOf(file));

@@ -22,7 +22,8 @@ inline constexpr io::CapabilityMask kLevel2Capabilities = io::encodingBit(Sample
                                                           io::encodingBit(SampleEncoding::Pcm16) | io::kMono |
                                                           io::kLinkedStereo;
 /// Texts stand with every item. Level 1 has one LFO, which the mod wheel alone can open.
-inline constexpr FeatureMask kTextFeatures = featureBits({features::InstrumentTexts, features::WaveTexts});
+inline constexpr FeatureMask kTextFeatures =
+    featureBits({features::InstrumentTexts, features::WaveTexts, features::Artists});
 inline constexpr FeatureMask kLevel1Features =
     (profileFeatures(u"DLS level 1 melodic (.DLS)") | kBankFeatures | kTextFeatures |
      featureBit(features::PannedStereo)) &

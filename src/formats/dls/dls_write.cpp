@@ -13,6 +13,7 @@
 #include "formats/dls/dls_region_lists.h"
 #include "formats/riff/riff.h"
 #include "io/decisions.h"
+#include "io/file_names.h"
 
 namespace vemko::dls {
 namespace {
@@ -95,7 +96,7 @@ class CollectionWriter {
     head.close();
     head.out.append(pool_.buildTable());
     ByteWriter tail;
-    appendCollectionDescription(notes, tail);
+    appendCollectionDescription(notes, file.path(), tail);
 
     const std::uint64_t size = 4 + head.out.size() + pool_.listBytes() + tail.size();
     if (size > UINT32_MAX) return fail(u"Save failed - The samples are too much for one collection");
@@ -190,10 +191,13 @@ class CollectionWriter {
     out.close();
   }
 
-  void appendCollectionDescription(const CollectionNotes* notes, ByteWriter& out) const {
+  void appendCollectionDescription(const CollectionNotes* notes, const Path& file, ByteWriter& out) const {
     const Collection& collection = item_.collection();
     auto texts =
         riff::infoTextsOf(collection, notes ? notes->description.info : std::vector<riff::InfoText>{});
+    if (collection.name() == kNewCollectionName)
+      for (riff::InfoText& text : texts)
+        if (text.id == fourCc("INAM")) text.text = toUtf8(io::bankName(collection, file));
     texts.push_back({fourCc("ISFT"), kProductName});
     riff::appendInfoTexts(texts, out);
     if (!notes || !notes->description.id) return;

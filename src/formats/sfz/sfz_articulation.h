@@ -47,11 +47,8 @@ struct FileAdjustments {
   double volumeDb = 0;
 };
 
-/// The send channel of effect1 to effect4: reverb, chorus, the others.
-using EffectChannels = std::array<int, 4>;
-EffectChannels effectChannels(const SendEffects& effects);
-
-/// What the region's opcodes mean; slots at their defaults are not set.
+/// What the region's opcodes mean; slots at their defaults are not set. The channels are those of effect1 to
+/// effect4.
 ArticulationBlock articulationOf(const RegionOpcodes& opcodes, const FileAdjustments& file,
                                  const EffectChannels& channels);
 /// The opcodes that read as the block's values; what the dialect cannot say stays away.

@@ -8,6 +8,7 @@
 #include "base/text.h"
 #include "base/version.h"
 #include "formats/soundfont/sf_notes.h"
+#include "io/file_names.h"
 
 namespace vemko::soundfont {
 namespace {
@@ -29,7 +30,8 @@ constexpr std::span kWrittenRows(kTextRows, std::size(kTextRows) - 1);
 constexpr std::size_t kTextBytes = 255, kCommentBytes = 65535;
 
 // An artist takes the engineer's place where that is free.
-const std::u16string& writtenText(const Collection& collection, TextProperty property) {
+std::u16string writtenText(const Collection& collection, TextProperty property, const Path& file) {
+  if (property == TextProperty::Name) return io::bankName(collection, file);
   const std::u16string& text = collection.text(property);
   return property == TextProperty::Engineer && text.empty() ? collection.text(TextProperty::Artist) : text;
 }
@@ -45,14 +47,18 @@ void readInfoTexts(const std::vector<InfoText>& info, const Path& path, Collecti
     collection.setName(vemko::textOf(path.stem()));
 }
 
-std::vector<InfoText> infoTextsOf(const Item& item) {
+std::vector<InfoText> infoTextsOf(const Item& item, const Path& file) {
   const Collection& collection = item.collection();
   std::vector<InfoText> texts;
   if (!collection.text(TextProperty::Artist).empty() && !collection.text(TextProperty::Engineer).empty())
     logWarning(u"The artist is left out: banks have a place for the engineer only");
   for (const TextRow& row : kWrittenRows) {
     const std::size_t limit = row.property == TextProperty::Comments ? kCommentBytes : kTextBytes;
-    std::string text = toUtf8(writtenText(collection, row.property), limit);
+    const std::u16string whole = writtenText(collection, row.property, file);
+    std::string text = toUtf8(whole, limit);
+    if (toUtf16(text).size() < whole.size())
+      logWarning(u"A text is longer than banks allow and is cut: " +
+                 std::u16string(textPropertyLabel(row.property)));
     if (!text.empty()) texts.push_back({row.id, std::move(text)});
   }
   if (const auto* notes = notesOf<BankNotes>(collection))

@@ -13,7 +13,7 @@ void readInfoTexts(const std::vector<InfoText>& info, const Path& path, Collecti
 
 /// What is written: the collection's texts, and what its bank said beyond them (the creation date). Texts
 /// whose names are the writer's own are not among these.
-std::vector<InfoText> infoTextsOf(const Item& item);
+std::vector<InfoText> infoTextsOf(const Item& item, const Path& file);
 
 struct SoftwareVersion {
   int major = 0;

@@ -41,7 +41,8 @@ void addText(riff::ChunkBuilder& list, std::uint32_t id, std::string_view text) 
   list.close();
 }
 
-std::vector<std::byte> buildInfo(const Item& item, std::uint16_t major, std::uint16_t minor) {
+std::vector<std::byte> buildInfo(const Item& item, const Path& file, std::uint16_t major,
+                                 std::uint16_t minor) {
   riff::ChunkBuilder list;
   list.openList(fourCc("INFO"));
   list.open(fourCc("ifil"));
@@ -49,7 +50,7 @@ std::vector<std::byte> buildInfo(const Item& item, std::uint16_t major, std::uin
   list.out.u16(minor);
   list.close();
   addText(list, fourCc("isng"), "EMU8000");
-  const std::vector<InfoText> texts = infoTextsOf(item);
+  const std::vector<InfoText> texts = infoTextsOf(item, file);
   for (const InfoText& text : texts) addText(list, text.id, text.text);
   addText(list, fourCc("ISFT"), kSoftwareName);
   list.close();
@@ -162,7 +163,7 @@ bool writeBank(Item& item, OutputFile& file, const io::SaveOptions& options) {
   const bool is24 = !compressed && needs24Bits(waveforms, options);
   BlockWriter out(file);
   Bank bank{pool, out};
-  bank.chunks.info = buildInfo(item, compressed ? 3 : 2, compressed ? 0 : is24 ? 4 : 1);
+  bank.chunks.info = buildInfo(item, file.path(), compressed ? 3 : 2, compressed ? 0 : is24 ? 4 : 1);
   std::optional<std::vector<std::byte>> zones;
   auto runTask = [&](std::size_t task) {
     if (task == 1) return (zones = buildZoneTables(planBank(instruments, pool))).has_value();

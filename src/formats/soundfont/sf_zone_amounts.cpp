@@ -25,8 +25,7 @@ Source sumOfZones(const FileZones& zones) {
 
 SendChannels sendsOf(const Region& region) {
   SendChannels sends;
-  const auto* layer = region.collection().find<Layer>(region.parent);
-  const auto* instrument = layer ? region.collection().find<Instrument>(layer->parent) : nullptr;
+  const Instrument* instrument = instrumentOf(region);
   if (!instrument) return sends;
   SendEffects effects = instrument->sendEffects;
   sends.reverb = claimSend(effects, SendEffect::Reverb).value_or(sends.reverb);
