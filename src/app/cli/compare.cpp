@@ -38,8 +38,9 @@ bool openAll(Collection& collection, const std::vector<std::string>& files) {
     merge.add(source);
   }
   merge.finish();
-  io::fixUp(collection, io::kAllKinds, false);
-  return true;
+  if (io::fixUp(collection, io::kAllKinds, false)) return true;
+  printError(files.front(), toUtf8(lastError()));
+  return false;
 }
 
 std::u16string stemOf(const std::string& file) { return textOf(pathOf(toUtf16(file)).stem()); }
