@@ -244,6 +244,10 @@ void compareRules(const PlayRules& first, const PlayRules& second, Differences& 
   differences.whole(u"key fade curve", static_cast<int>(first.keyFade), static_cast<int>(second.keyFade));
   differences.whole(u"velocity fade curve", static_cast<int>(first.velocityFade),
                     static_cast<int>(second.velocityFade));
+  differences.whole(u"controller fade curve", static_cast<int>(first.controllerFade),
+                    static_cast<int>(second.controllerFade));
+  differences.text(u"faded in by controllers", list(first.fadeIns), list(second.fadeIns));
+  differences.text(u"faded out by controllers", list(first.fadeOuts), list(second.fadeOuts));
   differences.need(0);
 }
 

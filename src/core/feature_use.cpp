@@ -197,7 +197,8 @@ FeatureMask articulationOf(const SlotValues& values) {
 bool hasCrossFade(const Region& region) {
   const auto isSet = [](MidiRange range, std::uint8_t silent) { return range != MidiRange{silent, silent}; };
   return isSet(region.fadeInKeys, 0) || isSet(region.fadeOutKeys, 127) || isSet(region.fadeInVelocities, 0) ||
-         isSet(region.fadeOutVelocities, 127);
+         isSet(region.fadeOutVelocities, 127) || !rulesOf(region).fadeIns.empty() ||
+         !rulesOf(region).fadeOuts.empty();
 }
 
 /// Which levels of the instrument set anything, and whether regions or layers differ in what they set.

@@ -51,13 +51,25 @@ MidiRange boundedRange(MidiRange range) {
 
 // Sources from kNoteSources on belong to the note, and wheel positions have their rest in the middle: either
 // is met by some notes at least. The random ones among them begin at 0.
-bool isMetAtRest(const ControllerRange& range) {
+bool isMovedByNotes(std::uint8_t source) {
   constexpr std::uint8_t kPitchWheel = 128, kNoteSources = 131, kRandom = 135, kRandomBothWays = 136,
                          kAlternating = 137;
-  const std::uint8_t source = range.controller;
   const bool isOfNote = source >= kNoteSources && source != kRandom && source != kAlternating;
-  if (isOfNote || source == kPitchWheel || source == kRandomBothWays) return true;
-  return range.low <= range.atRest && range.atRest <= range.high;
+  return isOfNote || source == kPitchWheel || source == kRandomBothWays;
+}
+
+bool isMetAtRest(const ControllerRange& range) {
+  return isMovedByNotes(range.controller) || (range.low <= range.atRest && range.atRest <= range.high);
+}
+
+bool isFadedOutAtRest(const PlayRules& rules) {
+  const auto isAtStart = [](const ControllerRange& fade) {
+    return !isMovedByNotes(fade.controller) && fade.atRest <= fade.low && fade.atRest < fade.high;
+  };
+  const auto isAtEnd = [](const ControllerRange& fade) {
+    return !isMovedByNotes(fade.controller) && fade.atRest >= fade.high && fade.atRest > fade.low;
+  };
+  return std::ranges::any_of(rules.fadeIns, isAtStart) || std::ranges::any_of(rules.fadeOuts, isAtEnd);
 }
 
 void giveNewRecordIds(Waveform& waveform) {
@@ -174,7 +186,7 @@ bool soundsOnAttack(const Region& region) {
   const KeySwitches& switches = region.rules->switches;
   return !region.rules->ignoresKeys && switches.down == KeySwitches::kNone &&
          switches.previous == KeySwitches::kNone &&
-         std::ranges::all_of(region.rules->controllers, isMetAtRest);
+         std::ranges::all_of(region.rules->controllers, isMetAtRest) && !isFadedOutAtRest(*region.rules);
 }
 
 bool playsAlike(const Region& a, const Region& b) {

@@ -48,9 +48,11 @@ struct PlayRules {
   bool stopsNaturally = false;  ///< When stopped, it goes through its release instead of ending at once.
   bool playsToEnd = false;      ///< Release of the key does not end it.
   bool ignoresKeys = false;     ///< Only `starts` starts it.
-  FadeCurve keyFade = FadeCurve::Power, velocityFade = FadeCurve::Power;
+  FadeCurve keyFade = FadeCurve::Power, velocityFade = FadeCurve::Power, controllerFade = FadeCurve::Power;
   std::vector<ControllerRange> controllers;  ///< All must hold when a note starts; by controller.
   std::vector<ControllerRange> starts;       ///< A controller that comes into the range starts it.
+  std::vector<ControllerRange> fadeIns;      ///< Silent up to `low`, at the full level from `high` on.
+  std::vector<ControllerRange> fadeOuts;     ///< At the full level up to `low`, silent from `high` on.
   KeySwitches switches;
 
   friend bool operator==(const PlayRules&, const PlayRules&) = default;

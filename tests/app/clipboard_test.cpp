@@ -41,6 +41,9 @@ ItemId fill(Collection& collection) {
   rules.stopsNaturally = true;
   rules.velocityFade = FadeCurve::Gain;
   rules.controllers = {{64, 1, 100, 50}, {1, 2, 3}};
+  rules.controllerFade = FadeCurve::Gain;
+  rules.fadeIns = {{1, 0, 64}};
+  rules.fadeOuts = {{4, 64, 127, 90}};
   rules.switches = {{24, 35}, {24, 25}, 25, 1, 2, 3};
   region.rules = std::make_shared<const PlayRules>(rules);
   return instrument.id();

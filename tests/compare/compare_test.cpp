@@ -230,6 +230,7 @@ TEST(Compare, TakesTheSameSoundInOtherWordsForEqual) {
          PlayRules rules;
          rules.switches = {{24, 35}, {24, 25}, 25, 1, 2, 3};
          rules.controllers = {{4, 1, 127, 99}};
+         rules.fadeOuts = {{1, 64, 127}};
          b.left.rules = std::make_shared<const PlayRules>(rules);
        },
        [](Bank& b) {
@@ -239,7 +240,8 @@ TEST(Compare, TakesTheSameSoundInOtherWordsForEqual) {
          b.left.rules = std::make_shared<const PlayRules>(rules);
        },
        {kLeft + "controllers: \"4: 1-127 from 99\" | \"4: 1-127\"", kLeft + "key switches: 24-35 | 24-36",
-        kLeft + "key switch at start: 25 | 24", kLeft + "key before: 3 | 4"}},
+        kLeft + "key switch at start: 25 | 24", kLeft + "key before: 3 | 4",
+        kLeft + "faded out by controllers: \"1: 64-127\" | \"none\""}},
       {"sends by other channels",
        [](Bank& b) {
          b.piano.sendEffects = {SendEffect::Reverb, SendEffect::None, SendEffect::Chorus, SendEffect::None};

@@ -78,6 +78,18 @@ TEST(SfzAtRest, NobodyTouchesControllersAndSwitches) {
       {"all must hold", "<region>hicc1=9 locc2=1<region>hicc1=9 hicc2=9", {1}},
       {"what notes bring themselves", "<region>locc131=64<region>locc133=60<region>locc128=60", {0, 1, 2}},
       {"random and alternating sources", "<region>locc135=64<region>hicc135=63<region>locc137=1", {1}},
+      {"layers over the wheel",
+       "<region>xfout_locc1=0 xfout_hicc1=64<region>xfin_locc1=0 xfin_hicc1=64 xfout_locc1=64 xfout_hicc1=127"
+       "<region>xfin_locc1=64 xfin_hicc1=127",
+       {0}},
+      {"layers over a pedal that is set",
+       "<control>set_cc4=127<region>xfout_locc4=0 xfout_hicc4=127<region>xfin_locc4=0 xfin_hicc4=127",
+       {1}},
+      {"half faded, and over velocity",
+       "<control>set_cc4=60<region>xfin_locc4=0 xfin_hicc4=127<region>xfin_locc131=64 xfin_hicc131=90",
+       {0, 1}},
+      {"nothing but what the wheel brings in", "<region>xfin_locc1=0 xfin_hicc1=127", {0}},
+      {"fades that are none", "<region>xfin_locc1=0 xfin_hicc1=0 xfout_locc1=127 xfout_hicc1=127", {0}},
       {"the given switch",
        "<global>sample=a.wav sw_lokey=24 sw_hikey=26 sw_default=25<region>sw_last=24<region>sw_last=25"
        "<region>sw_last=26<region>",

@@ -199,6 +199,9 @@ TEST(SfzWrite, KeepsWhatARegionIs) {
     rules.randomLow = 0.1f, rules.randomHigh = 0.7f, rules.keyFade = FadeCurve::Gain;
     rules.controllers = {{4, 1, 127, 99}, {64, 0, 63}};
     rules.switches = {{24, 35}, {24, 25}, 25, 1, 2, 3};
+    rules.controllerFade = FadeCurve::Gain;
+    rules.fadeIns = {{1, 0, 64, 30}, {4, 5, 127, 99}};
+    rules.fadeOuts = {{1, 64, 127, 30}};
     rules.starts = {{30, 5, 6}};
     rules.ignoresKeys = false;
     region.rules = std::make_shared<const PlayRules>(rules);

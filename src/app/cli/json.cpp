@@ -106,6 +106,8 @@ void addPlaying(const Region& item, Json& json) {
   add("ignoresKeys", rules.ignoresKeys, false);
   if (!rules.controllers.empty()) json["controllers"] = controllerRanges(rules.controllers);
   if (!rules.starts.empty()) json["startedBy"] = controllerRanges(rules.starts);
+  if (!rules.fadeIns.empty()) json["fadeInByControllers"] = controllerRanges(rules.fadeIns);
+  if (!rules.fadeOuts.empty()) json["fadeOutByControllers"] = controllerRanges(rules.fadeOuts);
   if (rules.switches.hasConditions()) json["keySwitches"] = keySwitches(rules.switches);
 }
 

@@ -110,10 +110,10 @@ void archive(Archive& a, PlayRules& rules) {
   a(rules.group);
   a(rules.stoppedBy);
   for (bool* flag : {&rules.stopsNaturally, &rules.playsToEnd, &rules.ignoresKeys}) a(*flag);
-  archiveEnum(a, rules.keyFade, FadeCurve::Gain);
-  archiveEnum(a, rules.velocityFade, FadeCurve::Gain);
-  archive(a, rules.controllers);
-  archive(a, rules.starts);
+  for (FadeCurve* curve : {&rules.keyFade, &rules.velocityFade, &rules.controllerFade})
+    archiveEnum(a, *curve, FadeCurve::Gain);
+  for (auto* ranges : {&rules.controllers, &rules.starts, &rules.fadeIns, &rules.fadeOuts})
+    archive(a, *ranges);
   archive(a, rules.switches);
 }
 

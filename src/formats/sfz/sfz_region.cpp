@@ -61,6 +61,9 @@ void RegionBuilder::endLayer(std::string_view nextName) {
 
 void RegionBuilder::collectNumber(const OpcodeRow& row, const Setting& setting) {
   const double number = setting.number;
+  const auto within = [&](std::uint8_t low, std::uint8_t high) {
+    return ControllerRange{setting.key.controller, low, high, atRest_[setting.key.controller]};
+  };
   switch (row.field) {
     case Field::Direct:
       opcodes_.amounts[row.slot] = number * row.factor;
@@ -85,13 +88,17 @@ void RegionBuilder::collectNumber(const OpcodeRow& row, const Setting& setting) 
       return;
     case Field::ControllerLow:
     case Field::ControllerHigh:
-      return putBound(rules_.controllers,
-                      {.controller = setting.key.controller, .atRest = atRest_[setting.key.controller]},
-                      row.field == Field::ControllerLow, number);
+      return putBound(rules_.controllers, within(0, 127), row.field == Field::ControllerLow, number);
     case Field::StartLow:
     case Field::StartHigh:
       return putBound(rules_.starts, {.controller = setting.key.controller}, row.field == Field::StartLow,
                       number);
+    case Field::FadeInLowController:
+    case Field::FadeInHighController:
+      return putBound(rules_.fadeIns, within(0, 0), row.field == Field::FadeInLowController, number);
+    case Field::FadeOutLowController:
+    case Field::FadeOutHighController:
+      return putBound(rules_.fadeOuts, within(127, 127), row.field == Field::FadeOutLowController, number);
     case Field::Sample:
       sample_ = static_cast<std::uint32_t>(number);
       return;
@@ -262,10 +269,13 @@ void RegionBuilder::setRules(Region& region) {
   rules_.stopsNaturally = whole(Field::OffMode, 0) == 1;
   rules_.keyFade = static_cast<FadeCurve>(whole(Field::KeyCurve, 0));
   rules_.velocityFade = static_cast<FadeCurve>(whole(Field::VelocityCurve, 0));
+  rules_.controllerFade = static_cast<FadeCurve>(whole(Field::ControllerCurve, 0));
   std::erase_if(rules_.controllers,
                 [](const ControllerRange& range) { return range.low == 0 && range.high == 127; });
-  std::ranges::sort(rules_.controllers);
-  std::ranges::sort(rules_.starts);
+  std::erase_if(rules_.fadeIns, [](const ControllerRange& fade) { return fade.high == 0; });
+  std::erase_if(rules_.fadeOuts, [](const ControllerRange& fade) { return fade.low == 127; });
+  for (auto* ranges : {&rules_.controllers, &rules_.starts, &rules_.fadeIns, &rules_.fadeOuts})
+    std::ranges::sort(*ranges);
   setSwitches();
   if (rules_ == PlayRules{}) return;
   if (!lastRules_ || *lastRules_ != rules_) lastRules_ = std::make_shared<const PlayRules>(rules_);

@@ -89,12 +89,17 @@ void putGroups(const Region& region, const PlayRules& rules, OpcodeLines& out) {
   if (rules.stopsNaturally) out.putText("off_mode", "normal");
 }
 
-void putControllers(const PlayRules& rules, OpcodeLines& out) {
-  for (const ControllerRange& range : rules.controllers) {
-    const std::string controller = std::to_string(range.controller);
-    if (range.low != 0) out.putWhole("locc" + controller, range.low);
-    if (range.high != 127) out.putWhole("hicc" + controller, range.high);
+void putRanges(OpcodeLines& out, const std::string& prefix, const std::vector<ControllerRange>& ranges,
+               MidiRange otherwise) {
+  for (const ControllerRange& range : ranges) {
+    const std::string controller = "cc" + std::to_string(range.controller);
+    if (range.low != otherwise.low) out.putWhole(prefix + "lo" + controller, range.low);
+    if (range.high != otherwise.high) out.putWhole(prefix + "hi" + controller, range.high);
   }
+}
+
+void putControllers(const PlayRules& rules, OpcodeLines& out) {
+  putRanges(out, "", rules.controllers, {0, 127});
   for (const ControllerRange& range : rules.starts) {
     const std::string controller = std::to_string(range.controller);
     out.putWhole("on_locc" + controller, range.low);
@@ -138,8 +143,11 @@ void putRules(const Region& region, const PlayRules& rules, OpcodeLines& out) {
   putRange(out, "xfout_lokey", "xfout_hikey", region.fadeOutKeys, {127, 127});
   putRange(out, "xfin_lovel", "xfin_hivel", region.fadeInVelocities, {0, 0});
   putRange(out, "xfout_lovel", "xfout_hivel", region.fadeOutVelocities, {127, 127});
+  putRanges(out, "xfin_", rules.fadeIns, {0, 0});
+  putRanges(out, "xfout_", rules.fadeOuts, {127, 127});
   if (rules.keyFade == FadeCurve::Gain) out.putText("xf_keycurve", "gain");
   if (rules.velocityFade == FadeCurve::Gain) out.putText("xf_velcurve", "gain");
+  if (rules.controllerFade == FadeCurve::Gain) out.putText("xf_cccurve", "gain");
 }
 
 // --- The whole file
@@ -211,9 +219,11 @@ class Writer {
   std::map<int, int> controllersAtRest() const {
     std::map<int, int> values;
     for (const Region* region : regionsOf(instrument_))
-      for (const ControllerRange& range : rulesOf(*region).controllers)
-        if (dialect_ == kV2 || range.atRest != usualAtRest(range.controller))
-          values.emplace(range.controller, range.atRest);
+      for (const auto* ranges :
+           {&rulesOf(*region).controllers, &rulesOf(*region).fadeIns, &rulesOf(*region).fadeOuts})
+        for (const ControllerRange& range : *ranges)
+          if (dialect_ == kV2 || range.atRest != usualAtRest(range.controller))
+            values.emplace(range.controller, range.atRest);
     if (dialect_ == kV2)
       values.insert(
           {{1, 0}, {7, 127}, {11, 127}, {64, 0}, {69, 0}, {71, 0}, {72, 0}, {73, 0}, {74, 0}, {129, 0}});
