@@ -3,19 +3,13 @@
 #include "formats/audio/big_endian.h"
 #include "formats/audio_support.h"
 #include "io/samples.h"
+#include "warnings.h"
 
 namespace vemko::test {
 namespace {
 
 using audio::putBig;
 
-struct Warnings {
-  std::vector<std::string> lines;
-  LogSink before = setLogSink([this](LogLevel level, std::u16string_view line) {
-    if (level == LogLevel::Warning) lines.push_back(toUtf8(line));
-  });
-  ~Warnings() { setLogSink(before); }
-};
 using Lines = std::vector<std::string>;
 
 bool lacksLibrary(const char16_t* extension) {

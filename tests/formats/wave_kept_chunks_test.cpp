@@ -9,6 +9,7 @@
 #include "io/open.h"
 #include "io/registry.h"
 #include "io/save.h"
+#include "warnings.h"
 
 namespace vemko::test {
 namespace {
@@ -53,13 +54,6 @@ std::map<std::string, std::string> chunksOf(const std::string& file) {
   return chunks;
 }
 
-struct Warnings {
-  std::vector<std::string> lines;
-  LogSink before = setLogSink([this](LogLevel level, std::u16string_view line) {
-    if (level == LogLevel::Warning) lines.push_back(toUtf8(line));
-  });
-  ~Warnings() { setLogSink(before); }
-};
 using Lines = std::vector<std::string>;
 
 std::string rewritten(Waveform& waveform, const TempFolder& folder, const io::SaveOptions& options = {}) {
