@@ -194,11 +194,8 @@ Patch patchOf(std::uint32_t bank, std::uint32_t program) {
 }
 
 SendChannels sendsOf(const Instrument& instrument) {
-  SendChannels sends;
-  SendEffects effects = instrument.sendEffects;
-  sends.reverb = claimSend(effects, SendEffect::Reverb).value_or(sends.reverb);
-  sends.chorus = claimSend(effects, SendEffect::Chorus).value_or(sends.chorus);
-  return sends;
+  const EffectChannels channels = effectChannels(instrument.sendEffects);
+  return {channels[0], channels[1]};
 }
 
 int probeCollection(Bytes head, std::uint32_t, std::uint64_t) {

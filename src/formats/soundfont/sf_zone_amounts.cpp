@@ -24,13 +24,8 @@ Source sumOfZones(const FileZones& zones) {
 }
 
 SendChannels sendsOf(const Region& region) {
-  SendChannels sends;
-  const Instrument* instrument = instrumentOf(region);
-  if (!instrument) return sends;
-  SendEffects effects = instrument->sendEffects;
-  sends.reverb = claimSend(effects, SendEffect::Reverb).value_or(sends.reverb);
-  sends.chorus = claimSend(effects, SendEffect::Chorus).value_or(sends.chorus);
-  return sends;
+  const EffectChannels channels = effectChannels(sendEffectsOf(region));
+  return {channels[0], channels[1]};
 }
 
 void setPan(ArticulationBlock& block, float pan) {
