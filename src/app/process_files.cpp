@@ -77,6 +77,7 @@ int writingRowOf(const Collection& collection, const Path& path) {
   const std::vector<int> rows = writingRowsOf(collection);
   if (rows.size() < 2) return rows.empty() ? kinRowOf(collection, path) : rows.front();
   std::vector<std::ptrdiff_t> losses;
+  losses.reserve(rows.size());
   for (int row : rows) losses.push_back(lossCount(collection, row));
   return rows[static_cast<std::size_t>(std::ranges::min_element(losses) - losses.begin())];
 }

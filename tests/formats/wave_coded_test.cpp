@@ -114,6 +114,32 @@ TEST(WaveCoded, LeavesOutTheDelayThatTheHeaderTells) {
   }
 }
 
+// Old samplers' libraries and some games have the whole stream as the sample data.
+TEST(WaveCoded, ReadsTheStreamOfOggVorbis) {
+  const TempFolder folder;
+  Collection collection;
+  Waveform& waveform = createWaveform(collection, u"");
+  fill(waveform, music(6000, 2), 2);
+  const int row = io::findWritingRow(u"ogg", kindBit(ItemKind::Waveform));
+  if (!io::saveItem(&waveform, row, folder / "stream.ogg", io::saveOptionsFor(row, io::encodingBit(Codec))))
+    GTEST_SKIP() << toUtf8(lastError());
+  const std::vector<float> samples = samplesOf(*openWaveform(folder / "stream.ogg").waveform);
+  for (std::uint16_t tag : {0x674F, 0x676F}) {
+    putFile(folder / "a.wav", riffFile({{"fmt ", formatBody({tag, 2, 44100, 1, 16}, words(0x01020800, 0))},
+                                        {"fact", words(5000)},
+                                        {"data", text(contentOf(folder / "stream.ogg"))}}));
+    const Opened opened = openWaveform(folder / "a.wav");
+    ASSERT_TRUE(opened.waveform) << toUtf8(lastError());
+    EXPECT_EQ(opened.waveform->channels, 2);
+    EXPECT_EQ(samplesOf(*opened.waveform), std::vector(samples.begin(), samples.begin() + 2 * 5000));
+  }
+  for (std::uint16_t tag : {0x6750, 0x6771}) {
+    EXPECT_FALSE(readWaveBytes(folder, riffFile({{"fmt ", formatBody({tag})}, {"data", Block(64)}})).ok);
+    EXPECT_EQ(toUtf8(lastError()),
+              "The encoding 'Ogg Vorbis' of this WAVE file needs a codec that is not available");
+  }
+}
+
 TEST(WaveCoded, UsrGsmIsToldByItsExtension) {
   const Block file = riffFile({{"fmt ", formatBody({49, 1, 8000, 65, 0})}, {"data", Block(65)}});
   const Block plain = riffFile({{"fmt ", formatBody({})}, {"data", Block(64)}});

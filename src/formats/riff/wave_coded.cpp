@@ -9,12 +9,15 @@
 #include "codecs/g726.h"
 #include "codecs/gsm.h"
 #include "codecs/mpeg.h"
+#include "codecs/vorbis.h"
 #include "formats/riff/format_body.h"
 
 namespace vemko::riff {
 namespace {
 
 constexpr std::uint16_t kGsmTag = 0x31, kMpegTag = 0x50, kLayer3Tag = 0x55;
+// Of the six tags of Ogg Vorbis those whose sample data is a stream with its own headers.
+constexpr std::uint16_t kVorbisTag = 0x674F, kManagedVorbisTag = 0x676F;
 constexpr std::size_t kGsmPairs = static_cast<std::size_t>(gsm::Packing::WavePairs);
 
 // The registered tags of the ADPCM codes. Reading takes all widths of all of them.
@@ -61,10 +64,10 @@ constexpr CodecName kCodecNames[] = {
   {0x2000, u"Dolby AC-3"},
   {0x2001, u"DTS"},
   {0x566F, u"Ogg Vorbis"},
-  {0x674F, u"Ogg Vorbis"},
   {0x6750, u"Ogg Vorbis"},
   {0x6751, u"Ogg Vorbis"},
-  {0x676F, u"Ogg Vorbis"},
+  {0x6770, u"Ogg Vorbis"},
+  {0x6771, u"Ogg Vorbis"},
   {0x704F, u"Opus"},
   {0xF1AC, u"FLAC"},
 };
@@ -108,6 +111,7 @@ std::optional<CodedFormat> codedFormat(std::uint16_t tag, std::uint16_t bits, By
   if (tag == kGsmTag) return CodedFormat{CodedFormat::Codec::Gsm};
   if (tag == kLayer3Tag || tag == kMpegTag)
     return CodedFormat{CodedFormat::Codec::Mpeg, 0, tag == kLayer3Tag ? mpegDelay(extra) : 0};
+  if (tag == kVorbisTag || tag == kManagedVorbisTag) return CodedFormat{CodedFormat::Codec::Vorbis};
   const bool hasWidth = bits >= 2 && bits <= 5;
   for (const AdpcmRow& row : kAdpcmRows)
     if (tag == row.tag || tag == kOtherAdpcmTag)
@@ -127,6 +131,7 @@ bool failUnknownTag(std::uint16_t tag) {
 bool openCoded(const CodedFormat& format, const FilePart& part, const StreamFacts& facts,
                CompressedSamples& samples) {
   if (format.codec == CodedFormat::Codec::Mpeg) return mpeg::open(part, samples, format.delayFrames);
+  if (format.codec == CodedFormat::Codec::Vorbis) return vorbis::open(part, samples);
   if (facts.channels != 1) return fail(u"Unsupported number of channels in this WAVE file");
   if (format.codec == CodedFormat::Codec::Gsm)
     return gsm::open(part, gsm::Packing::WavePairs, facts, samples);

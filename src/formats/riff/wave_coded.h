@@ -1,6 +1,6 @@
 #pragma once
-// Encodings of WAVE files that codec libraries know: GSM 06.10, the ADPCM of G.721, G.723 and G.726, and MPEG
-// audio.
+// Encodings of WAVE files that codec libraries know: GSM 06.10, the ADPCM of G.721, G.723 and G.726, MPEG
+// audio and, to read, Ogg Vorbis.
 #include <cstdint>
 #include <optional>
 
@@ -10,7 +10,7 @@
 namespace vemko::riff {
 
 struct CodedFormat {
-  enum class Codec : std::uint8_t { Gsm, G726, Mpeg };
+  enum class Codec : std::uint8_t { Gsm, G726, Mpeg, Vorbis };
 
   Codec codec = Codec::Gsm;
   std::uint8_t bits = 0;          ///< Of a G.726 code.
