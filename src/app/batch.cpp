@@ -5,6 +5,7 @@
 
 #include "app/merge.h"
 #include "base/last_error.h"
+#include "base/log.h"
 #include "base/text.h"
 #include "io/open.h"
 
@@ -61,8 +62,10 @@ void saveOne(Item& item, Path file, const BatchTarget& target, const io::SaveOpt
     if (target.onExists == OnExists::Rename) file = io::freeFileName(file, fileExists);
   }
   Losses losses = lossesOf(item, target, options);
+  const int better = io::rowThatKeepsMore(item, target.row, options, losses);
   result.ok = io::saveWithBackup(&item, file, target.row, options, false);
   if (result.ok) {
+    if (better != io::kNoRow) logWarning(io::moreKeptText(better));
     result.outputs.push_back({.file = file, .skipped = false, .losses = std::move(losses)});
   } else {
     result.error = lastError();

@@ -62,13 +62,9 @@ int kinRowOf(const Collection& collection, const Path& path) {
   return io::kNoRow;
 }
 
-/// How many kinds of things a save with the row would lose. At which level articulation stands does not
-/// count: of rows that write the same files, none leaves it out for that.
-std::ptrdiff_t lossCount(const Collection& collection, int row) {
+std::size_t lossCount(const Collection& collection, int row) {
   const io::SaveOptions options = io::saveOptionsFor(row, commonEncoding(collection, row));
-  return std::ranges::count_if(io::lossesOfSaving(collection, row, options), [](const io::Loss& loss) {
-    return !loss.feature.starts_with(u"Architecture:");
-  });
+  return io::kindsLost(io::lossesOfSaving(collection, row, options));
 }
 
 /// Where several rows write what one has read, as the levels and dialects of a format, the first of those
@@ -76,7 +72,7 @@ std::ptrdiff_t lossCount(const Collection& collection, int row) {
 int writingRowOf(const Collection& collection, const Path& path) {
   const std::vector<int> rows = writingRowsOf(collection);
   if (rows.size() < 2) return rows.empty() ? kinRowOf(collection, path) : rows.front();
-  std::vector<std::ptrdiff_t> losses;
+  std::vector<std::size_t> losses;
   losses.reserve(rows.size());
   for (int row : rows) losses.push_back(lossCount(collection, row));
   return rows[static_cast<std::size_t>(std::ranges::min_element(losses) - losses.begin())];

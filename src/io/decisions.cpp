@@ -1,6 +1,5 @@
 #include "io/decisions.h"
 
-#include <algorithm>
 #include <utility>
 
 namespace vemko::io {
@@ -10,9 +9,10 @@ Decisions current;
 
 Decisions setDecisions(Decisions decisions) { return std::exchange(current, std::move(decisions)); }
 
-std::size_t ask(std::u16string_view question, std::span<const std::u16string_view> buttons) {
-  const std::size_t last = buttons.empty() ? 0 : buttons.size() - 1;
-  return current.ask ? std::min(current.ask(question, buttons), last) : last;
+std::size_t ask(std::u16string_view question, std::span<const std::u16string_view> buttons,
+                std::size_t cautious) {
+  const auto chosen = current.ask ? current.ask(question, buttons) : std::nullopt;
+  return chosen && *chosen < buttons.size() ? *chosen : cautious;
 }
 
 std::optional<Path> locateFile(std::u16string_view title, std::u16string_view wanted) {

@@ -25,9 +25,11 @@ struct RawFormat {
 };
 
 struct Decisions {
-  /// Shows the question with these buttons; the index of the one chosen, the last one being the cautious
-  /// choice.
-  std::function<std::size_t(std::u16string_view question, std::span<const std::u16string_view> buttons)> ask;
+  /// Shows the question with these buttons; the index of the one chosen, nothing where nobody is there to
+  /// choose.
+  std::function<std::optional<std::size_t>(std::u16string_view question,
+                                           std::span<const std::u16string_view> buttons)>
+      ask;
   /// An open-file dialog with that title for the given stored path or file name; nothing when cancelled.
   std::function<std::optional<Path>(std::u16string_view title, std::u16string_view wanted)> locateFile;
   /// Raw import of a file that no format fits; nothing when refused. `remembered` answers may be given at
@@ -38,8 +40,10 @@ struct Decisions {
 /// Installs the record and returns the one before.
 Decisions setDecisions(Decisions decisions);
 
-/// Without somebody to ask: the last button, no file, no raw import.
-std::size_t ask(std::u16string_view question, std::span<const std::u16string_view> buttons);
+/// The index of a button; without somebody to ask that of `cautious`, by which nothing is lost.
+std::size_t ask(std::u16string_view question, std::span<const std::u16string_view> buttons,
+                std::size_t cautious);
+/// Without somebody to ask: no file, no raw import.
 std::optional<Path> locateFile(std::u16string_view title, std::u16string_view wanted);
 std::optional<RawFormat> confirmRaw(std::u16string_view question, const Path& file);
 

@@ -232,6 +232,30 @@ std::vector<Loss> lossesOfSaving(std::span<const Item* const> items, int row, co
   return losses;
 }
 
+std::size_t kindsLost(std::span<const Loss> losses) {
+  return static_cast<std::size_t>(std::ranges::count_if(
+      losses, [](const Loss& loss) { return !loss.feature.starts_with(u"Architecture:"); }));
+}
+
+int rowThatKeepsMore(const Item& item, int row, const SaveOptions& options, std::span<const Loss> losses) {
+  int best = kNoRow;
+  std::size_t fewest = kindsLost(losses);
+  for (int other = nextWritingRow(0); fewest > 0 && other != kNoRow; other = nextWritingRow(other + 1)) {
+    if (other == row || extensionOf(other) != extensionOf(row) || !canHold(other, item.kind())) continue;
+    SaveOptions others = options;
+    others.variant = formatRow(other)->variant;
+    const std::size_t count = kindsLost(lossesOfSaving(item, other, others));
+    if (count >= fewest) continue;
+    fewest = count;
+    best = other;
+  }
+  return best;
+}
+
+std::u16string moreKeptText(int row) {
+  return std::u16string(u"More is kept by \"").append(descriptionOf(row)).append(u"\"");
+}
+
 std::u16string lossText(const Loss& loss) {
   std::u16string text = loss.feature + u" (\"" + loss.example + u"\"";
   if (loss.count > 1) text += u" and " + toUtf16(std::to_string(loss.count - 1)) + u" more";

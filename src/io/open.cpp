@@ -116,7 +116,7 @@ OpenMode askOpenMode(const Collection& collection) {
     return OpenMode::Replace;
   constexpr std::u16string_view kButtons[] = {u"&Merge w current", u"&Replace current", u"&Cancel"};
   constexpr OpenMode kModes[] = {OpenMode::Merge, OpenMode::Replace, OpenMode::Cancel};
-  return kModes[ask(u"How would you like to open the file?", kButtons)];
+  return kModes[ask(u"How would you like to open the file?", kButtons, 2)];
 }
 
 void setRecentFileSink(std::function<void(const Path&)> sink) { recentFileSink = std::move(sink); }

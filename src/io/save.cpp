@@ -89,8 +89,11 @@ bool saveReported(Item* item, const Path& path, int row, const SaveOptions& opti
     // The tidying may remove the item itself where it is a part, but never the whole.
     Item* const stored = item ? storedItemFor(*item) : nullptr;
     std::vector<Loss> losses;
-    if (stored && options.tellsLosses && rows.data() == formatTable().data())
+    int better = kNoRow;
+    if (stored && options.tellsLosses && rows.data() == formatTable().data()) {
       losses = lossesOfSaving(*stored, row, options);
+      better = rowThatKeepsMore(*stored, row, options, losses);
+    }
     const bool ok = save(item, row, path, options, tidy, rows);
     if (ok)
       takeOverFile(*stored, path, row);
@@ -102,6 +105,7 @@ bool saveReported(Item* item, const Path& path, int row, const SaveOptions& opti
     }
     for (const Loss& loss : losses)
       if (ok) logWarning(u"Not kept: " + lossText(loss));
+    if (ok && better != kNoRow) logWarning(moreKeptText(better));
     if (report) noteRecentFile(path);
     return ok;
   });

@@ -34,6 +34,8 @@ Snapshot captureSelected(const ToolContext& context) {
 }  // namespace
 
 void reportFailure(ToolContext& context, const Item* item) {
+  // A copy: what shows it may fail at something else meanwhile.
+  // NOLINTNEXTLINE(performance-unnecessary-copy-initialization)
   const std::u16string message = lastError();
   if (context.showError)
     context.showError(item, message);

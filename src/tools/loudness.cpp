@@ -23,7 +23,7 @@ std::size_t levelBin(double meanSquare) {
 int percentileBin(std::span<const std::uint32_t> histogram) {
   std::uint64_t blocks = 0;
   for (std::uint32_t count : histogram) blocks += count;
-  auto budget = static_cast<std::int64_t>(static_cast<double>(blocks) * (1 - 0.95) + 0.5);
+  auto budget = std::int64_t{std::llround(static_cast<double>(blocks) * (1 - 0.95))};
   for (int bin = 0;; ++bin) {
     const std::int64_t count = histogram[static_cast<std::size_t>(bin)];
     const std::int64_t before = budget;
@@ -39,7 +39,7 @@ LoudnessAnalyser::LoudnessAnalyser(bool equalLoudness) : equalLoudness_(equalLou
 void LoudnessAnalyser::begin(std::size_t channels, std::uint32_t rate) {
   channels_ = channels;
   rate_ = rate;
-  blockFrames_ = std::max<std::size_t>(static_cast<std::size_t>(rate * 0.05 + 0.5), 1);
+  blockFrames_ = std::max<std::size_t>(static_cast<std::size_t>(std::llround(rate * 0.05)), 1);
   if (equalLoudness_) taps_ = equalLoudnessTaps(rate);
   window_.assign(framesToSamples(kHalfTaps), 0.0f);
 }

@@ -3,6 +3,7 @@
 #include "formats/dls_support.h"
 #include "io/open.h"
 #include "io/samples.h"
+#include "warnings.h"
 
 namespace vemko::test {
 namespace {
@@ -238,10 +239,17 @@ TEST(DlsWriter, AsksBeforeItWritesTooManyRegions) {
       return each.answer.value_or(0);
     };
     const io::Decisions before = io::setDecisions(decisions);
+    const Warnings warnings;
     const auto record = recordOf(savedAs(collection, each.level));
+    io::setDecisions({});
+    const auto unattended = recordOf(savedAs(collection, each.level));
     io::setDecisions(before);
     EXPECT_EQ(asked, each.answer ? 1 : 0);
     EXPECT_EQ(record.instruments.at(0).regions.size(), each.written);
+    EXPECT_EQ(unattended.instruments.at(0).regions.size(), each.regions);
+    const std::string leftOut = "regions left out: " + std::to_string(each.regions - each.written);
+    EXPECT_EQ(testing::PrintToString(warnings.lines).find(leftOut) != std::string::npos,
+              each.written < each.regions);
   }
 }
 

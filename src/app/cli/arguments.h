@@ -58,7 +58,7 @@ struct ConvertArguments {
   bool rawBigEndian = false;
   bool rawSigned = false;
   std::string rom = "skip";
-  std::string answer = "no";
+  std::string answer;  ///< "yes", "no"; empty for the cautious answers.
   bool noFixup = false;
   std::vector<std::string> fixups;  ///< "NAME=0", "NAME=1"
   bool report = false;

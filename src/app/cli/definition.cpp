@@ -130,7 +130,7 @@ void defineReadingOptions(CLI::App& command, ConvertArguments& arguments) {
       ->type_name("use=PATH|skip");
   command
       .add_option("--answer", arguments.answer,
-                  "Answer to every question: the first choice, or the cautious one")
+                  "Answer to every question; without it the one by which nothing is lost")
       ->check(CLI::IsMember({"yes", "no"}))
       ->type_name("ANSWER");
   CLI::Option* none =

@@ -26,15 +26,16 @@ io::RawFormat rawFormatOf(const ConvertArguments& arguments) {
 }
 
 io::Decisions decisionsOf(const ConvertArguments& arguments) {
-  const bool yes = arguments.answer == "yes";
   std::optional<Path> romBank;
   if (arguments.rom.starts_with(kUse))
     romBank = absolutePath(std::string_view(arguments.rom).substr(kUse.size()));
   io::Decisions decisions;
-  decisions.ask = [=](std::u16string_view question,
-                      std::span<const std::u16string_view> buttons) -> std::size_t {
-    const bool first = question.find(kRomBank) != question.npos ? romBank.has_value() : yes;
-    return first || buttons.empty() ? 0 : buttons.size() - 1;
+  decisions.ask = [=, answer = arguments.answer](
+                      std::u16string_view question,
+                      std::span<const std::u16string_view> buttons) -> std::optional<std::size_t> {
+    const bool isRom = question.find(kRomBank) != question.npos;
+    if (answer.empty() && !isRom) return std::nullopt;
+    return (isRom ? romBank.has_value() : answer == "yes") ? 0 : buttons.size() - 1;
   };
   decisions.locateFile = [=](std::u16string_view title, std::u16string_view) {
     return title.find(kRomBank) != title.npos ? romBank : std::nullopt;

@@ -113,17 +113,24 @@ class CollectionWriter {
   // The regions that are written; asks where there are too many.
   void collectRegions() {
     Complaints complaints;
-    bool isOver = false;
-    for (const Instrument* instrument : instruments_) {
-      const auto& regions = regions_.emplace_back(regionsAtRest(*instrument, &complaints));
-      isOver = isOver || regions.size() > regionLimit(*instrument, level_);
+    std::vector<std::size_t> large;
+    for (std::size_t i = 0; i < instruments_.size(); ++i)
+      if (regions_.emplace_back(regionsAtRest(*instruments_[i], &complaints)).size() > limitOf(i))
+        large.push_back(i);
+    if (large.empty()) return;
+    const std::string instruments =
+        formatted("Instruments with more regions than DLS allows: %zu", large.size());
+    if (io::ask(kTooManyRegions, kAnswers, 0) == 0)
+      return logWarning(toUtf16(instruments + "; all regions are written, devices need not play them"));
+    std::size_t leftOut = 0;
+    for (std::size_t i : large) {
+      leftOut += regions_[i].size() - limitOf(i);
+      regions_[i].resize(limitOf(i));
     }
-    if (!isOver || io::ask(kTooManyRegions, kAnswers) == 0) return;
-    for (std::size_t i = 0; i < instruments_.size(); ++i) {
-      const std::size_t limit = regionLimit(*instruments_[i], level_);
-      if (regions_[i].size() > limit) regions_[i].resize(limit);
-    }
+    logWarning(toUtf16(instruments + formatted("; regions left out: %zu", leftOut)));
   }
+
+  std::size_t limitOf(std::size_t instrument) const { return regionLimit(*instruments_[instrument], level_); }
 
   void addInstrument(const Instrument& instrument, const std::vector<const Region*>& regions,
                      riff::ChunkBuilder& out) {

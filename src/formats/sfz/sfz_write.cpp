@@ -1,6 +1,8 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
+#include <string>
+#include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -89,12 +91,14 @@ void putGroups(const Region& region, const PlayRules& rules, OpcodeLines& out) {
   if (rules.stopsNaturally) out.putText("off_mode", "normal");
 }
 
-void putRanges(OpcodeLines& out, const std::string& prefix, const std::vector<ControllerRange>& ranges,
+void putRanges(OpcodeLines& out, std::string_view prefix, const std::vector<ControllerRange>& ranges,
                MidiRange otherwise) {
   for (const ControllerRange& range : ranges) {
     const std::string controller = "cc" + std::to_string(range.controller);
-    if (range.low != otherwise.low) out.putWhole(prefix + "lo" + controller, range.low);
-    if (range.high != otherwise.high) out.putWhole(prefix + "hi" + controller, range.high);
+    if (range.low != otherwise.low)
+      out.putWhole(std::string(prefix).append("lo").append(controller), range.low);
+    if (range.high != otherwise.high)
+      out.putWhole(std::string(prefix).append("hi").append(controller), range.high);
   }
 }
 

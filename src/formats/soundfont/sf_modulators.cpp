@@ -104,8 +104,8 @@ constexpr Modulator kOtherDefaults[] = {
 // clang-format on
 
 constexpr std::size_t kTimesWithoutController = std::ranges::count(kTimeControllers, 0);
-constexpr std::size_t kRouteCount =
-    std::size(kPlainRoutes) + 2 * (kTimeStages * kTimeSources - kTimesWithoutController);
+constexpr std::size_t kEnvelopeRoutes = std::size_t{kTimeStages} * kTimeSources - kTimesWithoutController;
+constexpr std::size_t kRouteCount = std::size(kPlainRoutes) + 2 * kEnvelopeRoutes;
 
 // Velocity, key number and a controller to each time of both envelopes, in the order of TimeSource.
 constexpr std::array<RouteRow, kRouteCount> makeRoutes() {

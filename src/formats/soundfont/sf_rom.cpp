@@ -31,7 +31,7 @@ bool isInRange(const SampleHeader& header, const BankFile& bank) {
 
 void RomSamples::load(Complaints& complaints) {
   isAsked_ = true;
-  if (io::ask(kQuestion, kButtons) != 0) return;
+  if (io::ask(kQuestion, kButtons, 1) != 0) return;
   const auto path = findReplacement();
   if (!path) return;
   InputFile file;

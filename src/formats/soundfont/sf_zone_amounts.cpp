@@ -106,8 +106,9 @@ void copyAmounts(Generators& to, const Generators& from, std::initializer_list<i
 }
 
 void setOffset(Generators& generators, int fine, int coarse, std::int64_t frames) {
-  generators[coarse] = static_cast<std::int16_t>(
-      roundedWithin(static_cast<double>(frames / kCoarseFrames), -kCoarseFrames, kCoarseFrames - 1));
+  const std::int64_t blocks = frames / kCoarseFrames;
+  generators[coarse] =
+      static_cast<std::int16_t>(std::clamp<std::int64_t>(blocks, -kCoarseFrames, kCoarseFrames - 1));
   generators[fine] = static_cast<std::int16_t>(frames % kCoarseFrames);
 }
 
