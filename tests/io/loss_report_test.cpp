@@ -27,29 +27,37 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
   const struct {
     const char16_t* row;
     std::vector<std::u16string> features;
+    std::u16string_view better;  // the row that keeps more
   } cases[] = {
       {u"DownLoadable Sounds level 1",
        {u"Trigger: Waveform play section section (start/end offsets)", u"Filter: Low Pass Filter",
         u"Filter: Mod wheel/Aftertouch to Cutoff", u"Effects: Effect send levels",
-        u"Pitch: Pitch bend to Pitch"}},
+        u"Pitch: Pitch bend to Pitch"},
+       u"DownLoadable Sounds level 2++"},
       {u"DownLoadable Sounds level 2",
        {u"Trigger: Waveform play section section (start/end offsets)",
         u"Filter: Mod wheel/Aftertouch to Cutoff", u"Pitch: Pitch bend to Pitch",
-        u"Effects: More than two sends"}},
+        u"Effects: More than two sends"},
+       u"DownLoadable Sounds level 2++"},
       {u"DownLoadable Sounds level 2++",
        {u"Trigger: Waveform play section section (start/end offsets)", u"Pitch: Pitch bend to Pitch",
-        u"Effects: More than two sends"}},
+        u"Effects: More than two sends"},
+       u""},
       {u"Cakewalk SFZ v2 (waves in sub-folder)",
        {u"Architecture: Bank and program numbers", u"Architecture: Texts",
-        u"Architecture: Artist apart from the engineer"}},
+        u"Architecture: Artist apart from the engineer"},
+       u""},
       {u"SoundFont v2 bank",
-       {u"Effects: More than two sends", u"Architecture: Artist apart from the engineer"}},
+       {u"Effects: More than two sends", u"Architecture: Artist apart from the engineer"},
+       u""},
   };
   for (const auto& each : cases) {
     std::vector<std::u16string> features;
-    for (const Loss& loss : lossesOfSaving(collection, findWritingRowByDescription(each.row), {}))
-      features.push_back(loss.feature);
+    const int row = findWritingRowByDescription(each.row);
+    const std::vector<Loss> losses = lossesOfSaving(collection, row, {});
+    for (const Loss& loss : losses) features.push_back(loss.feature);
     EXPECT_EQ(features, each.features) << toUtf8(each.row);
+    EXPECT_EQ(descriptionOf(rowThatKeepsMore(collection, row, {}, losses)), each.better) << toUtf8(each.row);
   }
   instrument.sendEffects = {SendEffect::Chorus, SendEffect::Reverb};
   const auto losses = lossesOfSaving(instrument, findWritingRowByDescription(u"SoundFont v2 bank"), {});
