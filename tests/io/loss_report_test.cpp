@@ -42,14 +42,14 @@ TEST(LossReport, TellsWhatBanksDropByTheMatrix) {
       {u"DownLoadable Sounds level 2++",
        {u"Trigger: Waveform play section section (start/end offsets)", u"Pitch: Pitch bend to Pitch",
         u"Effects: More than two sends"},
-       u""},
+       u"<none>"},
       {u"Cakewalk SFZ v2 (waves in sub-folder)",
        {u"Architecture: Bank and program numbers", u"Architecture: Texts",
         u"Architecture: Artist apart from the engineer"},
-       u""},
+       u"<none>"},
       {u"SoundFont v2 bank",
        {u"Effects: More than two sends", u"Architecture: Artist apart from the engineer"},
-       u""},
+       u"<none>"},
   };
   for (const auto& each : cases) {
     std::vector<std::u16string> features;
