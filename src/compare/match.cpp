@@ -208,6 +208,7 @@ Matched<Instrument> matchInstruments(std::span<const Instrument* const> first,
       [&](const Instrument& i, bool isFirst) {
         return mixed(hashOf(lastPart(i.name())), regions(i, isFirst));
       },
+      [](const Instrument& i, bool) { return hashOf(lastPart(i.name())); },
       regions,
       [](const Instrument& i, bool) -> std::uint64_t { return i.patch.word; },
       inOrder<Instrument>,

@@ -57,6 +57,18 @@ TEST(Compare, TellsEachDifference) {
          b.whole.setWaveform(copy.id());
        },
        {}},
+      {"files of a bank's instruments, another key range",
+       [](Bank& b) {
+         b.organ.setName(u"Bank - Organ");
+         b.piano.setName(u"Bank - Piano");
+         Item* order[] = {&b.organ, &b.piano};
+         b.collection.reorder(ItemKind::Instrument, order);
+         b.organ.patch = b.piano.patch;
+         b.piano.patch = Patch::of(0, 0, 1);
+         b.left.keys = {0, 58};
+       },
+       {"Instrument \"Piano\": program: 0 | 1", kLeft + "keys: 0-59 | 0-58",
+        "Instrument \"Organ\": program: 16 | 0"}},
       {"the name of a file",
        [](Bank& b) {
          b.organ.setName(u"Bank - Organ");

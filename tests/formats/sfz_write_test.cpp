@@ -233,6 +233,43 @@ TEST(SfzWrite, KeepsWhatARegionIs) {
 }
 
 // A file that only says how far the wheel bends up leaves the way down at two semitones.
+// Where notes are long at low keys: a player goes along a straight line from key 0 to key 127.
+TEST(SfzWrite, TimesThatKeysMoveAreRightWhereTheRegionPlays) {
+  constexpr Slot kDecay = envelopeSlot(slots::VEnv, Stage::Decay2Time);
+  const struct {
+    MidiRange keys;
+    float atMiddleC, perOctave;
+    double tolerance;  // by which the line misses the curve
+  } cases[] = {{{60, 60}, 8, 0.7f, 1e-6},   {{58, 62}, 8, 0.7f, 0.01}, {{0, 20}, 2, 0.5f, 0.2},
+               {{100, 104}, 1, 1.8f, 0.01}, {{40, 43}, 15, 0.4f, 0.1}, {{0, 127}, 3, 0.95f, 0.1}};
+  for (const auto& each : cases) {
+    SCOPED_TRACE(testing::Message() << int(each.keys.low) << " to " << int(each.keys.high));
+    TempFolder folder;
+    Sampler sampler;
+    sampler.region->keys = each.keys;
+    sampler.region->articulation.set(kDecay, each.atMiddleC);
+    sampler.region->articulation.set(kDecay + 2, each.perOctave);
+    ASSERT_TRUE(save(sampler.instrument, folder / "2.sfz"));
+    ASSERT_TRUE(save(sampler.instrument, folder / "1.sfz", 0));
+    const std::string text = test::contentOf(folder / "2.sfz"), plain = test::contentOf(folder / "1.sfz");
+    const auto numberOf = [](const std::string& in, const std::string& opcode) {
+      const std::size_t at = in.find(" " + opcode + "=");
+      return at == in.npos ? 0 : std::stod(in.substr(at + opcode.size() + 2));
+    };
+    const double middle = (each.keys.low + each.keys.high) / 2.0;
+    const double wanted = each.atMiddleC * std::pow(each.perOctave, (middle - 60) / 12);
+    const double base = numberOf(text, "ampeg_decay"), moved = numberOf(text, "ampeg_decaycc133");
+    EXPECT_TRUE(base >= 0 && base <= 100) << base;
+    EXPECT_NEAR(base + moved * middle / 127, wanted, wanted * each.tolerance);
+    EXPECT_NEAR(numberOf(plain, "ampeg_decay"), wanted, wanted * 1e-5);
+    Collection read;
+    test::openPlain(read, folder / "2.sfz");
+    const ArticulationBlock again = effective(test::onlyRegion(read));
+    EXPECT_NEAR(again.get(kDecay) * std::pow(again.get(kDecay + 2), (middle - 60) / 12), wanted,
+                wanted * each.tolerance);
+  }
+}
+
 TEST(SfzWrite, BendsDownAsFarAsUp) {
   const struct {
     float semitones;

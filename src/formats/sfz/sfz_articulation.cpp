@@ -266,14 +266,14 @@ Slots indirectSlots(const SlotValues& values, bool version2) {
   return slots;
 }
 
-void putCarrier(const SlotValues& values, const CarrierRow& row, OpcodeLines& out) {
+void putCarrier(const SlotValues& values, const CarrierRow& row, MidiRange keys, OpcodeLines& out) {
   const Way way = wayOf(values, row, out.isVersion2());
   if (way == Way::Numbered)
-    return row.isEnvelope() ? putEnvelope(values, row.first(), out) : putLfo(values, row.carrier, out);
+    return row.isEnvelope() ? putEnvelope(values, row.first(), keys, out) : putLfo(values, row.carrier, out);
   if (way == Way::Absent) return;
   for (const VelocityDepth& each : kVelocityDepths)
     if (each.carrier == row.carrier && row.carrier != Carrier::None) putVelocityDepth(values, each, out);
-  if (row.isEnvelope()) putTimes(values, row.first(), row.prefix, out);
+  if (row.isEnvelope()) putTimes(values, row.first(), keys, row.prefix, out);
 }
 
 // The slot's wheel bends both ways alike; a file without the second opcode bends down by two semitones.
@@ -307,37 +307,37 @@ void moveXLfo(SlotValues& values) {
 
 }  // namespace
 
-ArticulationBlock articulationOf(const RegionOpcodes& opcodes, const FileAdjustments& file,
+ArticulationBlock articulationOf(const RegionOpcodes& opcodes, const RegionFacts& facts,
                                  const EffectChannels& channels) {
   SlotValues values = opcodes.slots;
-  applyTuning(opcodes, file.tuneCents, values);
-  applyVolume(opcodes, file.volumeDb, values);
+  applyTuning(opcodes, facts.tuneCents, values);
+  applyVolume(opcodes, facts.volumeDb, values);
   applyPan(opcodes, values);
   applyVelocityDepths(opcodes, values);
   applyFilter(opcodes, values);
   applyStarts(opcodes, values);
-  applyTimes(opcodes, values);
+  applyTimes(opcodes, facts.keys, values);
   applyLfoFrequencies(opcodes, values);
   applySends(opcodes, channels, values);
-  applyNumbered(opcodes, values);
+  applyNumbered(opcodes, facts.keys, values);
   return blockOf(values);
 }
 
-void putArticulation(const ArticulationBlock& block, const FileAdjustments& file,
-                     const EffectChannels& channels, OpcodeLines& out) {
+void putArticulation(const ArticulationBlock& block, const RegionFacts& facts, const EffectChannels& channels,
+                     OpcodeLines& out) {
   SlotValues values = valuesOf(block);
   if (!out.isVersion2()) moveXLfo(values);
-  undoTuning(values, file.tuneCents, out);
-  undoVolume(values, file.volumeDb, out);
+  undoTuning(values, facts.tuneCents, out);
+  undoVolume(values, facts.volumeDb, out);
   undoPan(values, out);
   undoFilter(values, out);
 
   if (filterTypeOf(values) != FilterType::Off) putVelocityDepth(values, kResonance, out);
   putDirectRows(values, out);
-  for (const CarrierRow& row : kCarriers) putCarrier(values, row, out);
+  for (const CarrierRow& row : kCarriers) putCarrier(values, row, facts.keys, out);
   if (out.isVersion2()) {
     if (isInUse(values, Carrier::XLfo)) putLfo(values, Carrier::XLfo, out);
-    if (isInUse(values, Carrier::XEnv)) putEnvelope(values, slots::XEnv, out);
+    if (isInUse(values, Carrier::XEnv)) putEnvelope(values, slots::XEnv, facts.keys, out);
   }
   putEqualiser(values, out);
   undoSends(values, channels, out);

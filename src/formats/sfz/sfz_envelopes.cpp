@@ -47,15 +47,15 @@ std::vector<Point> fitted(std::vector<Point> segments, std::size_t room) {
 // Time = rate x difference of levels; where these are equal, the time itself.
 double rateOf(double seconds, double difference) { return difference > 0 ? seconds / difference : seconds; }
 
-void setSegment(const Point& point, Slot envelope, std::size_t segment, SlotValues& values) {
+void setSegment(const Point& point, Slot envelope, std::size_t segment, MidiRange keys, SlotValues& values) {
   const StageSlots slots = stageSlots(envelope, segment);
   if (hasDependencies(envelope))
-    applyStageTime(point.time, slots, values);
+    applyStageTime(point.time, slots, keys, values);
   else
     values[slots.time] = toFloat(point.time.seconds);
 }
 
-void setPoints(const Eg& eg, Slot envelope, SlotValues& values) {
+void setPoints(const Eg& eg, Slot envelope, MidiRange keys, SlotValues& values) {
   std::vector<Point> rise, fall;
   double initial = 0;
   for (const auto& [index, point] : eg.at) {
@@ -72,7 +72,7 @@ void setPoints(const Eg& eg, Slot envelope, SlotValues& values) {
 
   values[envelope] = toFloat(initial);
   for (std::size_t i = 0; i < rise.size(); ++i) {
-    setSegment(rise[i], envelope, i, values);
+    setSegment(rise[i], envelope, i, keys, values);
     values[envelopeSlot(envelope, kRiseLevels[i])] = toFloat(rise[i].level);
   }
   if (fall.empty()) fall.push_back({});
@@ -81,7 +81,7 @@ void setPoints(const Eg& eg, Slot envelope, SlotValues& values) {
   for (double* seconds : {&first.time.seconds, &first.time.velocitySeconds, &first.time.keySeconds,
                           &first.time.controllerSeconds})
     *seconds = rateOf(*seconds, drop);
-  setSegment(first, envelope, 4, values);
+  setSegment(first, envelope, 4, keys, values);
   if (envelope == slots::VEnv)
     values[envelopeSlot(envelope, Stage::HoldPedalToRelease1)] = toFloat(first.pedalSeconds);
   fall.resize(std::size(kFallTimes), Point{fall.back().level});
@@ -110,18 +110,18 @@ void putLevel(OpcodeLines& out, int eg, int index, float level) {
 
 }  // namespace
 
-void applyEg(const Eg& eg, SlotValues& values) {
-  if (eg.amplitude != 0) setPoints(eg, slots::VEnv, values);
+void applyEg(const Eg& eg, MidiRange keys, SlotValues& values) {
+  if (eg.amplitude != 0) setPoints(eg, slots::VEnv, keys, values);
   if ((eg.pitch[0] != 0 || eg.pitch[1] != 0) && !isInUse(values, Carrier::PEnv)) {
-    setPoints(eg, slots::PEnv, values);
+    setPoints(eg, slots::PEnv, keys, values);
     setDepth(eg.pitch, kEgs[1], values);
   }
   if ((eg.cutoff[0] != 0 || eg.cutoff[1] != 0) && !isInUse(values, Carrier::FEnv)) {
-    setPoints(eg, slots::FEnv, values);
+    setPoints(eg, slots::FEnv, keys, values);
     setDepth(eg.cutoff, kEgs[2], values);
   }
   if (eg.pan != 0 && !isInUse(values, Carrier::XEnv)) {
-    setPoints(eg, slots::XEnv, values);
+    setPoints(eg, slots::XEnv, keys, values);
     values[kEgs[3].depth] = toFloat(eg.pan);
   }
 }
@@ -157,7 +157,7 @@ void takeEg(const OpcodeRow& row, int index, double number, Eg& eg) {
   }
 }
 
-void putEnvelope(const SlotValues& values, Slot envelope, OpcodeLines& out) {
+void putEnvelope(const SlotValues& values, Slot envelope, MidiRange keys, OpcodeLines& out) {
   const EgSlots& eg = *std::ranges::find(kEgs, envelope, &EgSlots::envelope);
   auto at = [&](Stage stage) { return values[envelopeSlot(envelope, stage)]; };
   out.putWhole(numberedName("eg", eg.number, "_points"), 8);
@@ -171,7 +171,7 @@ void putEnvelope(const SlotValues& values, Slot envelope, OpcodeLines& out) {
     if (!hasDependencies(envelope)) slots.controller = 0;
     const std::string name = timeName(index);
     putLevel(out, eg.number, index, at(level));
-    putStageTime(known, slots, scale,
+    putStageTime(known, slots, keys, scale,
                  {name, name + "_oncc131", name + "_oncc133", name + (index == 5 ? "_oncc72" : "_oncc73")},
                  out);
   };

@@ -80,13 +80,13 @@ std::string numberedName(std::string_view prefix, int number, std::string_view s
       .append(suffix);
 }
 
-void applyNumbered(const RegionOpcodes& opcodes, SlotValues& values) {
+void applyNumbered(const RegionOpcodes& opcodes, MidiRange keys, SlotValues& values) {
   if (opcodes.numbered.empty()) return;
   const Generators all = generatorsOf(opcodes);
   for (const auto& [number, band] : all.bands)
     if (number >= 1 && number <= kBands) applyBand(number - 1, band, values);
   for (const auto& [number, lfo] : all.lfos) applyLfo(number, lfo, values);
-  for (const auto& [number, eg] : all.egs) applyEg(eg, values);
+  for (const auto& [number, eg] : all.egs) applyEg(eg, keys, values);
 }
 
 void putEqualiser(const SlotValues& values, OpcodeLines& out) {

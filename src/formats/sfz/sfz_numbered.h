@@ -39,7 +39,7 @@ struct Eg {
 
 void takeEg(const OpcodeRow& row, int index, double number, Eg& eg);
 /// Up to four segments lead to the sustain level and three from it; more are drawn together.
-void applyEg(const Eg& eg, SlotValues& values);
+void applyEg(const Eg& eg, MidiRange keys, SlotValues& values);
 
 /// "lfo", 1, "_freq" -> "lfo01_freq"; bands of the equaliser have one digit.
 std::string numberedName(std::string_view prefix, int number, std::string_view suffix);

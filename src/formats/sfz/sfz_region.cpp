@@ -306,13 +306,13 @@ void RegionBuilder::add(std::span<const Setting> settings) {
   setRules(region);
   claimSends();
   tellUnevenBend();
-  FileAdjustments file;
+  RegionFacts facts{.keys = region.keys};
   if (waveform) {
     // A root key of the definition file's own goes without the sample file's tuning.
-    if (region.rootKey != Region::kNotSet) file.tuneCents = waveform->fineTuneCents;
-    file.volumeDb = waveform->volumeAdjustmentDb;
+    if (region.rootKey != Region::kNotSet) facts.tuneCents = waveform->fineTuneCents;
+    facts.volumeDb = waveform->volumeAdjustmentDb;
   }
-  region.articulation = articulationOf(opcodes_, file, effectChannels(instrument_.sendEffects));
+  region.articulation = articulationOf(opcodes_, facts, effectChannels(instrument_.sendEffects));
 }
 
 }  // namespace vemko::sfz

@@ -248,9 +248,9 @@ class Writer {
     putRules(region, rules, out);
     ArticulationBlock block = effective(region);
     settleFixedNote(region, block);
-    FileAdjustments file;
-    if (waveform) file = {double(waveform->fineTuneCents), waveform->volumeAdjustmentDb};
-    putArticulation(block, file, channels_, out);
+    RegionFacts facts{.keys = region.keys};
+    if (waveform) facts.tuneCents = waveform->fineTuneCents, facts.volumeDb = waveform->volumeAdjustmentDb;
+    putArticulation(block, facts, channels_, out);
     return out;
   }
 
