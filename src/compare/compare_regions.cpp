@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "base/text.h"
 #include "compare/differences.h"
@@ -79,6 +80,20 @@ constexpr CarrierGroup kCarrierGroups[] = {
     {Carrier::XEnv, SlotGroup::XEnvelope},
 };
 
+// Times that the key moves count where the region plays.
+void setTimesOf(MidiRange keys, SlotValues& values) {
+  constexpr std::pair<Stage, Stage> kTimes[] = {{Stage::Attack1Time, Stage::KeyToAttack1},
+                                                {Stage::Attack2Time, Stage::KeyToAttack2},
+                                                {Stage::Decay1Time, Stage::KeyToDecay1},
+                                                {Stage::Decay2Time, Stage::KeyToDecay2},
+                                                {Stage::Release1Rate, Stage::KeyToRelease1}};
+  const double octaves = ((keys.low + keys.high) / 2.0 - 60) / 12;
+  for (Slot envelope : {slots::VEnv, slots::PEnv, slots::FEnv})
+    for (const auto& [time, key] : kTimes)
+      if (const float perOctave = values[envelopeSlot(envelope, key)]; perOctave > 0 && perOctave != 1)
+        values[envelopeSlot(envelope, time)] *= static_cast<float>(std::pow(perOctave, octaves));
+}
+
 /// What the region plays with; with defaults in place of settings that do nothing, so that they are no
 /// difference.
 SlotValues soundingValues(const Region& region, bool isSettled) {
@@ -89,6 +104,7 @@ SlotValues soundingValues(const Region& region, bool isSettled) {
   if (filterTypeOf(values) == FilterType::Off || isWideOpen(values)) resetGroup(values, SlotGroup::Filter);
   for (const CarrierGroup& row : kCarrierGroups)
     if (!isInUse(values, row.carrier)) resetGroup(values, row.group);
+  setTimesOf(region.keys, values);
   return values;
 }
 

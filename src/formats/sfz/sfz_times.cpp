@@ -209,7 +209,7 @@ void putStageTime(const SlotValues& values, const StageSlots& slots, MidiRange k
     });
   };
   if (digits > kMostDigits) digits = kFewestDigits;
-  while (digits > kFewestDigits - 2 && !readsBack(digits) && !isSettled(digits)) --digits;
+  while (digits > 3 && !readsBack(digits) && !isSettled(digits)) --digits;
   for (const Part& each : parts)
     if (exact.*each.part != 0) out.put(each.name, NumberText(exact.*each.part * scale, digits));
 }
