@@ -246,10 +246,11 @@ TEST(DlsWriter, AsksBeforeItWritesTooManyRegions) {
     io::setDecisions(before);
     EXPECT_EQ(asked, each.answer ? 1 : 0);
     EXPECT_EQ(record.instruments.at(0).regions.size(), each.written);
-    EXPECT_EQ(unattended.instruments.at(0).regions.size(), each.regions);
-    const std::string leftOut = "regions left out: " + std::to_string(each.regions - each.written);
+    const auto regions = static_cast<std::size_t>(each.regions);
+    EXPECT_EQ(unattended.instruments.at(0).regions.size(), regions);
+    const std::string leftOut = "regions left out: " + std::to_string(regions - each.written);
     EXPECT_EQ(testing::PrintToString(warnings.lines).find(leftOut) != std::string::npos,
-              each.written < each.regions);
+              each.written < regions);
   }
 }
 

@@ -124,7 +124,7 @@ TEST(WaveCoded, ReadsTheStreamOfOggVorbis) {
   if (!io::saveItem(&waveform, row, folder / "stream.ogg", io::saveOptionsFor(row, io::encodingBit(Codec))))
     GTEST_SKIP() << toUtf8(lastError());
   const std::vector<float> samples = samplesOf(*openWaveform(folder / "stream.ogg").waveform);
-  for (std::uint16_t tag : {0x674F, 0x676F}) {
+  for (const std::uint16_t tag : std::initializer_list<std::uint16_t>{0x674F, 0x676F}) {
     putFile(folder / "a.wav", riffFile({{"fmt ", formatBody({tag, 2, 44100, 1, 16}, words(0x01020800, 0))},
                                         {"fact", words(5000)},
                                         {"data", text(contentOf(folder / "stream.ogg"))}}));
@@ -133,7 +133,7 @@ TEST(WaveCoded, ReadsTheStreamOfOggVorbis) {
     EXPECT_EQ(opened.waveform->channels, 2);
     EXPECT_EQ(samplesOf(*opened.waveform), std::vector(samples.begin(), samples.begin() + 2 * 5000));
   }
-  for (std::uint16_t tag : {0x6750, 0x6771}) {
+  for (const std::uint16_t tag : std::initializer_list<std::uint16_t>{0x6750, 0x6771}) {
     EXPECT_FALSE(readWaveBytes(folder, riffFile({{"fmt ", formatBody({tag})}, {"data", Block(64)}})).ok);
     EXPECT_EQ(toUtf8(lastError()),
               "The encoding 'Ogg Vorbis' of this WAVE file needs a codec that is not available");
