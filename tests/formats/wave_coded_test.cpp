@@ -114,7 +114,8 @@ TEST(WaveCoded, LeavesOutTheDelayThatTheHeaderTells) {
   }
 }
 
-// Old samplers' libraries and some games have the whole stream as the sample data.
+// The sample data is a whole stream with its own headers, or, by other tags, one whose headers stand
+// elsewhere.
 TEST(WaveCoded, ReadsTheStreamOfOggVorbis) {
   const TempFolder folder;
   Collection collection;

@@ -14,6 +14,7 @@ namespace {
 constexpr double kMiddleC = 60, kKeysInOctave = 12, kTopKey = 127;
 constexpr double kMostSeconds = 100;     // of an opcode
 constexpr double kLeastShare = 1e-6;     // of the longer of the times between which a line goes
+constexpr int kFewestSettled = 3;        // digits, a thousandth of a time
 constexpr double kLeastSeconds = 0.001;  // where a controller makes a time out of none
 
 struct StageRow {
@@ -200,16 +201,16 @@ void putStageTime(const SlotValues& values, const StageSlots& slots, MidiRange k
   };
   int digits = kFewestDigits;
   while (digits <= kMostDigits && !readsBack(digits)) ++digits;
-  // Else those that a second trip puts again.
-  auto isSettled = [&](int fewer) {
-    const StageTime again = undoStageTime(readAgain(fewer), slots, keys);
+  // A line that a bound moved does not read back: as many digits as a second trip puts again.
+  auto isSettled = [&](int count) {
+    const StageTime again = undoStageTime(readAgain(count), slots, keys);
     return std::ranges::all_of(parts, [&](const Part& each) {
-      return NumberText(again.*each.part * scale, fewer).value() ==
-             NumberText(exact.*each.part * scale, fewer).value();
+      return NumberText(again.*each.part * scale, count).value() ==
+             NumberText(exact.*each.part * scale, count).value();
     });
   };
-  if (digits > kMostDigits) digits = kFewestDigits;
-  while (digits > 3 && !readsBack(digits) && !isSettled(digits)) --digits;
+  if (digits > kMostDigits)
+    for (digits = kFewestDigits; digits > kFewestSettled && !isSettled(digits);) --digits;
   for (const Part& each : parts)
     if (exact.*each.part != 0) out.put(each.name, NumberText(exact.*each.part * scale, digits));
 }
